@@ -1,0 +1,61 @@
+# The commands of this repository; CMakePresets.json says how each preset builds.
+
+PRESET ?= desk
+JOBS ?= $(shell nproc)
+BENCH_ARGS ?=
+
+build_dir := build/$(PRESET)
+bin_dir := $(build_dir)/bin
+example := examples/full-card
+source_dirs := src platform model host tests bench
+linted := ^$(CURDIR)/(src|platform|model|host)/
+
+.DEFAULT_GOAL := help
+.PHONY: help run test bench build configure deps format lint clean
+
+help: ## Lists these commands
+	@echo "Besides git, make is all that has to be there first: on Debian 12 the rest is installed"
+	@echo "with apt-get where it is missing (as root, or through sudo)."
+	@echo
+	@awk -F ':.*## ' '/^[a-z]+:.*## / { printf "  make %-8s %s\n", $$1, $$2 }' $(MAKEFILE_LIST)
+	@echo
+	@echo "PRESET=werror or PRESET=sanitize builds and tests in another way than desk, each in"
+	@echo "build/PRESET; JOBS=N sets how many jobs run at a time (here $(JOBS))."
+
+run: build ## Builds, then checks the example: an edit that overbooks a PON link is rejected
+	@echo
+	@echo "An edit overbooks a PON link of a full card: gpon-validate must reject it (exit code 1)."
+	@$(bin_dir)/gpon-validate check --running $(example)/running.xml --edit $(example)/overbook.xml \
+	    --card $(example)/card.json; code=$$?; \
+	if [ $$code -ne 1 ]; then \
+	    echo "gpon-validate ended with exit code $$code, not with the rejection." >&2; exit 1; \
+	fi
+
+test: build ## Builds, then runs all tests
+	ctest --preset $(PRESET) --parallel $(JOBS)
+
+bench: build ## Builds, then runs the benchmarks (BENCH_ARGS="--benchmark_filter=...")
+	$(bin_dir)/gpon_bench $(BENCH_ARGS)
+
+build: configure ## Builds everything
+	cmake --build --preset $(PRESET) --parallel $(JOBS)
+
+configure: deps
+	@test -f $(build_dir)/build.ninja || cmake --preset $(PRESET)
+
+deps: ## Installs the packages that the build needs
+	@cmake/install-deps.sh build
+
+format: ## Formats all sources
+	@cmake/install-deps.sh format
+	find $(source_dirs) -name '*.h' -o -name '*.cpp' | xargs clang-format -i
+
+lint: build ## Checks the sources with clang-tidy and cppcheck
+	@cmake/install-deps.sh lint
+	run-clang-tidy -quiet -p $(build_dir) -j $(JOBS) '$(linted)'
+	cppcheck --quiet --project=$(build_dir)/compile_commands.json -j $(JOBS) \
+	    --enable=warning,performance,portability --library=googletest,posix --inline-suppr \
+	    --error-exitcode=1
+
+clean: ## Removes what was built
+	rm -rf build

@@ -1,0 +1,13 @@
+# Warnings and sanitizers, for all targets alike.
+add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion)
+# GCC 12 reports copies that cannot happen in `"text" + std::string` (its bug 105651).
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+  add_compile_options(-Wno-restrict)
+endif()
+if(GPON_WERROR)
+  add_compile_options(-Werror)
+endif()
+if(GPON_SANITIZE)
+  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+endif()

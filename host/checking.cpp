@@ -1,0 +1,222 @@
+#include "checking.h"
+
+#include "asking.h"
+#include "edit.h"
+#include "event_line.h"
+#include "fm_host.h"
+#include "model_schema.h"
+#include "recorder.h"
+#include "supervisor.h"
+#include "zlog_host.h"
+
+#include <ostream>
+#include <stdexcept>
+#include <utility>
+
+namespace host
+{
+namespace
+{
+
+using engine::Datastore;
+
+/** Runs a part of the work and adds its time to the phase of that name. */
+template <typename Work>
+auto timed(Outcome &outcome, const char *name, const Work &work)
+{
+    struct Timer {
+        Outcome &outcome;
+        const char *name;
+        std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
+        ~Timer()
+        {
+            const auto time = std::chrono::steady_clock::now() - start;
+            for (auto &phase : outcome.phases) {
+                if (phase.name == name) {
+                    phase.time += time;
+                    return;
+                }
+            }
+            outcome.phases.push_back({name, time});
+        }
+    };
+    const Timer timer{outcome, name};
+    return work();
+}
+
+/** For errors about data that stand in no file. */
+std::string source_name(const std::string &file)
+{
+    return file.empty() ? "empty configuration" : file;
+}
+
+Datastore load_running(const CheckOptions &options, Outcome &outcome)
+{
+    const auto schema = timed(outcome, "model", load_schema);
+    Datastore running = timed(outcome, "load", [&] {
+        return options.running.empty()
+                   ? Datastore(schema)
+                   : Datastore::parse(schema, engine::read_source(options.running));
+    });
+    timed(outcome, "YANG check", [&] { running.check(source_name(options.running)); });
+    return running;
+}
+
+Datastore make_candidate(const CheckOptions &options, const Datastore &running, Outcome &outcome)
+{
+    Datastore candidate = timed(outcome, "edit", [&] {
+        switch (outcome.form) {
+        case ChangeForm::kEdit:
+            return engine::apply_edit(running, engine::read_source(options.edit));
+        case ChangeForm::kCandidate:
+            return Datastore::parse(running.schema_ptr(), engine::read_source(options.candidate),
+                                    &running);
+        case ChangeForm::kNone:
+            break;
+        }
+        return running.copy();
+    });
+    if (outcome.form != ChangeForm::kNone) {
+        timed(outcome, "YANG check", [&] { candidate.check(outcome.change); });
+    }
+    return candidate;
+}
+
+void set_up_card(const CheckOptions &options)
+{
+    try {
+        fm::use_card(options.card.empty() ? fm::default_card() : fm::read_card(options.card));
+    } catch (const std::runtime_error &failure) {
+        throw engine::InputError({{"", 0, "", failure.what(), ""}});
+    }
+}
+
+void set_up_traces(const CheckOptions &options)
+{
+    zlog_host::set_level(options.trace_level.value_or(zlog_host::kOff));
+    if (options.trace_level && !options.trace_file.empty()) {
+        try {
+            zlog_host::write_to_file(options.trace_file);
+        } catch (const std::runtime_error &failure) {
+            throw engine::InputError({{options.trace_file, 0, "", failure.what(), ""}});
+        }
+    } else {
+        zlog_host::write_to_stderr();
+    }
+}
+
+/** What the plug-in writes: traces at once, the rest when it is known where it belongs. */
+class PluginOutput
+{
+public:
+    PluginOutput(bool is_live, Progress &progress, std::ostream &err)
+        : m_is_live(is_live), m_progress(progress), m_err(err)
+    {
+    }
+
+    void take(std::string_view text)
+    {
+        m_text += text;
+        if (m_is_live) {
+            m_progress.clear();
+            m_err << text << std::flush;
+        }
+    }
+
+    /** A failure's report shows it; otherwise it is passed on. */
+    void finish(Outcome &outcome)
+    {
+        if (outcome.death || !outcome.problems.empty()) {
+            outcome.plugin_output = m_text;
+        } else if (!m_is_live) {
+            m_progress.clear();
+            m_err << m_text << std::flush;
+        }
+    }
+
+private:
+    bool m_is_live;
+    Progress &m_progress;
+    std::ostream &m_err;
+    std::string m_text;
+};
+
+void record_end(const ChildEnd &end, std::chrono::seconds timeout, Recorder &recorder)
+{
+    if (end.out_of_patience) {
+        recorder.died(Death::Kind::kTimeout, static_cast<int>(timeout.count()));
+    } else if (end.signal != 0) {
+        recorder.died(Death::Kind::kSignal, end.signal);
+    } else if (!recorder.has_ended()) {
+        recorder.died(Death::Kind::kExit, end.exit_status);
+    }
+}
+
+void ask_in_child(const CheckOptions &options, const Questions &questions, Recorder &recorder,
+                  Progress &progress, PluginOutput &output)
+{
+    ChildWork child;
+    child.work = [&](int line_fd) {
+        EventWriter writer(line_fd);
+        ask_plugin(questions, writer);
+    };
+    child.on_line = [&](std::string_view line) { replay_event(line, recorder); };
+    child.on_output = [&](std::string_view text) { output.take(text); };
+    child.on_tick = [&] { progress.tick(); };
+    child.patience = options.timeout;
+    record_end(run_in_child(child), options.timeout, recorder);
+}
+
+void check_all(const CheckOptions &options, Outcome &outcome, Progress &progress, std::ostream &err)
+{
+    set_up_card(options);
+    set_up_traces(options);
+    Datastore running = load_running(options, outcome);
+    Datastore candidate = make_candidate(options, running, outcome);
+
+    engine::Framework framework(std::move(running));
+    engine::Transaction &transaction = framework.begin(std::move(candidate));
+    const auto requests = timed(outcome, "compare", [&] {
+        outcome.differs = !transaction.changes().empty();
+        return engine::plan(transaction);
+    });
+    outcome.planned = requests.size();
+
+    const Questions questions{transaction, requests, options.plugin, options.all};
+    Recorder recorder(requests, outcome, progress);
+    timed(outcome, "rules", [&] {
+        if (options.in_process) {
+            ask_plugin(questions, recorder);
+            return;
+        }
+        PluginOutput output(options.trace_level && options.trace_file.empty(), progress, err);
+        ask_in_child(options, questions, recorder, progress, output);
+        output.finish(outcome);
+    });
+}
+
+} // namespace
+
+Outcome check(const CheckOptions &options, Progress &progress, std::ostream &err)
+{
+    Outcome outcome;
+    outcome.running = options.running;
+    if (!options.edit.empty()) {
+        outcome.form = ChangeForm::kEdit;
+        outcome.change = options.edit;
+    } else if (!options.candidate.empty()) {
+        outcome.form = ChangeForm::kCandidate;
+        outcome.change = options.candidate;
+    }
+    try {
+        check_all(options, outcome, progress, err);
+    } catch (const engine::InputError &failure) {
+        outcome.problems = failure.problems();
+    } catch (const std::runtime_error &failure) {
+        outcome.problems = {{"", 0, "", failure.what(), ""}};
+    }
+    progress.clear();
+    return outcome;
+}
+
+} // namespace host

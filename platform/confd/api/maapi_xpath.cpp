@@ -1,0 +1,32 @@
+/** Evaluation of single XPath expressions. */
+#include "confd_maapi.h"
+
+#include "guard.h"
+#include "reads.h"
+#include "session.h"
+#include "value.h"
+#include "xpath.h"
+
+extern "C" int maapi_xpath_eval_expr(int sock, int th, const char *expr, char **res,
+                                     void (*trace)(char *), const char *fmtpath, ...)
+{
+    *res = nullptr;
+    va_list args;
+    va_start(args, fmtpath);
+    const int result = api::guarded("maapi_xpath_eval_expr", CONFD_ERR, [&] {
+        const auto &tree = api::candidate_of(sock, th);
+        const lyd_node *context = nullptr;
+        if (fmtpath != nullptr) {
+            context = api::find_context(tree, api::path_in(tree, fmtpath, args));
+        }
+        const std::string text = engine::evaluate(tree, context, expr);
+        if (trace != nullptr) {
+            std::string line = std::string(expr) + " = " + text;
+            trace(line.data());
+        }
+        *res = engine::duplicate_text(text);
+        return CONFD_OK;
+    });
+    va_end(args);
+    return result;
+}

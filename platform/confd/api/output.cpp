@@ -1,0 +1,38 @@
+#include "output.h"
+
+#include "hooks.h"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace api
+{
+namespace
+{
+
+/** How many texts and lists somebody must free. */
+int owned_by(const confd_value_t &value)
+{
+    return value.type == C_BUF || value.type == C_LIST ? 1 : 0;
+}
+
+} // namespace
+
+int print_to(char *buffer, int size, const std::string &text)
+{
+    return std::snprintf(buffer, static_cast<std::size_t>(std::max(size, 0)), "%s", text.c_str());
+}
+
+confd_value_t hand_out(engine::OwnedValue value)
+{
+    engine::Hooks::instance().held.values += owned_by(value.get());
+    return value.release();
+}
+
+void take_back(confd_value_t &value)
+{
+    engine::Hooks::instance().held.values -= owned_by(value);
+    engine::free_value(value);
+}
+
+} // namespace api

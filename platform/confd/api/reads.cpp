@@ -1,0 +1,174 @@
+#include "reads.h"
+
+#include "error.h"
+#include "value.h"
+
+#include <algorithm>
+
+namespace api
+{
+
+using engine::Datastore;
+using engine::Error;
+using engine::Path;
+using engine::SchemaNode;
+
+namespace
+{
+
+const char *name_of(confd_vtype type)
+{
+    switch (type) {
+    case C_BUF:
+        return "a text";
+    case C_INT8:
+        return "an 8-bit number";
+    case C_INT16:
+        return "a 16-bit number";
+    case C_INT32:
+        return "a 32-bit number";
+    case C_INT64:
+        return "a 64-bit number";
+    case C_UINT8:
+        return "an unsigned 8-bit number";
+    case C_UINT16:
+        return "an unsigned 16-bit number";
+    case C_UINT32:
+        return "an unsigned 32-bit number";
+    case C_UINT64:
+        return "an unsigned 64-bit number";
+    case C_BOOL:
+        return "a boolean";
+    case C_ENUM_VALUE:
+        return "an enumeration";
+    case C_IPV4:
+        return "an IPv4 address";
+    case C_IPV6:
+        return "an IPv6 address";
+    case C_IPV4_AND_PLEN:
+        return "an IPv4 address with a prefix length";
+    case C_XMLTAG:
+        return "a leaf without a value";
+    case C_UNION:
+        return "a union";
+    default:
+        return "of another type";
+    }
+}
+
+bool is_in_case(const Path::Step &step)
+{
+    const lysc_node *above = step.node->yang->parent;
+    return above != nullptr && above->nodetype == LYS_CASE;
+}
+
+bool may_hold(const confd_type &type, confd_vtype wanted)
+{
+    return type.vtype == wanted ||
+           std::any_of(type.members.begin(), type.members.end(),
+                       [wanted](const confd_type &member) { return may_hold(member, wanted); });
+}
+
+[[noreturn]] void fail_type(const Path &path, confd_vtype type, confd_vtype wanted)
+{
+    throw Error(CONFD_ERR_BADTYPE,
+                path.text() + " is " + name_of(type) + ", not " + name_of(wanted));
+}
+
+} // namespace
+
+bool exists(const Datastore &tree, const Path &path)
+{
+    const SchemaNode &node = *path.schema();
+    if (node.is_list() && path.steps.back().keys.empty()) {
+        throw Error(CONFD_ERR_BADPATH,
+                    "bad path " + path.text() + ": a list without keys neither exists nor not");
+    }
+    if (engine::find_node(tree.root(), path) != nullptr) {
+        return true;
+    }
+    // What a choice has not chosen does not exist; other plain containers need no node in the tree.
+    return node.is_container() && !node.is_presence() &&
+           std::none_of(path.steps.begin(), path.steps.end(), is_in_case) &&
+           engine::missing_above(tree.root(), path).empty();
+}
+
+ListPlace find_list(const Datastore &tree, const Path &path)
+{
+    const SchemaNode &list = *path.schema();
+    if (!list.is_list() || !path.steps.back().keys.empty()) {
+        throw Error(CONFD_ERR_BADPATH, "bad path " + path.text() +
+                                           (list.is_list() ? ": it goes on behind the list's name"
+                                                           : ": " + list.name + " is not a list"));
+    }
+    const lyd_node *parent = engine::find_parent(tree.root(), path);
+    const bool is_top = path.steps.size() == 1;
+    if (parent == nullptr && !is_top && !engine::missing_above(tree.root(), path).empty()) {
+        fail_absent(tree, path);
+    }
+    const bool has_place = parent != nullptr || is_top;
+    return {list, has_place ? engine::first_instance(tree.root(), parent, list) : nullptr};
+}
+
+int count_entries(const ListPlace &place)
+{
+    int count = 0;
+    for (const lyd_node *entry = place.first; entry != nullptr;
+         entry = engine::next_instance(entry)) {
+        ++count;
+    }
+    return count;
+}
+
+const lyd_node *find_leaf(const Datastore &tree, const Path &path)
+{
+    const SchemaNode &node = *path.schema();
+    if (!node.is_leaf() && !node.is_leaf_list()) {
+        throw Error(CONFD_ERR_BADTYPE, path.text() + " holds no value");
+    }
+    const lyd_node *leaf = engine::find_node(tree.root(), path);
+    if (leaf == nullptr) {
+        fail_absent(tree, path);
+    }
+    return leaf;
+}
+
+confd_value_t read_leaf(const Datastore &tree, const Path &path)
+{
+    const lyd_node *leaf = find_leaf(tree, path);
+    return path.schema()->is_leaf_list() ? engine::list_value_of(leaf) : engine::value_of(leaf);
+}
+
+confd_value_t read_leaf(const Datastore &tree, const Path &path, confd_vtype type)
+{
+    const SchemaNode &node = *path.schema();
+    if (node.is_leaf_list()) {
+        throw Error(CONFD_ERR_BADTYPE, path.text() + " is a leaf-list");
+    }
+    if (node.is_leaf() && !may_hold(node.type_storage, type)) {
+        fail_type(path, node.type_storage.vtype, type);
+    }
+    engine::OwnedValue value(engine::value_of(find_leaf(tree, path)));
+    if (value.get().type != type) {
+        fail_type(path, value.get().type, type);
+    }
+    return value.release();
+}
+
+const lyd_node *find_context(const Datastore &tree, const Path &path)
+{
+    const lyd_node *node = exists(tree, path) ? engine::find_node(tree.root(), path) : nullptr;
+    if (node == nullptr) {
+        fail_absent(tree, path);
+    }
+    return node;
+}
+
+void fail_absent(const Datastore &tree, const Path &path)
+{
+    const std::string missing = engine::missing_above(tree.root(), path);
+    throw Error(CONFD_ERR_NOEXISTS, missing.empty() ? path.text() + " is not set"
+                                                    : path.text() + ": there is no " + missing);
+}
+
+} // namespace api

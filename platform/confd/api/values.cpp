@@ -1,0 +1,101 @@
+/** Printing and freeing of values. */
+#include "error.h"
+#include "framework.h"
+#include "guard.h"
+#include "output.h"
+#include "path.h"
+#include "value.h"
+
+using engine::SchemaNode;
+
+namespace
+{
+
+/** A key by its leaf's type where that is known. */
+std::string key_text(const SchemaNode *list, int index, const confd_value_t &key)
+{
+    const auto position = static_cast<std::size_t>(index);
+    if (list != nullptr && position < list->key_nodes.size()) {
+        if (const auto text = engine::text_by_type(list->key_nodes[position]->type_storage, key)) {
+            return *text;
+        }
+    }
+    return engine::print_value(key);
+}
+
+std::string keys_text(const SchemaNode *list, const confd_value_t *element)
+{
+    std::vector<std::string> keys;
+    for (int i = 0; i < MAXKEYLEN && element[i].type != C_NOEXISTS; ++i) {
+        keys.push_back(key_text(list, i, element[i]));
+    }
+    return engine::braces(keys);
+}
+
+/** Node of a name below another, or at the top; null when there is none. */
+const SchemaNode *node_below(const SchemaNode *above, bool is_first, const std::string &name)
+{
+    if (is_first) {
+        return engine::Framework::exists() ? engine::Framework::current().schema().top(name)
+                                           : nullptr;
+    }
+    return above != nullptr ? above->child(name) : nullptr;
+}
+
+std::string keypath_text(const confd_hkeypath_t &keypath)
+{
+    std::string text;
+    const SchemaNode *node = nullptr;
+    for (int i = keypath.len - 1; i >= 0; --i) {
+        const confd_value_t *element = keypath.v[i];
+        if (element[0].type != C_XMLTAG) {
+            text += keys_text(node, element);
+            continue;
+        }
+        const std::string name = engine::print_value(element[0]);
+        node = node_below(node, text.empty(), name);
+        text += "/" + name;
+    }
+    return text;
+}
+
+} // namespace
+
+extern "C" {
+
+int confd_pp_value(char *buf, int bufsiz, const confd_value_t *v)
+{
+    return api::shielded(0, [&] {
+        return api::print_to(buf, bufsiz, v != nullptr ? engine::print_value(*v) : std::string());
+    });
+}
+
+int confd_pp_kpath(char *buf, int bufsiz, const confd_hkeypath_t *kp)
+{
+    return api::shielded(0, [&] {
+        return api::print_to(buf, bufsiz, kp != nullptr ? keypath_text(*kp) : std::string());
+    });
+}
+
+int confd_val2str(struct confd_type *type, const confd_value_t *v, char *buf, int bufsiz)
+{
+    return api::guarded("confd_val2str", CONFD_ERR, [&] {
+        const auto text = type != nullptr && v != nullptr ? engine::text_by_type(*type, *v)
+                                                          : std::optional<std::string>();
+        if (!text) {
+            throw engine::Error(CONFD_ERR_BADTYPE,
+                                "the value " + (v != nullptr ? engine::print_value(*v) : "(null)") +
+                                    " does not fit the type of its node");
+        }
+        return api::print_to(buf, bufsiz, *text);
+    });
+}
+
+void confd_free_value(confd_value_t *v)
+{
+    if (v != nullptr) {
+        api::take_back(*v);
+    }
+}
+
+} // extern "C"

@@ -1,0 +1,50 @@
+/** Hooks for tests and reports: calls counted by name, calls that fail on purpose, things still held. */
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+
+namespace engine {
+
+/** Process-wide. Every client call that reaches the framework passes `on_call` first. */
+class Hooks {
+public:
+    static Hooks &instance();
+
+    /**
+     * Lets a call fail: the n-th from now (1 is the next) fails with `code` and the text
+     * "forced failure"; with `from_then_on` every later one as well.
+     */
+    void fail_call(std::uint64_t n, int code, bool from_then_on = false);
+    /** Ends what fail_call began. */
+    void fail_no_more();
+    /** Whether a failure has been forced since fail_call. */
+    bool has_failed() const { return m_has_failed; }
+
+    /** Calls by name since reset_counts; calls that only print or free do not count. */
+    const std::map<std::string, std::uint64_t> &counts() const { return m_counts; }
+    void reset_counts();
+
+    /** Counts the call. @throws Error  When it is this call's turn to fail. */
+    void on_call(const char *name);
+
+    /** What the client library has handed out and not got back. */
+    struct Held {
+        int cursors = 0;
+        int queries = 0;
+        int query_results = 0;
+        int values = 0; /**< Texts and lists owned by values in clients' hands. */
+        bool none() const { return cursors == 0 && queries == 0 && query_results == 0 && values == 0; }
+    };
+    Held held;
+
+private:
+    std::map<std::string, std::uint64_t> m_counts;
+    std::uint64_t m_until_failure = 0; /**< 0: none is to come. */
+    int m_code = 0;
+    bool m_from_then_on = false;
+    bool m_has_failed = false;
+};
+
+} // namespace engine

@@ -1,0 +1,23 @@
+/** What makes a parsed or edited tree a configuration: key order and encrypted values. */
+#pragma once
+
+#include "datastore.h"
+
+namespace engine
+{
+
+/**
+ * Brings system-ordered lists and leaf-lists into key order, at all levels. Linear where they
+ * stand in order already.
+ * @param root  First top-level node; follows if another becomes the first.
+ */
+void order_by_keys(lyd_node *&root);
+
+/**
+ * Stores encrypted leaves that were entered as clear text ($0$) encrypted.
+ * @param committed  Where it holds the same clear text at the same place, its cipher text is
+ *                   kept. May be null.
+ */
+void encrypt_leaves(lyd_node *root, const Datastore *committed);
+
+} // namespace engine

@@ -1,0 +1,30 @@
+/** Trace lines and fault reports. */
+#pragma once
+
+#include <zlog.h>
+
+/** The middleware's levels: a higher number is more important. */
+enum TraceLevel {
+    kTraceFine = 10,     /**< Timings and every item. */
+    kTraceProgress = 11, /**< Ends of steps. */
+    kTraceDecision = 12  /**< Decisions, anomalies and errors; begin and end of checks. */
+};
+
+/**
+ * The library's trace category, created on the first call after the middleware is up; null until
+ * then. Not locked: the first calls come from the host's validation thread.
+ */
+zlog_category_t *get_trace_cat();
+
+/** Writes a line: TRACE(level, format, arguments...). */
+#define TRACE(level, ...)                                                                          \
+    zlog(get_trace_cat(), __FILE__, sizeof(__FILE__) - 1, __func__, sizeof(__func__) - 1,          \
+         __LINE__, level, __VA_ARGS__)
+
+/**
+ * For a condition that must never happen: writes a backtrace, reports a fault to the middleware and
+ * ends the process. The message is cut to 349 characters.
+ */
+[[noreturn]] void report_fault_and_exit(const char *function, const char *file, int line,
+                                        const char *format, ...)
+    __attribute__((format(printf, 4, 5)));

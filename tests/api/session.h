@@ -1,0 +1,103 @@
+/** A framework with a committed configuration, a transaction and sockets, for tests of the C calls.
+ */
+#pragma once
+
+#include "confd_cdb.h"
+#include "confd_maapi.h"
+#include "framework.h"
+#include "support/model.h"
+
+#include <array>
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <string>
+
+namespace test_support
+{
+
+/** Text of a value with its type, such as C_UINT32 7: for comparisons and for reading failures. */
+inline std::string described(const confd_value_t &value)
+{
+    std::array<char, 256> text{};
+    confd_pp_value(text.data(), static_cast<int>(text.size()), &value);
+    switch (value.type) {
+    case C_NOEXISTS:
+        return "C_NOEXISTS";
+    case C_XMLTAG:
+        return std::string("C_XMLTAG ") + text.data();
+    case C_BUF:
+        return std::string("C_BUF ") + text.data();
+    case C_LIST:
+        return std::string("C_LIST ") + text.data();
+    case C_INT32:
+        return std::string("C_INT32 ") + text.data();
+    case C_UINT8:
+        return std::string("C_UINT8 ") + text.data();
+    case C_UINT32:
+        return std::string("C_UINT32 ") + text.data();
+    case C_BOOL:
+        return std::string("C_BOOL ") + text.data();
+    case C_ENUM_VALUE:
+        return std::string("C_ENUM_VALUE ") + text.data();
+    case C_IPV4:
+        return std::string("C_IPV4 ") + text.data();
+    case C_IPV4_AND_PLEN:
+        return std::string("C_IPV4_AND_PLEN ") + text.data();
+    default:
+        return "type " + std::to_string(value.type) + " " + text.data();
+    }
+}
+
+inline std::string kpath_text(const confd_hkeypath_t &keypath)
+{
+    std::array<char, 1024> text{};
+    confd_pp_kpath(text.data(), static_cast<int>(text.size()), &keypath);
+    return text.data();
+}
+
+/** Fixture: `start` makes the configurations; what a test leaves held shows up at its end. */
+class Session : public ::testing::Test
+{
+protected:
+    /** Both are what stands inside <config>. */
+    void start(const std::string &running, const std::string &candidate)
+    {
+        m_framework.emplace(checked_config(running));
+        maapi = framework().open_socket(engine::SocketKind::kMaapi);
+        cdb = framework().open_socket(engine::SocketKind::kCdb);
+        th = framework().begin(checked_config(candidate)).handle();
+    }
+    void start(const std::string &both) { start(both, both); }
+
+    void TearDown() override
+    {
+        engine::Hooks::instance().fail_no_more();
+        const auto &held = engine::Hooks::instance().held;
+        EXPECT_EQ(held.values, 0);
+        EXPECT_EQ(held.query_results, 0);
+        m_framework.reset();
+        EXPECT_TRUE(held.none()) << "the end of the transaction releases cursors and queries";
+    }
+
+    engine::Framework &framework() { return *m_framework; }
+
+    int maapi = 0;
+    int cdb = 0;
+    int th = 0;
+
+private:
+    std::optional<engine::Framework> m_framework;
+};
+
+/** Checks code and text of the call that failed last; the text must hold each of the pieces. */
+inline void expect_error(int code, const std::vector<std::string> &pieces)
+{
+    EXPECT_EQ(confd_errno, code) << confd_lasterr();
+    for (const auto &piece : pieces) {
+        EXPECT_NE(std::string(confd_lasterr()).find(piece), std::string::npos)
+            << '"' << confd_lasterr() << "\" does not say \"" << piece << '"';
+    }
+}
+
+} // namespace test_support

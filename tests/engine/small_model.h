@@ -1,0 +1,34 @@
+/** Models of a few lines, where the card's has no such case. */
+#pragma once
+
+#include "support/model.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace test_support
+{
+
+/** A model with one module `t`, namespace urn:t, of these statements. */
+inline std::shared_ptr<const engine::Schema> small_schema(const std::string &statements)
+{
+    engine::ModelSource source = model_source();
+    source.texts.push_back({"t", "module t { yang-version 1.1; namespace urn:t; prefix t;"
+                                 " import tailf-common { prefix tailf; } " +
+                                     statements + "}"});
+    source.main_module = "t";
+    return engine::Schema::load(source);
+}
+
+/** A checked configuration of a small model. */
+inline engine::Datastore small_config(const std::shared_ptr<const engine::Schema> &schema,
+                                      const std::string &xml)
+{
+    auto tree = engine::Datastore::parse(schema, {"small.xml", xml});
+    tree.check("small.xml");
+    return tree;
+}
+
+} // namespace test_support

@@ -1,0 +1,74 @@
+#!/usr/bin/env bash
+# Runs gpon-validate on one golden case and compares what the operator sees with expected.txt.
+#
+# usage: run_case.sh [--update] GPON_VALIDATE FOLDER
+#
+# The folder holds README (why the case matters), expected.txt (stdout, then `exit N`), and one of
+# change.xml, candidate.xml, overbook.xml; running.xml and card.json stand there or in the folder
+# above. `arguments` may hold further words of the command line. With --update expected.txt is
+# written instead of compared.
+set -uo pipefail
+
+update=no
+if [ "$1" = --update ]; then
+  update=yes
+  shift
+fi
+program=$(realpath "$1")
+cd "$2" || exit 1
+
+fail() {
+  echo "$PWD: $1" >&2
+  exit 1
+}
+
+# The file, or the one of the folder above; nothing if there is neither.
+inherited() {
+  for file in "$1" "../$1"; do
+    if [ -f "$file" ]; then
+      echo "$file"
+      return
+    fi
+  done
+}
+
+command_words() {
+  words=(check)
+  local running card
+  running=$(inherited running.xml)
+  card=$(inherited card.json)
+  [ -n "$running" ] && words+=(--running "$running")
+  [ -n "$card" ] && words+=(--card "$card")
+  local inputs=${#words[@]}
+  if [ -f candidate.xml ]; then
+    words+=(candidate.xml)
+  elif [ -f change.xml ]; then
+    words+=(--edit change.xml)
+  elif [ -f overbook.xml ]; then
+    words+=(--edit overbook.xml)
+  fi
+  if [ -f arguments ]; then
+    local more
+    read -r -d '' -a more < arguments
+    words+=("${more[@]}")
+  elif [ ${#words[@]} -eq "$inputs" ]; then
+    fail "nothing to check: neither change.xml nor candidate.xml nor arguments"
+  fi
+}
+
+# Nobody must be asked, whatever terminal this runs on; what goes to stderr is for the log.
+actual() {
+  "$program" "${words[@]}" < /dev/null
+  echo "exit $?"
+}
+
+[ -s README ] || fail "README is missing: a line that says why the case matters"
+command_words
+if [ "$update" = yes ]; then
+  actual > expected.txt
+  exit
+fi
+[ -f expected.txt ] || fail "expected.txt is missing: see tests/golden/update.sh"
+if ! diff -u --label expected.txt expected.txt --label "gpon-validate ${words[*]}" <(actual); then
+  fail "what the operator sees has changed; if it is right, run tests/golden/update.sh"
+fi

@@ -1,0 +1,66 @@
+#include "program_runner.h"
+
+#include "model_schema.h"
+#include "rules.h"
+
+#include <nlohmann/json.hpp>
+
+#include <set>
+
+using testing::HasSubstr;
+
+namespace
+{
+
+/** A rule in the table without a place in the model would never run, and the other way round. */
+TEST_F(ProgramTest, TableOfRulesAndModelHaveTheSameKeys)
+{
+    std::set<std::string_view> table;
+    for (const auto &rule : host::kRules) {
+        table.insert(rule.key);
+        EXPECT_NE(host::what_guards(rule.key), "") << rule.key;
+    }
+    EXPECT_EQ(table.size(), host::kRules.size()) << "a key stands twice";
+    std::set<std::string_view> model;
+    const auto schema = host::load_schema();
+    for (const auto &point : schema->points()) {
+        model.insert(point.opaque);
+    }
+    EXPECT_EQ(table, model);
+}
+
+TEST_F(ProgramTest, PointsListsEveryKeyWithItsPlaces)
+{
+    const ProgramRun done = run({"points", "--json"});
+    ASSERT_EQ(done.code, 0) << done;
+    const auto keys = nlohmann::json::parse(done.out);
+    ASSERT_EQ(keys.size(), 23U);
+    const ProgramRun text = run({"points"});
+    for (const auto &key : keys) {
+        EXPECT_FALSE(key.at("points").empty()) << key;
+        EXPECT_THAT(text.out, HasSubstr(key.at("key").get<std::string>() + "\n"));
+        for (const auto &point : key.at("points")) {
+            EXPECT_THAT(text.out, HasSubstr("    " + point.at("path").get<std::string>() + "  ("));
+        }
+    }
+}
+
+TEST_F(ProgramTest, PointsOfAKeyShowItsDependencies)
+{
+    const ProgramRun text = run({"points", "sp_gem_check"});
+    EXPECT_EQ(text.code, 0) << text;
+    EXPECT_THAT(text.out, HasSubstr("\n/config/service-port/gpon\n"));
+    EXPECT_THAT(text.out, HasSubstr("  asked     for each instance"));
+    EXPECT_THAT(text.out,
+                HasSubstr("    /config/interface/gpon/onu/onu-id  (reaches all instances)\n"));
+
+    const ProgramRun json = run({"points", "service_port_global_validation", "--json"});
+    EXPECT_EQ(nlohmann::json::parse(json.out), nlohmann::json::parse(R"({
+        "key": "service_port_global_validation",
+        "guards": "No two service ports match the same traffic; at most 4096 service ports.",
+        "points": [{"path": "/config/service-port", "asked": "once", "priority": 20,
+                    "dependencies": [{"path": "/config/service-port",
+                                      "within": "/config/service-port"}]}]})"));
+}
+
+} // namespace

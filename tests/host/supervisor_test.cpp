@@ -1,0 +1,141 @@
+#include "supervisor.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <stdexcept>
+#include <sys/wait.h>
+#include <unistd.h>
+
+using host::ChildEnd;
+using host::ChildWork;
+using namespace std::chrono_literals;
+
+namespace
+{
+
+class Supervisor : public testing::Test
+{
+protected:
+    ChildEnd run(std::function<void(int)> work, std::chrono::milliseconds patience = 0ms)
+    {
+        ChildWork child;
+        child.work = std::move(work);
+        child.on_line = [this](std::string_view line) { lines.emplace_back(line); };
+        child.on_output = [this](std::string_view text) { output += text; };
+        child.on_tick = [] {};
+        child.patience = patience;
+        return host::run_in_child(child);
+    }
+
+    std::vector<std::string> lines;
+    std::string output;
+};
+
+void say(int fd, std::string_view text)
+{
+    while (!text.empty()) {
+        const ssize_t written = write(fd, text.data(), text.size());
+        if (written < 0) {
+            _exit(99);
+        }
+        text.remove_prefix(static_cast<std::size_t>(written));
+    }
+}
+
+TEST_F(Supervisor, DeliversLinesAndOutputInWhole)
+{
+    const std::string long_line(200000, 'x');
+    const ChildEnd end = run([&](int fd) {
+        say(fd, "one\nt");
+        say(fd, "wo\n" + long_line + "\n");
+        say(STDERR_FILENO, long_line);
+        say(STDOUT_FILENO, "end");
+    });
+    EXPECT_EQ(lines, (std::vector<std::string>{"one", "two", long_line}));
+    EXPECT_EQ(output, long_line + "end");
+    EXPECT_EQ(end.signal, 0);
+    EXPECT_EQ(end.exit_status, 0);
+}
+
+TEST_F(Supervisor, DeliversWhatWasSaidBeforeTheEnd)
+{
+    const ChildEnd end = run([](int fd) {
+        say(fd, "last\n");
+        say(STDERR_FILENO, "words");
+        std::raise(SIGKILL);
+    });
+    EXPECT_EQ(end.signal, SIGKILL);
+    EXPECT_FALSE(end.out_of_patience);
+    EXPECT_EQ(lines, std::vector<std::string>{"last"});
+    EXPECT_EQ(output, "words");
+}
+
+TEST_F(Supervisor, TellsTheExitStatus)
+{
+    EXPECT_EQ(run([](int) { _exit(17); }).exit_status, 17);
+}
+
+TEST_F(Supervisor, KillsASilentChild)
+{
+    const ChildEnd end = run(
+        [](int fd) {
+            say(fd, "start\n");
+            for (;;) {
+                pause();
+            }
+        },
+        500ms);
+    EXPECT_TRUE(end.out_of_patience);
+    EXPECT_EQ(end.signal, SIGKILL);
+    EXPECT_EQ(lines, std::vector<std::string>{"start"});
+}
+
+TEST_F(Supervisor, DoesNotWaitForAGrandchildThatHoldsThePipes)
+{
+    // Without patience: only the end of the child can end this.
+    const ChildEnd end = run([](int fd) {
+        if (fork() == 0) {
+            alarm(30);
+            pause();
+            _exit(0);
+        }
+        say(fd, "gone\n");
+        _exit(0);
+    });
+    EXPECT_EQ(end.exit_status, 0);
+    EXPECT_EQ(lines, std::vector<std::string>{"gone"});
+}
+
+TEST_F(Supervisor, KillsAChildThatNeverStopsWriting)
+{
+    const ChildEnd end = run(
+        [](int) {
+            const std::string noise(60000, 'x');
+            for (;;) {
+                say(STDERR_FILENO, noise);
+            }
+        },
+        500ms);
+    EXPECT_TRUE(end.out_of_patience);
+}
+
+TEST_F(Supervisor, LeavesNoChildWhenACallbackThrows)
+{
+    ChildWork child;
+    child.work = [](int fd) {
+        say(fd, "line\n");
+        for (;;) {
+            pause();
+        }
+    };
+    child.on_line = [](std::string_view) { throw std::runtime_error("enough"); };
+    child.on_output = [](std::string_view) {};
+    child.on_tick = [] {};
+    EXPECT_THROW(host::run_in_child(child), std::runtime_error);
+    EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "a child is left";
+}
+
+} // namespace

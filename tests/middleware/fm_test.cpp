@@ -1,0 +1,184 @@
+#include <fm_gpond.h>
+#include <fm_host.h>
+
+#include "scratch_file.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+#include <string>
+
+namespace
+{
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+class Facility : public testing::Test
+{
+protected:
+    ~Facility() override { fm::use_card(fm::default_card()); }
+
+    /** Makes this the card and initialises the facility. */
+    void start(const fm::Card &card)
+    {
+        fm::use_card(card);
+        ASSERT_EQ(fm_init(), 0);
+        ASSERT_EQ(fm_local_slot(&m_slot), 0);
+    }
+
+    /** Expects that no call gives a figure for the slot, and that the outputs stay. */
+    static void expect_no_figures(const fm_slot_t &slot)
+    {
+        bool enabled = true;
+        uint32_t count = 77;
+        EXPECT_NE(fm_scalar_card_gpond_do_bw_check(&slot, &enabled), 0);
+        EXPECT_NE(fm_scalar_card_gpond_manageable_pon_links(&slot, &count), 0);
+        EXPECT_TRUE(enabled);
+        EXPECT_EQ(count, 77U);
+        EXPECT_EQ(fm_oper_card_gpond_get_max_num_onu_per_ponlink_from_board(&slot), nullptr);
+        EXPECT_EQ(fm_oper_card_gpond_get_max_num_ponlink_from_board(&slot), nullptr);
+    }
+
+    fm_slot_t m_slot{};
+};
+
+TEST_F(Facility, GivesTheFiguresOfTheCard)
+{
+    fm::Card card;
+    card.do_bw_check = false;
+    card.manageable_pon_links = 4;
+    card.max_onus_per_pon_link = 64;
+    card.max_pon_links = 16;
+    card.chassis = 2;
+    card.slot = 9;
+    start(card);
+
+    EXPECT_EQ(m_slot.chassis, 2U);
+    EXPECT_EQ(m_slot.slot, 9U);
+    bool enabled = true;
+    EXPECT_EQ(fm_scalar_card_gpond_do_bw_check(&m_slot, &enabled), 0);
+    EXPECT_FALSE(enabled);
+    uint32_t count = 0;
+    EXPECT_EQ(fm_scalar_card_gpond_manageable_pon_links(&m_slot, &count), 0);
+    EXPECT_EQ(count, 4U);
+    auto *const max_onus = fm_oper_card_gpond_get_max_num_onu_per_ponlink_from_board(&m_slot);
+    ASSERT_NE(max_onus, nullptr);
+    EXPECT_EQ(max_onus(0), 64);
+    EXPECT_EQ(max_onus(3), 64);
+    auto *const max_links = fm_oper_card_gpond_get_max_num_ponlink_from_board(&m_slot);
+    ASSERT_NE(max_links, nullptr);
+    EXPECT_EQ(max_links(), 16);
+}
+
+TEST_F(Facility, HasNoFiguresForABareCardAndForOtherSlots)
+{
+    start(fm::Card{});
+    expect_no_figures(m_slot);
+
+    start(fm::default_card());
+    expect_no_figures({m_slot.chassis, m_slot.slot + 1});
+    expect_no_figures({m_slot.chassis + 1, m_slot.slot});
+}
+
+TEST_F(Facility, TellsNothingUntilItIsInitialised)
+{
+    fm::use_card(fm::default_card());
+    fm_slot_t slot = {7, 7};
+    EXPECT_NE(fm_local_slot(&slot), 0);
+    EXPECT_EQ(slot.chassis, 7U);
+    expect_no_figures({1, 1});
+
+    auto broken = fm::default_card();
+    broken.init_result = -5;
+    fm::use_card(broken);
+    EXPECT_EQ(fm_init(), -5);
+    EXPECT_NE(fm_local_slot(&slot), 0);
+    expect_no_figures({1, 1});
+}
+
+TEST_F(Facility, MayNotKnowItsSlot)
+{
+    auto card = fm::default_card();
+    card.local_slot_result = 3;
+    fm::use_card(card);
+    ASSERT_EQ(fm_init(), 0);
+    fm_slot_t slot = {7, 7};
+    EXPECT_EQ(fm_local_slot(&slot), 3);
+    EXPECT_EQ(slot.chassis, 7U);
+    EXPECT_EQ(slot.slot, 7U);
+}
+
+TEST(ReadCard, TakesWhatIsGivenAndLeavesTheRestOut)
+{
+    const ScratchFile all(R"({"do_bw_check": false, "manageable_pon_links": 4294967295,
+        "max_onus_per_pon_link": 2147483647, "max_pon_links": 0, "chassis": 2, "slot": 3,
+        "init_result": -1, "local_slot_result": 5})");
+    const auto card = fm::read_card(all.path());
+    EXPECT_EQ(card.do_bw_check, false);
+    EXPECT_EQ(card.manageable_pon_links, 4294967295U);
+    EXPECT_EQ(card.max_onus_per_pon_link, 2147483647);
+    EXPECT_EQ(card.max_pon_links, 0);
+    EXPECT_EQ(card.chassis, 2U);
+    EXPECT_EQ(card.slot, 3U);
+    EXPECT_EQ(card.init_result, -1);
+    EXPECT_EQ(card.local_slot_result, 5);
+
+    const ScratchFile nothing("{}");
+    const auto bare = fm::read_card(nothing.path());
+    EXPECT_FALSE(bare.do_bw_check || bare.manageable_pon_links || bare.max_onus_per_pon_link ||
+                 bare.max_pon_links);
+    EXPECT_EQ(bare.chassis, 1U);
+    EXPECT_EQ(bare.slot, 1U);
+    EXPECT_EQ(bare.init_result, 0);
+    EXPECT_EQ(bare.local_slot_result, 0);
+}
+
+/** What reading a card says about a text; empty when it takes it. */
+std::string complaint_about(const std::string &path)
+{
+    try {
+        fm::read_card(path);
+        return "";
+    } catch (const std::runtime_error &error) {
+        return error.what();
+    }
+}
+
+TEST(ReadCard, RefusesWhatItWouldHaveToGuess)
+{
+    const struct {
+        const char *text;
+        const char *complaint;
+    } cases[] = {
+        {R"({"max_pon_link": 8})", "unknown member max_pon_link; known are chassis, do_bw_check"},
+        {R"({"do_bw_check": 1})", "do_bw_check is 1; it must be true or false"},
+        {R"({"max_pon_links": "8"})",
+         "max_pon_links is \"8\"; it must be a whole number from 0 to 2147483647"},
+        {R"({"max_pon_links": 8.5})", "max_pon_links is 8.5; it must be a whole number"},
+        {R"({"max_pon_links": null})", "max_pon_links is null; it must be"},
+        {R"({"max_onus_per_pon_link": -1})", "max_onus_per_pon_link is -1; it must be"},
+        {R"({"max_pon_links": 2147483648})", "max_pon_links is 2147483648; it must be"},
+        {R"({"manageable_pon_links": 4294967296})", "from 0 to 4294967295"},
+        {R"({"manageable_pon_links": 18446744073709551615})", "is 18446744073709551615; it"},
+        {R"({"manageable_pon_links": -1})", "manageable_pon_links is -1; it must be"},
+        {R"({"slot": -1})", "slot is -1; it must be"},
+        {R"({"init_result": 2147483648})", "from -2147483648 to 2147483647"},
+        {R"({"slot": 1, "slot": 2})", "slot stands twice"},
+        {"[]", "a card is a JSON object"},
+        {"", "parse error at line 1"},
+        {"{\n\"slot\": }", "parse error at line 2"},
+        {"{} {}", "parse error at line 1"},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.text);
+        const ScratchFile file(c.text);
+        EXPECT_THAT(complaint_about(file.path()),
+                    AllOf(StartsWith(file.path() + ": "), HasSubstr(c.complaint)));
+    }
+    EXPECT_EQ(complaint_about("no/such/card.json"), "no/such/card.json: cannot be opened");
+}
+
+} // namespace

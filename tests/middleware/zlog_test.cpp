@@ -1,0 +1,134 @@
+#include <zlog.h>
+#include <zlog_host.h>
+
+#include "scratch_file.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+using testing::ContainsRegex;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+
+class Trace : public testing::Test
+{
+protected:
+    ~Trace() override
+    {
+        zlog_host::set_level(zlog_host::kOff);
+        zlog_host::write_to_stderr();
+    }
+
+    /** Traces as the library does, at a level. */
+    void trace(int level, const std::string &text)
+    {
+        zlog(m_category, "src/file", 8, "func", 4, 7, level, "%s", text.c_str());
+    }
+
+    zlog_category_t *m_category = zlog_host::category("gpon-valid");
+};
+
+TEST_F(Trace, KeepsTheLevelsFromTheOneThatIsSet)
+{
+    std::vector<std::string> texts;
+    zlog_host::write_to([&texts](const zlog_host::Line &line) { texts.push_back(line.text); });
+
+    trace(12, "off at start");
+    EXPECT_EQ(zlog_level_enabled(m_category, 12), 0);
+    EXPECT_EQ(zlog_level_enabled(m_category, zlog_host::kOff), 0);
+
+    zlog_host::set_level(11);
+    trace(10, "fine");
+    trace(11, "progress");
+    trace(12, "decision");
+    zlog(nullptr, "src/file", 8, "func", 4, 7, 12, "no category");
+    EXPECT_EQ(zlog_level_enabled(m_category, 10), 0);
+    EXPECT_NE(zlog_level_enabled(m_category, 11), 0);
+    EXPECT_NE(zlog_level_enabled(m_category, 12), 0);
+    EXPECT_EQ(zlog_level_enabled(nullptr, 12), 0);
+
+    EXPECT_THAT(texts, ElementsAre("progress", "decision"));
+}
+
+TEST_F(Trace, HandsOverEachPartOfALine)
+{
+    std::vector<zlog_host::Line> lines;
+    zlog_host::write_to([&lines](const zlog_host::Line &line) { lines.push_back(line); });
+    zlog_host::set_level(10);
+
+    // Neither name ends in a NUL where its length says that it ends.
+    const char file[] = {'s', 'r', 'c', '/', 'f', 'X', 'X'};
+    const char func[] = {'f', 'n', 'X'};
+    const std::string long_text(100000, 'x');
+    zlog(m_category, file, 5, func, 2, 123, 11, "%d %s", 42, long_text.c_str());
+
+    ASSERT_EQ(lines.size(), 1U);
+    EXPECT_EQ(lines[0].category, "gpon-valid");
+    EXPECT_EQ(lines[0].file, "src/f");
+    EXPECT_EQ(lines[0].function, "fn");
+    EXPECT_EQ(lines[0].line, 123);
+    EXPECT_EQ(lines[0].level, 11);
+    EXPECT_EQ(lines[0].text, "42 " + long_text);
+}
+
+TEST_F(Trace, WritesAFileAnewAndAtOnce)
+{
+    const ScratchFile file("what was there before\n");
+    zlog_host::write_to_file(file.path());
+    zlog_host::set_level(10);
+    trace(12, "100 % {} of it");
+    zlog_host::write({"debug", "", "", 0, 10, "a note"});
+
+    const std::string written = file.read();
+    EXPECT_THAT(written, Not(HasSubstr("before")));
+    EXPECT_THAT(written, ContainsRegex("^[0-9]{4}-[0-9]{2}-[0-9]{2} "
+                                       "[0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3} "
+                                       "12 gpon-valid src/file:7 func: 100 % \\{\\} of it\n"));
+    EXPECT_THAT(written, HasSubstr(" 10 debug a note\n"));
+}
+
+TEST_F(Trace, GoesToStderrUnlessToldOtherwise)
+{
+    zlog_host::write_to_stderr();
+    zlog_host::set_level(12);
+    testing::internal::CaptureStderr();
+    trace(12, "on the screen");
+    EXPECT_THAT(testing::internal::GetCapturedStderr(),
+                HasSubstr("12 gpon-valid src/file:7 func: on the screen\n"));
+}
+
+TEST_F(Trace, SaysWhenAFileCannotBeWritten)
+{
+    const ScratchFile no_folder;
+    try {
+        zlog_host::write_to_file(no_folder.path() + "/trace");
+        ADD_FAILURE() << "a file in a file was opened";
+    } catch (const std::runtime_error &error) {
+        EXPECT_THAT(error.what(), HasSubstr(no_folder.path()));
+    }
+}
+
+TEST_F(Trace, LosesALineRatherThanThrowIntoItsCaller)
+{
+    zlog_host::write_to([](const zlog_host::Line &) { throw std::runtime_error("disk full"); });
+    zlog_host::set_level(10);
+    testing::internal::CaptureStderr();
+    EXPECT_NO_THROW(trace(12, "lost"));
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("disk full"));
+}
+
+TEST_F(Trace, FindsACategoryAgainByItsName)
+{
+    EXPECT_EQ(zlog_host::category("gpon-valid"), m_category);
+    EXPECT_NE(zlog_host::category("another"), m_category);
+}
+
+} // namespace
