@@ -1,9 +1,28 @@
 #include "gpon_card_valid.h"
 
+#include "committed_change_guard.h"
+#include "confd_text.h"
 #include "gpon_bw_limit.h"
+#include "gpon_itf_grp_validation.h"
+#include "gpon_itf_valid.h"
+#include "gpon_line_profile_confirm.h"
+#include "gpon_onu_password_valid.h"
+#include "gpon_onu_rg_profile_validation.h"
+#include "gpon_onu_snmp_rt_confirm.h"
+#include "gpon_ponlink_fec_confirm.h"
+#include "gpon_rg_profile_validation.h"
+#include "gpon_sip_agent_validation.h"
+#include "gpon_tr069_profile_validation.h"
+#include "gpon_vlan_limit.h"
+#include "gpon_vlan_match.h"
+#include "gpon_voip_media_profile_validation.h"
+#include "maapi_guards.h"
+#include "onu_gateway.h"
 #include "platform_settings.h"
-#include "validator.h"
+#include "trace.h"
+#include "valid_service_port.h"
 
+#include <base.h>
 #include <fm_gpond.h>
 #include <velconfd.h>
 
@@ -14,34 +33,34 @@ namespace
 {
 
 struct ValidatorEntry {
-    validator_t *validator; // Null: the change is accepted.
+    validator_t *validator;
     const char *key;
 };
 
 constexpr ValidatorEntry kValidators[] = {
     {validate_max_bandwidth_ponlink, "onu_bw_check"},
     {validate_max_bandwidth_global, "ponlink_bw_check"},
-    {nullptr, "config_modified_check"},
-    {nullptr, "onu_gateway_ip_check"},
-    {nullptr, "vlan_match_check"},
-    {nullptr, "vlan_limit_check"},
-    {nullptr, "onu_pwd_sn_unique_check"},
-    {nullptr, "fec_confirmation_warning"},
-    {nullptr, "line_confirmation_warning"},
-    {nullptr, "rg_profile_confirmation_warning"},
-    {nullptr, "tr069_profile_confirmation_warning"},
-    {nullptr, "tr069_profile_password_length_check"},
-    {nullptr, "rg_profile_ssid_unique_check"},
-    {nullptr, "sp_gem_check"},
-    {nullptr, "service_port_global_validation"},
-    {nullptr, "service_port_delete_all_warning_check"},
-    {nullptr, "onu_snmp_rt_warn"},
-    {nullptr, "sip_agent_profile_confirmation_warning"},
-    {nullptr, "itf_grp_validation"},
-    {nullptr, "interface_validation"},
-    {nullptr, "voip_media_profile_confirmation_warning"},
-    {nullptr, "one_shot_prov_check"},
-    {nullptr, "rg_prof_one_shot_check"},
+    {validate_config_modify, "config_modified_check"},
+    {validate_onu_gateway_ip, "onu_gateway_ip_check"},
+    {validate_vlan_match, "vlan_match_check"},
+    {validate_vlan_limit, "vlan_limit_check"},
+    {validate_onu_pwd_sn_unique, "onu_pwd_sn_unique_check"},
+    {ponlink_fec_confirmation, "fec_confirmation_warning"},
+    {line_profile_confirmation, "line_confirmation_warning"},
+    {rg_profile_confirmation, "rg_profile_confirmation_warning"},
+    {tr069_profile_confirmation, "tr069_profile_confirmation_warning"},
+    {tr069_profile_password_length_check_func, "tr069_profile_password_length_check"},
+    {rg_profile_ssid_unique_check_func, "rg_profile_ssid_unique_check"},
+    {validate_sp_gem_check, "sp_gem_check"},
+    {service_port_global_validation, "service_port_global_validation"},
+    {service_port_delete_all_warning, "service_port_delete_all_warning_check"},
+    {onu_snmp_rt_confirmation, "onu_snmp_rt_warn"},
+    {sip_agent_profile_confirmation, "sip_agent_profile_confirmation_warning"},
+    {validate_itf_grp, "itf_grp_validation"},
+    {validate_itf_gpon, "interface_validation"},
+    {voip_media_profile_confirmation, "voip_media_profile_confirmation_warning"},
+    {validate_one_shot_prov, "one_shot_prov_check"},
+    {validate_rg_prof_one_shot, "rg_prof_one_shot_check"},
 };
 
 template <std::size_t size>
@@ -50,7 +69,8 @@ void write_to_stderr(const char (&text)[size])
     std::fwrite(text, 1, size - 1, stderr);
 }
 
-/** Takes over the card's figures. One that the board does not give becomes 0. */
+/** Takes over the card's figures. One that the board does not give becomes 0.
+ */
 void read_capacities(const fm_slot_t &slot)
 {
     bool do_bw_check = true;
@@ -68,7 +88,8 @@ void read_capacities(const fm_slot_t &slot)
     }
     set_num_ponlinks(count);
 
-    // A platform that does not tell leaves the count as it is: then all links are manageable.
+    // A platform that does not tell leaves the count as it is: then all links are
+    // manageable.
     fm_scalar_card_gpond_manageable_pon_links(&slot, &count);
     set_num_manageable_ponlinks(count);
 }
@@ -83,7 +104,8 @@ int lib_init()
     }
     fm_slot_t slot{};
     if (fm_local_slot(&slot) != 0) {
-        write_to_stderr("Cannot initialize gpond confd validation lib. Error in fm_local_slot\n");
+        write_to_stderr("Cannot initialize gpond confd validation lib. Error in "
+                        "fm_local_slot\n");
         return -1;
     }
     read_capacities(slot);
@@ -101,7 +123,7 @@ int validate(confd_trans_ctx *tctx, confd_hkeypath_t *kp, confd_value_t *newval)
     const int maapi_sock = velconfd_maapi_socket_get(tctx->vcb_opaque);
     for (const ValidatorEntry &entry : kValidators) {
         if (std::strcmp(tctx->validate_opaque, entry.key) == 0) {
-            return entry.validator != nullptr ? entry.validator(maapi_sock, tctx, kp, newval) : 0;
+            return entry.validator(maapi_sock, tctx, kp, newval);
         }
     }
     return 0;
@@ -110,4 +132,98 @@ int validate(confd_trans_ctx *tctx, confd_hkeypath_t *kp, confd_value_t *newval)
 int lib_finish()
 {
     return 0;
+}
+
+maapi_iter_ret diff_iter(confd_hkeypath_t *kp, maapi_iter_op op, confd_value_t *oldv,
+                         confd_value_t *newv, void *state)
+{
+    if (zlog_level_enabled(get_trace_cat(), kTraceDecision) != 0) {
+        TRACE(kTraceDecision, "Validating keypath: %s (op=%d, oldv:%p, newv:%p)",
+              print_keypath(*kp).c_str(), static_cast<int>(op), static_cast<void *>(oldv),
+              static_cast<void *>(newv));
+    }
+    const confd_value_t &last = kp->v[0][0];
+    switch (op) {
+    case MOP_CREATED:
+    case MOP_DELETED:
+        if (last.type != C_XMLTAG) {
+            return ITER_RECURSE;
+        }
+        if (last.val.xmltag.tag != base_rg_one_shot_prov) {
+            return ITER_CONTINUE;
+        }
+        *static_cast<bool *>(state) = true;
+        return ITER_STOP;
+    case MOP_MODIFIED:
+        return ITER_RECURSE;
+    default:
+        return ITER_CONTINUE;
+    }
+}
+
+namespace
+{
+
+/** Name of a selected value's node; empty when the schema does not know its tag. */
+const char *name_of(const confd_tag_value_t &selected)
+{
+    const char *name = confd_hash2str(CONFD_GET_TAG_TAG(&selected));
+    return name != nullptr ? name : "";
+}
+
+/** Whether an ONU of the card has an RG profile; also when the ONUs cannot be asked for. */
+bool is_rg_profile_in_use(std::int32_t maapi_sock, confd_trans_ctx *tctx)
+{
+    constexpr int kDefaultChunk = 0;
+    const char *rg_profile = "rg-profile";
+    const Query query(maapi_sock,
+                      maapi_query_start(maapi_sock, tctx->thandle,
+                                        "/config/interface/gpon[chassis-id=1 and slot-id=1]/onu",
+                                        nullptr, kDefaultChunk, 1, CONFD_QUERY_TAG_VALUE, 1,
+                                        &rg_profile, 0, nullptr));
+    if (!query.is_running()) {
+        TRACE(kTraceDecision, "query failed for onu. err=%s", confd_lasterr());
+        return true;
+    }
+    while (true) {
+        const QueryChunk onus(query);
+        if (onus.size() <= 0) {
+            return false;
+        }
+        for (int i = 0; i < onus.size(); ++i) {
+            TRACE(kTraceDecision, "result %d:\n", onus.offset() + i);
+            for (int j = 0; j < onus.selected_per_result(); ++j) {
+                const confd_tag_value_t &selected = onus.selected(i, j);
+                if (selected.v.type != C_NOEXISTS) {
+                    return true;
+                }
+                TRACE(kTraceDecision, " %s: %s\n", name_of(selected),
+                      print_value(selected.v).c_str());
+            }
+        }
+    }
+}
+
+} // namespace
+
+std::int32_t validate_one_shot_prov(std::int32_t maapi_sock, confd_trans_ctx *tctx,
+                                    confd_hkeypath_t *kp, confd_value_t * /*newval*/)
+{
+    if (zlog_level_enabled(get_trace_cat(), kTraceDecision) != 0) {
+        TRACE(kTraceDecision, "Validating keypath: %s", print_keypath(*kp).c_str());
+    }
+    bool changed = false;
+    maapi_keypath_diff_iterate(maapi_sock, tctx->thandle, diff_iter, 0, &changed, "%h", kp);
+    if (!changed) {
+        return CONFD_OK;
+    }
+    TRACE(kTraceDecision, "rg-one-shot-prov has changed!");
+    if (!is_rg_profile_in_use(maapi_sock, tctx)) {
+        return CONFD_OK;
+    }
+    confd_trans_seterr(tctx, "The rg-one-shot-prov configuration will not be applied automatically "
+                             "to all ONUs using rg-profile. You shall force rg-one-shot-prov "
+                             "provision using the command 'rg-reprovision' available on the onu "
+                             "configuration tree.");
+    return CONFD_VALIDATION_WARN;
 }

@@ -1,0 +1,21 @@
+#include "gpon_itf_valid.h"
+
+#include "platform_settings.h"
+#include "trace.h"
+
+#include <confd_maapi.h>
+
+std::int32_t validate_itf_gpon(std::int32_t maapi_sock, confd_trans_ctx *tctx,
+                               confd_hkeypath_t * /*kp*/, confd_value_t * /*newval*/)
+{
+    const int count = maapi_num_instances(maapi_sock, tctx->thandle, "/config/interface/gpon");
+    if (count < 0) {
+        TRACE(kTraceDecision, "Failed getting gpon ports (%s)", confd_lasterr());
+        return -1;
+    }
+    if (get_num_manageable_ponlinks() > static_cast<std::uint32_t>(count)) {
+        confd_trans_seterr(tctx, "GPON interfaces cannot be deleted.");
+        return -1;
+    }
+    return 0;
+}

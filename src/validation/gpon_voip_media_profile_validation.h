@@ -1,0 +1,12 @@
+/** VoIP media profiles: changes of those in use. */
+#pragma once
+
+#include "validator.h"
+
+extern "C" {
+
+/** Validator of "voip_media_profile_confirmation_warning": confirmation before a profile in use is
+ * changed. */
+GPON_EXPORT validator_t voip_media_profile_confirmation;
+
+} // extern "C"

@@ -1,0 +1,27 @@
+#include "match_overlap_validation.h"
+
+// The signatures with texts by value are the published ones.
+// NOLINTBEGIN(performance-unnecessary-value-param)
+
+int MatchOverlapValidation::ServicePortMatchOverlaps(const char *name, std::string &error,
+                                                     std::string interface, unsigned int onu,
+                                                     unsigned int gem, int vlan)
+{
+    const auto [first_user, is_new] =
+        m_first_users.emplace(GetMatchString(name, interface, onu, gem, vlan), name);
+    if (is_new) {
+        return 0;
+    }
+    error = "Service-port \"" + first_user->second + "\" and \"" + name +
+            "\" have conflicting matches.";
+    return 1;
+}
+
+std::string MatchOverlapValidation::GetMatchString(const char * /*name*/, std::string interface,
+                                                   unsigned int onu, unsigned int gem, int vlan)
+{
+    return interface + " " + std::to_string(onu) + " " + std::to_string(gem) + " " +
+           std::to_string(vlan);
+}
+
+// NOLINTEND(performance-unnecessary-value-param)
