@@ -11,7 +11,7 @@ source_dirs := src platform model host tests bench
 linted := ^$(CURDIR)/(src|platform|model|host)/
 
 .DEFAULT_GOAL := help
-.PHONY: help run test bench build configure deps format lint clean
+.PHONY: help run test bench docs build configure deps format lint clean
 
 help: ## Lists these commands
 	@echo "Besides git, make is all that has to be there first: on Debian 12 the rest is installed"
@@ -36,6 +36,9 @@ test: build ## Builds, then runs all tests
 
 bench: build ## Builds, then runs the benchmarks (BENCH_ARGS="--benchmark_filter=...")
 	$(bin_dir)/gpon_bench $(BENCH_ARGS)
+
+docs: build ## Writes docs/rules anew from the rules' facts, the model and the golden cases
+	cmake --build --preset $(PRESET) --target docs
 
 build: configure ## Builds everything
 	cmake --build --preset $(PRESET) --parallel $(JOBS)

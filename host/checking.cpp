@@ -116,7 +116,7 @@ public:
 
     void take(std::string_view text)
     {
-        m_text += text;
+        keep(text);
         if (m_is_live) {
             m_progress.clear();
             m_err << text << std::flush;
@@ -135,6 +135,16 @@ public:
     }
 
 private:
+    /** A plug-in that writes without end must not fill the memory: the end is what counts. */
+    void keep(std::string_view text)
+    {
+        constexpr std::size_t kMostKept = 1U << 20U;
+        m_text += text;
+        if (m_text.size() > 2 * kMostKept) {
+            m_text.erase(0, m_text.size() - kMostKept);
+        }
+    }
+
     bool m_is_live;
     Progress &m_progress;
     std::ostream &m_err;

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <ostream>
+#include <sstream>
 #include <vector>
 
 namespace host
@@ -26,9 +27,9 @@ struct KeyPoints {
 std::vector<KeyPoints> group_by_key(const engine::Schema &schema)
 {
     std::vector<KeyPoints> groups;
-    groups.reserve(kRules.size());
-    for (const auto &rule : kRules) {
-        groups.push_back({std::string(rule.key), {}});
+    groups.reserve(rules().size());
+    for (const auto &rule : rules()) {
+        groups.push_back({rule.key, {}});
     }
     for (const auto &point : schema.points()) {
         auto group = std::find_if(groups.begin(), groups.end(), [&](const KeyPoints &known) {
@@ -100,24 +101,53 @@ Json json_of(const KeyPoints &group)
     for (const auto *point : group.points) {
         points.push_back(json_of(*point));
     }
-    return {{"key", group.key}, {"guards", what_guards(group.key)}, {"points", points}};
+    const Rule *rule = find_rule(group.key);
+    Json texts = Json::array();
+    for (const auto &text : rule != nullptr ? rule->texts : std::vector<RuleText>()) {
+        texts.push_back({{"text", text.text}, {"resolve", text.resolve}});
+    }
+    return {{"key", group.key},
+            {"guards", rule != nullptr ? rule->guards : ""},
+            {"points", points},
+            {"texts", texts}};
 }
 
 void print_all(std::ostream &out, const std::vector<KeyPoints> &groups)
 {
     for (const auto &group : groups) {
-        out << group.key << "\n  " << what_guards(group.key) << '\n';
+        const Rule *rule = find_rule(group.key);
+        out << group.key << "\n  " << (rule != nullptr ? rule->guards : "") << '\n';
         for (const auto *point : group.points) {
             print_point(out, *point);
         }
     }
 }
 
+/** Each text that the operator may read, and what he can do then. */
+void print_texts(std::ostream &out, const Rule &rule)
+{
+    out << "\nTexts:\n";
+    for (const auto &text : rule.texts) {
+        std::istringstream lines(text.text);
+        for (std::string line; std::getline(lines, line);) {
+            out << "  " << line << '\n';
+        }
+        out << "    " << text.resolve << '\n';
+    }
+}
+
 void print_one(std::ostream &out, const KeyPoints &group)
 {
-    out << group.key << ": " << what_guards(group.key) << '\n';
+    const Rule *rule = find_rule(group.key);
+    out << group.key << ": " << (rule != nullptr ? rule->guards : "") << '\n';
+    if (rule != nullptr) {
+        out << rule->why << "\nReads: " << rule->reads << '\n';
+    }
     for (const auto *point : group.points) {
         print_point_in_detail(out, *point);
+    }
+    if (rule != nullptr) {
+        print_texts(out, *rule);
     }
 }
 

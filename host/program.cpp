@@ -39,9 +39,8 @@ constexpr const char *kPointsExamples = "Examples:\n"
 
 constexpr const char *kGenerateExamples =
     "Examples:\n"
-    "  gpon-validate generate --links 16 --onus 128 --service-ports 4096 -o card.xml\n"
-    "  gpon-validate generate --links 2 --card card.json | gpon-validate check /dev/stdin "
-    "--card card.json";
+    "  gpon-validate generate --links 16 --onus 128 --service-ports 4096 -o running.xml\n"
+    "  gpon-validate generate --links 2 --format json -o running.json --card card.json";
 
 template <typename Value>
 using Choice = std::pair<const char *, Value>;

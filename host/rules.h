@@ -1,21 +1,31 @@
-/** What each rule of the card guards, in the operator's words. */
+/** What each rule of the card guards, in the operator's words; rules.json holds the facts. */
 #pragma once
 
-#include <array>
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace host
 {
 
-struct Rule {
-    std::string_view key; /**< Opaque key in the data model. */
-    std::string_view guards;
+/** A text that the operator may read, and what he can do then. */
+struct RuleText {
+    std::string text; /**< What varies stands in braces, such as {port}. */
+    std::string resolve;
 };
 
-/** In the plug-in's own order. */
-extern const std::array<Rule, 23> kRules;
+struct Rule {
+    std::string key; /**< Opaque key in the data model. */
+    std::string guards;
+    std::string why;
+    std::string reads;
+    std::vector<RuleText> texts;
+};
 
-/** Empty for a key that is not in the table. */
-std::string_view what_guards(std::string_view key);
+/** All 23, in the plug-in's own order. */
+const std::vector<Rule> &rules();
+
+/** Null for a key that no rule has. */
+const Rule *find_rule(std::string_view key);
 
 } // namespace host

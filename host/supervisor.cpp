@@ -68,6 +68,9 @@ Pipe make_pipe()
 [[noreturn]] void be_the_child(const ChildWork &work, const Pipe &lines, const Pipe &output)
 {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
+    // What the operator types is for the parent.
+    const Descriptor nothing(open("/dev/null", O_RDONLY | O_CLOEXEC));
+    dup2(nothing.get(), STDIN_FILENO);
     dup2(output.write_end.get(), STDOUT_FILENO);
     dup2(output.write_end.get(), STDERR_FILENO);
     int status = 0;

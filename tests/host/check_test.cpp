@@ -229,6 +229,31 @@ TEST_F(Check, NamesATraceFileThatCannotBeWritten)
     EXPECT_THAT(done.out, HasSubstr("/proc/trace"));
 }
 
+TEST_F(Check, WritesTracesToAFileOrPassesThemOn)
+{
+    const std::vector<std::string> words{"check",
+                                         "--plugin",
+                                         CARD_PLUGIN,
+                                         "--running",
+                                         file("running.xml", kRunning),
+                                         "--edit",
+                                         file("change.xml", kFecEdit),
+                                         "--yes",
+                                         "--trace",
+                                         "decisions"};
+    const std::string decision = "upstream-fec value_changed=1";
+    const ProgramRun to_stderr = run(words);
+    EXPECT_EQ(to_stderr.code, 0) << to_stderr;
+    EXPECT_THAT(to_stderr.err, HasSubstr(decision));
+    EXPECT_THAT(to_stderr.out, Not(HasSubstr(decision)));
+
+    std::vector<std::string> with_file = words;
+    with_file.insert(with_file.end(), {"--trace-file", path("trace")});
+    const ProgramRun to_file = run(with_file);
+    EXPECT_EQ(to_file.err, "");
+    EXPECT_THAT(read("trace"), HasSubstr(decision));
+}
+
 TEST_F(Check, ColorsOnlyWhereTheyAreWanted)
 {
     EXPECT_THAT(check_fec("", {"--color", "always"}).out, HasSubstr("\033[32mAccepted."));

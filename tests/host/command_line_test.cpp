@@ -39,7 +39,9 @@ INSTANTIATE_TEST_SUITE_P(
         Refusal{"NothingToCheck", {"check"}, "A configuration"},
         Refusal{"EditAndCandidate", {"check", "--edit", "a", "b"}, "excludes"},
         Refusal{"YesAndNo", {"check", "a", "--yes", "--no"}, "excludes"},
-        Refusal{"UnknownLevel", {"check", "a", "--trace", "13"}, "13 is none of fine, progress, decisions, "},
+        Refusal{"UnknownLevel",
+                {"check", "a", "--trace", "13"},
+                "13 is none of fine, progress, decisions, "},
         Refusal{"TraceFileAlone", {"check", "a", "--trace-file", "b"}, "--trace"},
         Refusal{"NegativeTimeout", {"check", "a", "--timeout", "-1"}, "--timeout"},
         Refusal{

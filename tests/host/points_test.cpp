@@ -16,11 +16,11 @@ namespace
 TEST_F(ProgramTest, TableOfRulesAndModelHaveTheSameKeys)
 {
     std::set<std::string_view> table;
-    for (const auto &rule : host::kRules) {
+    for (const auto &rule : host::rules()) {
         table.insert(rule.key);
-        EXPECT_NE(host::what_guards(rule.key), "") << rule.key;
+        EXPECT_NE(rule.guards, "") << rule.key;
     }
-    EXPECT_EQ(table.size(), host::kRules.size()) << "a key stands twice";
+    EXPECT_EQ(table.size(), host::rules().size()) << "a key stands twice";
     std::set<std::string_view> model;
     const auto schema = host::load_schema();
     for (const auto &point : schema->points()) {
@@ -52,6 +52,9 @@ TEST_F(ProgramTest, PointsOfAKeyShowItsDependencies)
     EXPECT_THAT(text.out, HasSubstr("\n/config/service-port/gpon\n"));
     EXPECT_THAT(text.out, HasSubstr("  asked     for each instance"));
     EXPECT_THAT(text.out,
+                HasSubstr("\nTexts:\n  Service-port [{id}] gem [{gem}] was not configured "
+                          "to onu [{onu}]\n    Add the GEM port"));
+    EXPECT_THAT(text.out,
                 HasSubstr("    /config/interface/gpon/onu/onu-id  (reaches all instances)\n"));
 
     const ProgramRun json = run({"points", "service_port_global_validation", "--json"});
@@ -60,7 +63,11 @@ TEST_F(ProgramTest, PointsOfAKeyShowItsDependencies)
         "guards": "No two service ports match the same traffic; at most 4096 service ports.",
         "points": [{"path": "/config/service-port", "asked": "once", "priority": 20,
                     "dependencies": [{"path": "/config/service-port",
-                                      "within": "/config/service-port"}]}]})"));
+                                      "within": "/config/service-port"}]}],
+        "texts": [{"text": "Service-port \"{first}\" and \"{second}\" have conflicting matches.",
+                   "resolve": "Let the two differ in interface, ONU, GEM port or match VLAN; the action plays no part."},
+                  {"text": "Service-port limit exceeded: Installed {count} of 4096 allowed",
+                   "resolve": "Remove service ports."}]})"));
 }
 
 } // namespace

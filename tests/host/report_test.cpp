@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <fstream>
 #include <sstream>
 
@@ -128,6 +129,20 @@ TEST(TextReport, CutsALongOutputOfTheDead)
         text, testing::StartsWith("The plug-in was stopped in small at /a: no answer within 60 s.\n"
                                   "The plug-in had written, in the end:\n  line 2\n"));
     EXPECT_THAT(text, testing::EndsWith("  line 41\nNot decided.\n"));
+}
+
+TEST(Colors, RespectTheTerminalAndTheEnvironment)
+{
+    using host::ColorChoice;
+    unsetenv("NO_COLOR");
+    EXPECT_TRUE(host::wants_color(ColorChoice::kAuto, true));
+    EXPECT_FALSE(host::wants_color(ColorChoice::kAuto, false));
+    EXPECT_TRUE(host::wants_color(ColorChoice::kAlways, false));
+    EXPECT_FALSE(host::wants_color(ColorChoice::kNever, true));
+    setenv("NO_COLOR", "1", 1);
+    EXPECT_FALSE(host::wants_color(ColorChoice::kAuto, true));
+    EXPECT_TRUE(host::wants_color(ColorChoice::kAlways, true));
+    unsetenv("NO_COLOR");
 }
 
 TEST(Explanation, SumsUpEachRule)

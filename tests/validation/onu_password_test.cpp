@@ -32,7 +32,7 @@ std::string twins()
     return card_xml::link(3, onu(1, "ABCD0001", "rose") + onu(2, "ABCD0001", "rose"));
 }
 
-class OnuCredentialsTest : public CardTest
+class OnuUniqueness : public CardTest
 {
 protected:
     static constexpr const char *kOnus = "/config/interface/gpon{1 1 3}/onu";
@@ -47,7 +47,7 @@ protected:
                                    "interface gpon 3 onu 2 password: [rose]\n");
 };
 
-TEST_F(OnuCredentialsTest, reports_every_entry_of_a_repeated_value)
+TEST_F(OnuUniqueness, reports_every_entry_of_a_repeated_value)
 {
     struct Case {
         OnuCredentials values;
@@ -79,7 +79,7 @@ TEST_F(OnuCredentialsTest, reports_every_entry_of_a_repeated_value)
     EXPECT_EQ(duplicate, -1) << "set by another call, and not cleared";
 }
 
-TEST_F(OnuCredentialsTest, files_what_the_method_calls_for)
+TEST_F(OnuUniqueness, files_what_the_method_calls_for)
 {
     given("", card_xml::link(3, onu(1, "abCDef01ab", "abCDef01ab") + onu(2, "abCd", "") +
                                     card_xml::onu(4)));
@@ -116,7 +116,7 @@ TEST_F(OnuCredentialsTest, files_what_the_method_calls_for)
     }
 }
 
-TEST_F(OnuCredentialsTest, takes_the_method_from_the_candidate)
+TEST_F(OnuUniqueness, takes_the_method_from_the_candidate)
 {
     struct Case {
         std::string committed;
@@ -145,7 +145,7 @@ TEST_F(OnuCredentialsTest, takes_the_method_from_the_candidate)
     EXPECT_THAT(trace_lines(), testing::IsEmpty());
 }
 
-TEST_F(OnuCredentialsTest, names_the_links_in_the_order_of_their_numbers)
+TEST_F(OnuUniqueness, names_the_links_in_the_order_of_their_numbers)
 {
     const auto links = [](const std::string &inside) {
         std::string xml;
@@ -164,7 +164,7 @@ TEST_F(OnuCredentialsTest, names_the_links_in_the_order_of_their_numbers)
                        "interface gpon 10 onu 2 serial-number: [ABCD0002]\n"));
 }
 
-TEST_F(OnuCredentialsTest, what_cannot_be_read_is_left_out)
+TEST_F(OnuUniqueness, what_cannot_be_read_is_left_out)
 {
     given("", twins() + method("password"));
     const Outcome &found = m_twin_passwords;
@@ -178,7 +178,7 @@ TEST_F(OnuCredentialsTest, what_cannot_be_read_is_left_out)
                             found)); // The end and close, of ONUs and interfaces.
 }
 
-TEST_F(OnuCredentialsTest, needs_a_transaction_and_a_keypath_below_an_interface)
+TEST_F(OnuUniqueness, needs_a_transaction_and_a_keypath_below_an_interface)
 {
     given(twins());
     confd_hkeypath_t keypath = keypath_of(kOnus);

@@ -114,7 +114,7 @@ TEST_F(DeleteAll, onus_of_a_link_that_cannot_be_counted_add_nothing)
     given(service_ports(2) + links({1}), links({1}));
     engine::Hooks::instance().fail_call(6, CONFD_ERR_OS);
     EXPECT_EQ(ask_all(), accepted());
-    EXPECT_THAT(own_lines(), ElementsAre("12 Failed to get number of ONUs. (err: forced failure).",
+    ASSERT_THAT(own_lines(), ElementsAre("12 Failed to get number of ONUs. (err: forced failure).",
                                          "12 num_inst_in_running = 2, num_inst_in_candidate = 0, "
                                          "is_load_factory = 1."));
     EXPECT_EQ(trace_lines().front().function, "get_number_onus_in_candidate");

@@ -139,7 +139,7 @@ TEST_F(ServicePortGlobal, tells_what_it_reads_and_decides)
                 ElementsAre("Validate SP 7 (gpon=1 1 3, onu=5, gem=2) begin.", "Validate SP 7 end.",
                             "Validate SP 8 (gpon=1 1 3, onu=5, gem=2) begin.", "Validate SP 8 end.",
                             "Validate SP 9 (gpon=1 1 3, onu=5, gem=2) begin."));
-    EXPECT_THAT(trace(12), ElementsAre("service-port global validation begin.",
+    ASSERT_THAT(trace(12), ElementsAre("service-port global validation begin.",
                                        "service-port global validation end - ERROR - elapsed time "
                                        "0 secs."));
     EXPECT_EQ(trace_lines()[1].function, "service_port_get_leafs");

@@ -9,7 +9,6 @@
 
 #include <cstdio>
 #include <iostream>
-#include <regex>
 #include <set>
 
 namespace
@@ -90,13 +89,24 @@ const std::string kServicePorts = R"(
   <gpon><id>1/1/1</id><onu><id>[1|2]</id><gem><gem-id>1</gem-id></gem></onu></gpon>
   <match><outer><vlan-id>any</vlan-id></outer></match></service-port>)";
 
+std::string state(std::string xml, bool is_after)
+{
+    for (auto open = xml.find('['); open != std::string::npos; open = xml.find('[', open)) {
+        const auto bar = xml.find('|', open);
+        const auto close = xml.find(']', bar);
+        const std::string chosen =
+            is_after ? xml.substr(bar + 1, close - bar - 1) : xml.substr(open + 1, bar - open - 1);
+        xml.replace(open, close - open + 1, chosen);
+    }
+    return xml;
+}
 std::string before(const std::string &xml)
 {
-    return std::regex_replace(xml, std::regex("\\[([^|\\]]*)\\|([^\\]]*)\\]"), "$1");
+    return state(xml, false);
 }
 std::string after(const std::string &xml)
 {
-    return std::regex_replace(xml, std::regex("\\[([^|\\]]*)\\|([^\\]]*)\\]"), "$2");
+    return state(xml, true);
 }
 
 // ---- The rules ----------------------------------------------------------------------------------
