@@ -9,7 +9,7 @@
 
 /**
  * Reader of a list of the transaction. Every value of an entry lies in one flat array, entry after
- * entry, each entry's values in schema order: value v of entry i is values()[i * object_size + v].
+ * entry, each entry's values in schema order: value v of entry i is entry(i)[v].
  *
  * The values of the last getObjects() belong to the caller: he frees those that own memory before
  * the next call overwrites them, and after the last one.

@@ -3,6 +3,7 @@
 #include "confd_get_objects_itf.h"
 #include "confd_text.h"
 #include "elapsed_time.h"
+#include "gpon_interface_name.h"
 #include "maapi_guards.h"
 #include "platform_settings.h"
 #include "trace.h"
@@ -362,7 +363,6 @@ int check_tcont_counts(confd_trans_ctx *tctx)
 /** Checks the links one after the other, up to the first that fails. */
 int check_all_ponlinks(std::int32_t maapi_sock, confd_trans_ctx *tctx)
 {
-    constexpr int kPortIdKey = 2;
     int result = 0;
     for (ListCursor links(maapi_sock, tctx->thandle, kGponInterfaces);
          links.has_entry() && result == 0; links.next()) {

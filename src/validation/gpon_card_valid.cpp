@@ -69,8 +69,7 @@ void write_to_stderr(const char (&text)[size])
     std::fwrite(text, 1, size - 1, stderr);
 }
 
-/** Takes over the card's figures. One that the board does not give becomes 0.
- */
+/** Takes over the card's figures. A count that the board does not give becomes 0. */
 void read_capacities(const fm_slot_t &slot)
 {
     bool do_bw_check = true;

@@ -4,6 +4,9 @@
 #include <algorithm>
 #include <string>
 
+/** Place of the port among a GPON interface's keys: chassis, slot, port. */
+constexpr int kPortIdKey = 2;
+
 inline std::string to_key_form(std::string interface)
 {
     std::replace(interface.begin(), interface.end(), '/', ' ');

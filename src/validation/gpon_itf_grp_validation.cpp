@@ -250,8 +250,8 @@ int validate_itf_grp_dhcp(std::int32_t maapi_sock, confd_trans_ctx *tctx,
 int validate_itf_grp_net(std::int32_t maapi_sock, confd_trans_ctx *tctx, confd_hkeypath_t *kp)
 {
     const cl_ElapsedTime stopwatch;
-    TRACE(kTraceFine,
-          "Checking port vlan itf grp"); // The words are fixed, though it checks networks.
+    // The words are fixed, though networks are checked here.
+    TRACE(kTraceFine, "Checking port vlan itf grp");
     const std::string profile = print_keypath(*kp);
     NetworkUses uses;
     for (const char *list : {kPppoeList, kIpList, kBridgeList}) {

@@ -11,7 +11,7 @@ std::int32_t line_profile_confirmation(std::int32_t maapi_sock, confd_trans_ctx 
     const ProfileKind kind = {
         "line-profile",     "count(/config/interface/gpon/onu/profile-references[line-profile='",
         LINE_PROF_WARN_MSG, "Failed accessing confd data.",
-        "Line Profile",
+        "Line Profile",     {__FILE__, __func__},
     };
     return confirm_profile_change(maapi_sock, tctx, kp, kind);
 }

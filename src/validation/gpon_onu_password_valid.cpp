@@ -1,6 +1,7 @@
 #include "gpon_onu_password_valid.h"
 
 #include "confd_text.h"
+#include "gpon_interface_name.h"
 #include "maapi_guards.h"
 
 #include <algorithm>
@@ -63,12 +64,12 @@ void collect_interface(std::int32_t maapi_sock, confd_trans_ctx *tctx, const std
 std::int32_t getAuthMethod(std::int32_t maapi_sock, confd_trans_ctx *tctx,
                            confd_hkeypath_t *keypath)
 {
-    const std::uint32_t slot = CONFD_GET_UINT32(&keypath->v[1][0]);
-    const std::uint32_t port = CONFD_GET_UINT32(&keypath->v[1][1]);
+    const std::uint32_t chassis = CONFD_GET_UINT32(&keypath->v[1][0]);
+    const std::uint32_t slot = CONFD_GET_UINT32(&keypath->v[1][1]);
     std::int32_t method = 0;
     // A method that cannot be read stays 0: serial numbers are examined.
     maapi_get_enum_value_elem(maapi_sock, tctx->thandle, &method,
-                              "/config/gpon{%d/%d}/onu-auth-method", slot, port);
+                              "/config/gpon{%d/%d}/onu-auth-method", chassis, slot);
     return method;
 }
 
@@ -123,7 +124,6 @@ std::int32_t validate_onu_pwd_sn_unique(std::int32_t maapi_sock, confd_trans_ctx
     if (tctx == nullptr || kp == nullptr) {
         return -1;
     }
-    constexpr int kPortIdKey = 2;
     Collected collected;
     const std::int32_t method = getAuthMethod(maapi_sock, tctx, kp);
     for (ListCursor interfaces(maapi_sock, tctx->thandle, "/config/interface/gpon/");

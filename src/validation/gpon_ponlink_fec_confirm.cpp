@@ -75,7 +75,7 @@ std::int32_t ponlink_fec_confirmation(std::int32_t /*maapi_sock*/, confd_trans_c
         const CommittedSession committed(tctx->vcb_opaque);
         if (!committed.is_open()) {
             const int result = access_failed(tctx);
-            // The middleware wants the end even of a session that did not start.
+            // This check ends even a session that did not start; others do not. Meant.
             velconfd_config_session_end(tctx->vcb_opaque);
             return result;
         }

@@ -19,6 +19,7 @@ std::int32_t rg_profile_confirmation(std::int32_t maapi_sock, confd_trans_ctx *t
         "this profile.",
         "Failed accessing confd data.",
         "RG Profile",
+        {__FILE__, __func__},
     };
     return confirm_profile_change(maapi_sock, tctx, kp, kind);
 }

@@ -12,6 +12,7 @@ std::int32_t sip_agent_profile_confirmation(std::int32_t maapi_sock, confd_trans
         "using this profile.",
         "Failed accessing confd data.",
         "SIP agent Profile",
+        {__FILE__, __func__},
     };
     return confirm_profile_change(maapi_sock, tctx, kp, kind);
 }

@@ -17,6 +17,7 @@ std::int32_t tr069_profile_confirmation(std::int32_t maapi_sock, confd_trans_ctx
         "using this profile.",
         "Failed accessing confd data.",
         "TR069 ACS Profile",
+        {__FILE__, __func__},
     };
     return confirm_profile_change(maapi_sock, tctx, kp, kind);
 }

@@ -12,6 +12,7 @@ std::int32_t voip_media_profile_confirmation(std::int32_t maapi_sock, confd_tran
         "using this profile.",
         "Failed accessing transaction data.", // The other kinds say confd data; meant.
         "Media Profile",
+        {__FILE__, __func__},
     };
     return confirm_profile_change(maapi_sock, tctx, kp, kind);
 }

@@ -32,7 +32,7 @@ public:
     /** Key of the present entry; owned by the cursor until next(). */
     const confd_value_t &key(int position = 0) const { return m_cursor.keys[position]; }
 
-    /** The cursor itself, for checks whose text names its keys. */
+    /** The cursor itself, for checks whose assertion text names its keys. */
     const maapi_cursor &cursor() const { return m_cursor; }
 
     /** Leaves the cursor to be released with its transaction, as some early returns do. */
@@ -67,8 +67,7 @@ private:
     int m_handle;
 };
 
-/** The next chunk of a query's results. A chunk that cannot be had counts as the end: it is empty.
- */
+/** The next chunk of a query's results. One that cannot be had is empty: it counts as the end. */
 class QueryChunk
 {
 public:

@@ -2,6 +2,7 @@
 
 #include <confd_maapi.h>
 
+#include <algorithm>
 #include <arpa/inet.h>
 
 std::int32_t chk_same_net(std::uint32_t address, std::uint32_t gateway, std::int8_t prefix_len)
@@ -10,7 +11,7 @@ std::int32_t chk_same_net(std::uint32_t address, std::uint32_t gateway, std::int
     constexpr std::uint32_t kAllBits = 0xffffffffU;
     // Shifting by all 32 bits is undefined in C++ and leaves the word as it is on some machines.
     const int host_bits = kAddressBits - prefix_len;
-    const std::uint32_t mask = host_bits >= kAddressBits ? 0 : kAllBits << host_bits;
+    const std::uint32_t mask = host_bits >= kAddressBits ? 0 : kAllBits << std::max(host_bits, 0);
     return ((address ^ gateway) & mask) == 0 ? 0 : -1;
 }
 

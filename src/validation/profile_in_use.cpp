@@ -39,8 +39,9 @@ int judge_users(std::int32_t maapi_sock, confd_trans_ctx *tctx, const ProfileKin
     const std::string expression = kind.count_prefix + profile + "'])";
     const XPathResult text = evaluate_xpath(maapi_sock, tctx->thandle, expression.c_str());
     if (text == nullptr) {
-        TRACE(kTraceDecision, "There was an error (%s) checking if there is any ONU using %s %s.",
-              confd_lasterr(), kind.name, profile.c_str());
+        TRACE_FOR(kind.source, kTraceDecision,
+                  "There was an error (%s) checking if there is any ONU using %s %s.",
+                  confd_lasterr(), kind.name, profile.c_str());
         return access_failed(tctx);
     }
     int count = 0;
@@ -48,13 +49,14 @@ int judge_users(std::int32_t maapi_sock, confd_trans_ctx *tctx, const ProfileKin
         count = std::stoi(text.get());
     } catch (const std::invalid_argument &failure) {
         // A count out of range is not caught: it leaves the validator.
-        TRACE(kTraceDecision,
-              "There was an error (%s) (%s) checking if there is any ONU using %s %s.",
-              confd_lasterr(), failure.what(), kind.name, profile.c_str());
+        TRACE_FOR(kind.source, kTraceDecision,
+                  "There was an error (%s) (%s) checking if there is any ONU using %s %s.",
+                  confd_lasterr(), failure.what(), kind.name, profile.c_str());
         confd_trans_seterr(tctx, "%s", kind.conversion_failure);
         return CONFD_ERR;
     }
-    TRACE(kTraceDecision, "There are %d onus associated with %s", count, profile.c_str());
+    TRACE_FOR(kind.source, kTraceDecision, "There are %d onus associated with %s", count,
+              profile.c_str());
     if (count <= 0) {
         return CONFD_OK;
     }
@@ -69,18 +71,19 @@ std::int32_t confirm_profile_change(std::int32_t maapi_sock, confd_trans_ctx *tc
 {
     const cl_ElapsedTime stopwatch;
     const std::string profile = print_value(kp->v[0][0]);
-    TRACE(kTraceFine, "Check if %s %s has been edited.", kind.name, profile.c_str());
+    TRACE_FOR(kind.source, kTraceFine, "Check if %s %s has been edited.", kind.name,
+              profile.c_str());
 
     const int committed = is_committed(tctx, kind, profile);
     if (committed < 0) {
         return access_failed(tctx);
     }
     if (committed == 0) {
-        TRACE(kTraceFine, "%s %s was not edited", kind.name, profile.c_str());
+        TRACE_FOR(kind.source, kTraceFine, "%s %s was not edited", kind.name, profile.c_str());
         return CONFD_OK;
     }
     const int result = judge_users(maapi_sock, tctx, kind, profile);
-    TRACE(kTraceFine, "Took %d ms to check for %s warning message.",
-          stopwatch.get_elapsed_time_msec(), kind.title);
+    TRACE_FOR(kind.source, kTraceFine, "Took %d ms to check for %s warning message.",
+              stopwatch.get_elapsed_time_msec(), kind.title);
     return result;
 }

@@ -2,6 +2,8 @@
  */
 #pragma once
 
+#include "trace.h"
+
 #include <confd_lib.h>
 
 #include <cstdint>
@@ -13,6 +15,7 @@ struct ProfileKind {
     const char *warning;            /**< For the operator to confirm. */
     const char *conversion_failure; /**< For the operator, when the count is no number. */
     const char *title;              /**< As the line with the elapsed time names it. */
+    TraceSource source;             /**< The validator, as trace lines name it. */
 };
 
 /**

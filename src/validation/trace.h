@@ -3,6 +3,8 @@
 
 #include <zlog.h>
 
+#include <cstring>
+
 /** The middleware's levels: a higher number is more important. */
 enum TraceLevel {
     kTraceFine = 10,     /**< Timings and every item. */
@@ -20,6 +22,17 @@ zlog_category_t *get_trace_cat();
 #define TRACE(level, ...)                                                                          \
     zlog(get_trace_cat(), __FILE__, sizeof(__FILE__) - 1, __func__, sizeof(__func__) - 1,          \
          __LINE__, level, __VA_ARGS__)
+
+/** Where lines come from that shared code writes for a check. */
+struct TraceSource {
+    const char *file;
+    const char *function;
+};
+
+/** Writes a line in the name of a check: TRACE_FOR(source, level, format, arguments...). */
+#define TRACE_FOR(source, level, ...)                                                              \
+    zlog(get_trace_cat(), (source).file, std::strlen((source).file), (source).function,            \
+         std::strlen((source).function), __LINE__, level, __VA_ARGS__)
 
 /**
  * For a condition that must never happen: writes a backtrace, reports a fault to the middleware and

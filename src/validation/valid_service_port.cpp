@@ -268,7 +268,6 @@ namespace
 int get_number_onus_in_candidate(std::int32_t maapi_sock, confd_trans_ctx *tctx)
 {
     constexpr const char *kGponInterfaces = "/config/interface/gpon/";
-    constexpr int kPortIdKey = 2;
     int onus = 0;
     for (ListCursor interfaces(maapi_sock, tctx->thandle, kGponInterfaces); interfaces.has_entry();
          interfaces.next()) {
@@ -295,7 +294,7 @@ std::int32_t service_port_delete_all_warning(std::int32_t maapi_sock, confd_tran
     {
         const CommittedSession committed(tctx->vcb_opaque);
         if (!committed.is_open()) {
-            // The middleware wants the end even of a session that did not start.
+            // This check ends even a session that did not start; others do not. Meant.
             velconfd_config_session_end(tctx->vcb_opaque);
             return 0;
         }

@@ -42,7 +42,9 @@ struct Recorder {
     {
         auto &recorder = *static_cast<Recorder *>(state);
         std::string line = std::string(name_of(operation)) + " " + kpath_text(*kp);
-        line += newv != nullptr ? " " + described(*newv) : "";
+        if (newv != nullptr) {
+            line.append(" ").append(described(*newv));
+        }
         line += oldv != nullptr ? " (old value)" : "";
         recorder.lines.push_back(line);
         return recorder.answer(line);

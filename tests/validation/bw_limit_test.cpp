@@ -289,7 +289,7 @@ TEST_F(BandwidthLimit, a_query_that_cannot_start_rejects_without_a_text)
 {
     given("", card("", link(3, 1, "gone")));
     auto &hooks = engine::Hooks::instance();
-    // Everything fails from the start: no profiles, and no query for the ONUs.
+    // The query for the ONUs fails, and all after it.
     hooks.fail_call(1, CONFD_ERR_OS, true);
     EXPECT_EQ(take_outcome(validate_ponlink_bw(sock(), tctx(), "3")), rejected(""));
     EXPECT_THAT(trace(12), ElementsAre("query failed for onu. err=forced failure"));
@@ -303,9 +303,12 @@ TEST_F(BandwidthLimit, values_of_an_unexpected_type_are_programming_errors)
     std::uint32_t total = 0;
     std::uint32_t fixed_rate = 0;
     confd_value_t values[15];
-    const auto decode = [&](int position, confd_vtype type) {
+    const auto decode = [&](int position, confd_vtype type, const std::vector<int> &good = {}) {
         for (auto &value : values) {
             CONFD_SET_NOEXISTS(&value);
+        }
+        for (const int other : good) {
+            CONFD_SET_UINT32(&values[other], 1);
         }
         values[BW_CONFD_VAL_OFFSET_NAME] = engine::make_text_value("b");
         values[position].type = type;
@@ -314,14 +317,16 @@ TEST_F(BandwidthLimit, values_of_an_unexpected_type_are_programming_errors)
     struct Case {
         int position;
         const char *assertion;
+        std::vector<int> good; // read before it
     };
     EXPECT_DEATH(decode(0, C_UINT32), "src/validation/gpon_bw_limit:[0-9]+: int loadBwProf.*"
                                       "\\(&values\\[BW_CONFD_VAL_OFFSET_NAME\\]\\)->type == C_BUF");
-    for (const Case &wrong : {Case{3, "FX_T1"}, Case{5, "AS_T2"}, Case{7, "AS_T3"},
-                              Case{10, "MX_T4"}, Case{12, "FX_T5"}}) {
-        EXPECT_DEATH(decode(wrong.position, C_INT32), "\\(&values\\[BW_CONFD_VAL_OFFSET_" +
-                                                          std::string(wrong.assertion) +
-                                                          "\\]\\)->type == C_UINT32");
+    for (const Case &wrong : {Case{3, "FX_T1", {}}, Case{5, "AS_T2", {}}, Case{7, "AS_T3", {}},
+                              Case{8, "MX_T3", {7}}, Case{10, "MX_T4", {}}, Case{12, "FX_T5", {}},
+                              Case{13, "AS_T5", {12}}, Case{14, "MX_T5", {12, 13}}}) {
+        EXPECT_DEATH(decode(wrong.position, C_INT32, wrong.good),
+                     "\\(&values\\[BW_CONFD_VAL_OFFSET_" + std::string(wrong.assertion) +
+                         "\\]\\)->type == C_UINT32");
     }
 }
 

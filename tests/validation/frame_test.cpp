@@ -162,10 +162,14 @@ TEST(Stopwatch, runs_until_it_is_stopped_and_starts_anew)
     while (std::chrono::steady_clock::now() - begin < 5ms) {
     }
     EXPECT_EQ(stopwatch.get_elapsed_time_usec(), frozen);
+    EXPECT_EQ(stopwatch.get_elapsed_time_msec(), frozen / 1000);
+    EXPECT_EQ(stopwatch.get_elapsed_time_sec(), frozen / 1000000);
     EXPECT_EQ(stopwatch.get_stop_time(), stopped_at);
 
+    const auto restart = std::chrono::steady_clock::now();
     stopwatch.start();
-    EXPECT_LT(stopwatch.get_elapsed_time_usec(), frozen);
+    const int anew = stopwatch.get_elapsed_time_usec();
+    EXPECT_LE(std::chrono::microseconds(anew), std::chrono::steady_clock::now() - restart);
 }
 
 } // namespace
