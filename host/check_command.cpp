@@ -49,7 +49,7 @@ int run_check(const CheckOptions &options, const Console &console)
     } else {
         report_as_text(outcome, options, console);
     }
-    console.out << std::flush;
+    flush_or_throw(console.out);
     return static_cast<int>(outcome.result());
 }
 

@@ -44,40 +44,39 @@ auto timed(Outcome &outcome, const char *name, const Work &work)
     return work();
 }
 
-/** For errors about data that stand in no file. */
-std::string source_name(const std::string &file)
-{
-    return file.empty() ? "empty configuration" : file;
-}
-
 Datastore load_running(const CheckOptions &options, Outcome &outcome)
 {
     const auto schema = timed(outcome, "model", load_schema);
+    engine::Source source{"empty configuration", ""};
     Datastore running = timed(outcome, "load", [&] {
-        return options.running.empty()
-                   ? Datastore(schema)
-                   : Datastore::parse(schema, engine::read_source(options.running));
+        if (options.running.empty()) {
+            return Datastore(schema);
+        }
+        source = engine::read_source(options.running);
+        return Datastore::parse(schema, source);
     });
-    timed(outcome, "YANG check", [&] { running.check(source_name(options.running)); });
+    timed(outcome, "YANG check", [&] { running.check(source); });
     return running;
 }
 
 Datastore make_candidate(const CheckOptions &options, const Datastore &running, Outcome &outcome)
 {
+    engine::Source source;
     Datastore candidate = timed(outcome, "edit", [&] {
         switch (outcome.form) {
         case ChangeForm::kEdit:
-            return engine::apply_edit(running, engine::read_source(options.edit));
+            source = engine::read_source(options.edit);
+            return engine::apply_edit(running, source);
         case ChangeForm::kCandidate:
-            return Datastore::parse(running.schema_ptr(), engine::read_source(options.candidate),
-                                    &running);
+            source = engine::read_source(options.candidate);
+            return Datastore::parse(running.schema_ptr(), source, &running);
         case ChangeForm::kNone:
             break;
         }
         return running.copy();
     });
     if (outcome.form != ChangeForm::kNone) {
-        timed(outcome, "YANG check", [&] { candidate.check(outcome.change); });
+        timed(outcome, "YANG check", [&] { candidate.check(source); });
     }
     return candidate;
 }
@@ -87,7 +86,13 @@ void set_up_card(const CheckOptions &options)
     try {
         fm::use_card(options.card.empty() ? fm::default_card() : fm::read_card(options.card));
     } catch (const std::runtime_error &failure) {
-        throw engine::InputError({{"", 0, "", failure.what(), ""}});
+        // The text begins with the file's name, which reports put in front by themselves.
+        std::string text = failure.what();
+        const std::string prefix = options.card + ": ";
+        if (text.rfind(prefix, 0) == 0) {
+            text.erase(0, prefix.size());
+        }
+        throw engine::InputError({{options.card, 0, "", text, ""}});
     }
 }
 

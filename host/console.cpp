@@ -1,6 +1,7 @@
 #include "console.h"
 
 #include <iostream>
+#include <stdexcept>
 #include <string>
 #include <unistd.h>
 
@@ -17,6 +18,13 @@ Console process_console()
         console.ask = [] { return ask_yes_or_no(std::cin, std::cerr); };
     }
     return console;
+}
+
+void flush_or_throw(std::ostream &out)
+{
+    if (!out.flush()) {
+        throw std::runtime_error("stdout cannot be written");
+    }
 }
 
 std::optional<bool> ask_yes_or_no(std::istream &in, std::ostream &out)

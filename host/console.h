@@ -20,6 +20,9 @@ struct Console {
 /** The console of this process. */
 Console process_console();
 
+/** Flushes a report. @throws std::runtime_error  It cannot be written: nobody has seen it all. */
+void flush_or_throw(std::ostream &out);
+
 /** Asks until the answer is yes or no (or y or n); nothing at the end of the input. */
 std::optional<bool> ask_yes_or_no(std::istream &in, std::ostream &out);
 

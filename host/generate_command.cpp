@@ -63,9 +63,7 @@ int run_generate(const GenerateOptions &options, const Console &console)
     }
     if (options.output.empty()) {
         write_configuration(options, console.out);
-        if (!console.out.flush()) {
-            throw std::runtime_error("stdout cannot be written");
-        }
+        flush_or_throw(console.out);
     } else {
         write_file(options.output, [&](std::ostream &out) { write_configuration(options, out); });
     }

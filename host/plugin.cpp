@@ -81,7 +81,9 @@ void Plugin::Unload::operator()(void *handle) const
 
 Plugin::Plugin(const std::string &path) : m_name(path.empty() ? kFileName : path)
 {
-    const std::string file = path.empty() ? default_path() : path;
+    // A plain name would be looked for on the loader's paths, not where the user is.
+    const std::string file =
+        path.empty() ? default_path() : std::filesystem::absolute(path).string();
     m_handle.reset(dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL));
     if (!m_handle) {
         unusable(m_name, "the plug-in cannot be loaded: " + loader_reason(file),

@@ -48,12 +48,16 @@ const char *asked(const engine::ValidationPoint &point)
     return point.once ? "once" : "each";
 }
 
-std::string reach_of(const engine::Dependency &dependency)
+std::string reach_of(const engine::ValidationPoint &point, const engine::Dependency &dependency)
 {
-    if (dependency.common == nullptr) {
+    const auto *shared = engine::shared_by(point, dependency);
+    if (shared == nullptr) {
         return "reaches all instances";
     }
-    return "reaches the instances in the same " + dependency.common->path();
+    if (shared == point.node) {
+        return "reaches that instance";
+    }
+    return "reaches the instances in the same " + shared->path();
 }
 
 void print_point(std::ostream &out, const engine::ValidationPoint &point)
@@ -77,7 +81,7 @@ void print_point_in_detail(std::ostream &out, const engine::ValidationPoint &poi
     }
     out << "  when one of these changes:\n";
     for (const auto &dependency : point.dependencies) {
-        out << "    " << dependency.target->path() << "  (" << reach_of(dependency) << ")\n";
+        out << "    " << dependency.target->path() << "  (" << reach_of(point, dependency) << ")\n";
     }
 }
 
@@ -86,7 +90,8 @@ Json json_of(const engine::ValidationPoint &point)
     Json dependencies = Json::array();
     for (const auto &dependency : point.dependencies) {
         Json json{{"path", dependency.target->path()}};
-        json["within"] = dependency.common != nullptr ? Json(dependency.common->path()) : Json();
+        const auto *shared = engine::shared_by(point, dependency);
+        json["within"] = shared != nullptr ? Json(shared->path()) : Json();
         dependencies.push_back(json);
     }
     return {{"path", point.node->path()},
@@ -167,6 +172,7 @@ int points_of_key(const std::vector<KeyPoints> &groups, const PointsOptions &opt
     } else {
         print_one(console.out, *group);
     }
+    flush_or_throw(console.out);
     return 0;
 }
 
@@ -188,6 +194,7 @@ int run_points(const PointsOptions &options, const Console &console)
     } else {
         print_all(console.out, groups);
     }
+    flush_or_throw(console.out);
     return 0;
 }
 

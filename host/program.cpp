@@ -82,7 +82,10 @@ void add_check_inputs(CLI::App &app, CheckOptions &options)
     app.add_option("CANDIDATE", options.candidate, "Whole configuration after the change")
         ->type_name("")
         ->excludes(edit);
-    app.add_option("--card", options.card, "Figures of the card, JSON")->type_name("CARD");
+    app.add_option(
+           "--card", options.card,
+           "Figures of the card, JSON (if not given: bandwidth check on, 8 PON links of 128 ONUs)")
+        ->type_name("CARD");
     app.add_option("--plugin", options.plugin,
                    "Plug-in to ask, instead of the card's own next to this program")
         ->type_name("PATH");

@@ -181,9 +181,10 @@ TEST(Plan, APointWithoutDependencyIsAskedAtEveryCommit)
     EXPECT_THAT(planned_small(model, entries, entries),
                 ElementsAre("entry /c/l{9} <- ", "entry /c/l{10} <- ", "list /c/l <- ",
                             "container /c <- "));
-    // A leaf always depends on itself.
-    EXPECT_THAT(planned_small(model, "", xml("x", "1")),
-                ElementsAre("list /c/l <- ", "leaf /c/x <- /c/x", "container /c <- "));
+    for (const char *before : {"", "<x>1</x>"}) {
+        EXPECT_THAT(planned_small(model, before, xml("x", "1")),
+                    ElementsAre("list /c/l <- ", "leaf /c/x <- ", "container /c <- "));
+    }
 }
 
 TEST(Plan, ADependencyComesAndGoesWithWhatIsAboveItIfItWasThere)

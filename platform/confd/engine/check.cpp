@@ -1,5 +1,6 @@
 /** YANG validity of a configuration, told with every place that is at fault. */
 #include "datastore.h"
+#include "edit_text.h"
 #include "error.h"
 #include "normalise.h"
 #include "path.h"
@@ -108,8 +109,8 @@ void find_places(const lyd_node *siblings, const lysc_node *schema, std::vector<
 class FaultFinder
 {
 public:
-    FaultFinder(const Schema &schema, lyd_node *&root, std::string source_name)
-        : m_schema(schema), m_root(root), m_source(std::move(source_name))
+    FaultFinder(const Schema &schema, lyd_node *&root, const Source &source)
+        : m_schema(schema), m_root(root), m_source(source)
     {
     }
 
@@ -127,7 +128,7 @@ public:
                     is_dangling(*ly_err_first(m_schema.context()));
         }
         if (m_problems.size() >= kMostFaults) {
-            m_problems.push_back({m_source, 0, "", "There may be more faults", ""});
+            m_problems.push_back({m_source.name, 0, "", "There may be more faults", ""});
         }
         ly_err_clean(m_schema.context(), nullptr);
         return std::move(m_problems);
@@ -152,9 +153,13 @@ private:
         std::vector<Problem> found;
         for (const auto *item = ly_err_first(m_schema.context()); item != nullptr;
              item = item->next) {
-            auto problem = problem_of(m_schema, *item, m_source);
+            auto problem = problem_of(m_schema, *item, m_source.name);
+            if (is_dangling(*item)) {
+                problem.hint = "create what it refers to, or name one that exists";
+            }
             for (const auto &place : places_of(read_location(item->path), problem.path)) {
                 problem.path = place;
+                problem.line = line_of(problem);
                 found.push_back(problem);
             }
         }
@@ -174,6 +179,22 @@ private:
         return places.empty() ? std::vector<std::string>{told} : places;
     }
 
+    /** Line of the node at fault, if it stands in the text once: by its name, and by the value
+     *  that the message quotes. */
+    unsigned line_of(const Problem &problem) const
+    {
+        const auto name = problem.path.substr(problem.path.rfind('/') + 1);
+        const auto quote = problem.message.find('"');
+        const auto end = problem.message.find('"', quote + 1);
+        const bool has_value = problem.message.rfind("Invalid", 0) == 0 && end != std::string::npos;
+        if (m_source.text.empty() || name.empty() || name.find('}') != std::string::npos) {
+            return problem.line; // A list entry is not found by its list's name.
+        }
+        const auto value =
+            has_value ? problem.message.substr(quote + 1, end - quote - 1) : std::string();
+        return line_of_node(m_source.text, name, value);
+    }
+
     bool drop_dangling_reference()
     {
         const auto *item = ly_err_first(m_schema.context());
@@ -189,13 +210,13 @@ private:
 
     const Schema &m_schema;
     lyd_node *&m_root;
-    std::string m_source;
+    const Source &m_source;
     std::vector<Problem> m_problems;
 };
 
 } // namespace
 
-void Datastore::check(const std::string &source_name)
+void Datastore::check(const Source &source)
 {
     auto *context = m_schema->context();
     const bool is_valid =
@@ -203,7 +224,7 @@ void Datastore::check(const std::string &source_name)
     ly_err_clean(context, nullptr);
     if (!is_valid) {
         Datastore trial = copy();
-        throw InputError(FaultFinder(*m_schema, trial.m_root, source_name).find());
+        throw InputError(FaultFinder(*m_schema, trial.m_root, source).find());
     }
     order_by_keys(m_root); // Defaults of a leaf-list come in the model's order.
 }

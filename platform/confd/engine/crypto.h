@@ -5,9 +5,11 @@
 #include <string>
 #include <string_view>
 
-namespace engine {
+namespace engine
+{
 
-/** @return `$8$` and base64. @throws Error CONFD_ERR_INTERNAL when the system gives no random bytes. */
+/** @return `$8$` and base64. @throws Error CONFD_ERR_INTERNAL when the system gives no random
+ * bytes. */
 std::string encrypt(std::string_view clear_text);
 
 /** Nothing when the text is no value that this framework encrypted. */

@@ -7,7 +7,8 @@
 #include <memory>
 #include <string>
 
-namespace engine {
+namespace engine
+{
 
 enum class Format { kXml, kJson };
 
@@ -27,7 +28,8 @@ Source read_source(const std::string &path);
  * Owns a libyang tree. A default value that YANG supplies is in the tree once `check` has run.
  * Movable; a copy is asked for by name.
  */
-class Datastore {
+class Datastore
+{
 public:
     explicit Datastore(std::shared_ptr<const Schema> schema);
     ~Datastore();
@@ -37,7 +39,8 @@ public:
     /**
      * Parses a whole configuration. Nothing is checked yet but names, types and keys.
      * Encrypted leaves entered as clear text ($0$) are stored encrypted; where `committed` already
-     * holds the same clear text its cipher text is kept, so that the value does not count as changed.
+     * holds the same clear text its cipher text is kept, so that the value does not count as
+     * changed.
      * @throws InputError
      */
     static Datastore parse(std::shared_ptr<const Schema> schema, const Source &source,
@@ -47,10 +50,12 @@ public:
 
     /**
      * YANG validity of the whole tree (mandatory, must, leafref, unique, min- and max-elements);
-     * adds default values. `source_name` goes into the errors.
+     * adds default values. The source is what the errors name; with its text they have lines as
+     * far as the place at fault stands there once.
      * @throws InputError  With every fault that libyang tells.
      */
-    void check(const std::string &source_name);
+    void check(const Source &source);
+    void check(const std::string &source_name) { check(Source{source_name, ""}); }
 
     /** First top-level node; null when empty. */
     lyd_node *root() const { return m_root; }

@@ -6,10 +6,12 @@
 #include <utility>
 #include <vector>
 
-namespace engine {
+namespace engine
+{
 
 /** Misuse or failure of a client call: becomes CONFD_ERR, confd_errno and confd_lasterr(). */
-class Error : public std::runtime_error {
+class Error : public std::runtime_error
+{
 public:
     /** @param code  A CONFD_ERR_ number. */
     Error(int code, const std::string &text) : std::runtime_error(text), m_code(code) {}
@@ -21,15 +23,18 @@ private:
 
 /** One fault of a configuration or edit that somebody wrote. */
 struct Problem {
-    std::string source;      /**< File as the user named it. */
-    unsigned line = 0;       /**< 0 when not known. */
-    std::string path;        /**< Where in the data, such as /config/interface/gpon{1 1 3}; may be empty. */
-    std::string message;     /**< What is wrong. */
-    std::string hint;        /**< What would be right; may be empty. */
+    std::string source; /**< File as the user named it. */
+    unsigned line = 0;  /**< 0 when not known. */
+    std::string
+        path; /**< Where in the data, such as /config/interface/gpon{1 1 3}; may be empty. */
+    std::string message; /**< What is wrong. */
+    std::string hint;    /**< What would be right; may be empty. */
 };
 
-/** Input that cannot be used: broken text, data that the model does not allow, an edit that does not fit. */
-class InputError : public std::runtime_error {
+/** Input that cannot be used: broken text, data that the model does not allow, an edit that does
+ * not fit. */
+class InputError : public std::runtime_error
+{
 public:
     explicit InputError(std::vector<Problem> problems);
     const std::vector<Problem> &problems() const { return m_problems; }

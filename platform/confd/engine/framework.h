@@ -12,16 +12,19 @@
 #include <string>
 #include <vector>
 
-namespace engine {
+namespace engine
+{
 
 /** What a transaction must release when it ends: cursors and queries that clients left. */
-class TransactionResource {
+class TransactionResource
+{
 public:
     virtual ~TransactionResource() = default;
 };
 
 /** A candidate being validated, with what clients opened in it. */
-class Transaction {
+class Transaction
+{
 public:
     Transaction(int handle, const Datastore &committed, Datastore candidate);
     ~Transaction();
@@ -56,7 +59,8 @@ enum class SocketKind { kMaapi, kCdb };
  * The framework of this process; the client library's calls find it through `current`. At most one
  * exists at a time. Not thread-safe: the host validates on one thread.
  */
-class Framework {
+class Framework
+{
 public:
     /** @param running  The committed configuration, checked. */
     explicit Framework(Datastore running);

@@ -1,14 +1,17 @@
-/** Hooks for tests and reports: calls counted by name, calls that fail on purpose, things still held. */
+/** Hooks for tests and reports: calls counted by name, calls that fail on purpose, things still
+ * held. */
 #pragma once
 
 #include <cstdint>
 #include <map>
 #include <string>
 
-namespace engine {
+namespace engine
+{
 
 /** Process-wide. Every client call that reaches the framework passes `on_call` first. */
-class Hooks {
+class Hooks
+{
 public:
     static Hooks &instance();
 
@@ -35,7 +38,10 @@ public:
         int queries = 0;
         int query_results = 0;
         int values = 0; /**< Texts and lists owned by values in clients' hands. */
-        bool none() const { return cursors == 0 && queries == 0 && query_results == 0 && values == 0; }
+        bool none() const
+        {
+            return cursors == 0 && queries == 0 && query_results == 0 && values == 0;
+        }
     };
     Held held;
 

@@ -67,8 +67,16 @@ std::string hint_for(const Schema &schema, const FaultLocation &location,
     if (node->is_leaf() || node->is_leaf_list()) {
         return hint_of_values(*node);
     }
-    const bool unknown_name = message.rfind("Node \"", 0) == 0;
-    return unknown_name ? hint_of_names(*node) : "";
+    if (message.rfind("Node \"", 0) == 0) {
+        return hint_of_names(*node);
+    }
+    // A node that holds no value has none of its own that could be wrong: it is an attribute's.
+    const bool wrong_attribute = message.rfind("Invalid enumeration value", 0) == 0 ||
+                                 message.rfind("Invalid union value", 0) == 0;
+    return wrong_attribute ? "nc:operation is one of merge, replace, create, delete, remove; "
+                             "yang:insert one of first, last, before, after; yang:key is such as "
+                             "[name='b']"
+                           : "";
 }
 
 } // namespace

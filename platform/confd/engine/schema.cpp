@@ -61,4 +61,11 @@ const char *Schema::name_of(std::uint32_t tag) const
     return found != m_names.end() ? found->second.c_str() : nullptr;
 }
 
+const SchemaNode *shared_by(const ValidationPoint &point, const Dependency &dependency)
+{
+    // A point asked once is about the list itself, so only what is above it is shared.
+    const bool is_list_itself = point.once && dependency.common == point.node;
+    return is_list_itself ? point.node->up() : dependency.common;
+}
+
 } // namespace engine

@@ -13,13 +13,14 @@
 
 /** Type of a leaf's values: the C interface's opaque type. */
 struct confd_type {
-    confd_vtype vtype = C_NOEXISTS;      /**< Of the values; C_UNION for a union. */
-    const lysc_type *yang = nullptr;     /**< A leafref's target type. */
-    std::vector<confd_type> members;     /**< Of a union, in order. */
-    bool encrypted = false;              /**< aes-cfb-128-encrypted-string. */
+    confd_vtype vtype = C_NOEXISTS;  /**< Of the values; C_UNION for a union. */
+    const lysc_type *yang = nullptr; /**< A leafref's target type. */
+    std::vector<confd_type> members; /**< Of a union, in order. */
+    bool encrypted = false;          /**< aes-cfb-128-encrypted-string. */
 };
 
-namespace engine {
+namespace engine
+{
 
 /** What the engine needs to know of a model; it knows no model itself. */
 struct ModelSource {
@@ -54,14 +55,20 @@ struct ValidationPoint {
     std::string description; /**< Of the node that it sits on. */
 };
 
+/**
+ * Node whose instances a point and its dependency share: a change reaches the point's instances
+ * below the changed node's. Null when it reaches all.
+ */
+const SchemaNode *shared_by(const ValidationPoint &point, const Dependency &dependency);
+
 /** A node of the schema; choices and cases are not nodes. Also reachable from libyang's node. */
 struct SchemaNode : confd_cs_node {
     const lysc_node *yang = nullptr;
     std::string name;
-    confd_type type_storage;                  /**< info.type points here when the node has values. */
-    std::vector<std::uint32_t> key_storage;   /**< info.keys points here on a list. */
+    confd_type type_storage;                /**< info.type points here when the node has values. */
+    std::vector<std::uint32_t> key_storage; /**< info.keys points here on a list. */
     std::vector<const SchemaNode *> key_nodes;
-    int object_size = 0;                      /**< Values in the value array of an entry. */
+    int object_size = 0; /**< Values in the value array of an entry. */
 
     const SchemaNode *up() const { return static_cast<const SchemaNode *>(parent); }
     const SchemaNode *first_child() const { return static_cast<const SchemaNode *>(children); }
@@ -82,7 +89,8 @@ struct SchemaNode : confd_cs_node {
     std::string path() const;
 };
 
-class Schema {
+class Schema
+{
 public:
     /** @throws std::runtime_error  The model is broken, has tags that collide, or uses what the
      *                              engine does not serve; the text says what and where. */
@@ -99,8 +107,14 @@ public:
     const SchemaNode *top(std::string_view name) const;
     const std::vector<const SchemaNode *> &tops() const { return m_tops; }
     /** The engine's node of libyang's. Null for nodes of other modules. */
-    static const SchemaNode *of(const lysc_node *node) { return static_cast<const SchemaNode *>(node->priv); }
-    static const SchemaNode *of(const lyd_node *node) { return node->schema ? of(node->schema) : nullptr; }
+    static const SchemaNode *of(const lysc_node *node)
+    {
+        return static_cast<const SchemaNode *>(node->priv);
+    }
+    static const SchemaNode *of(const lyd_node *node)
+    {
+        return node->schema ? of(node->schema) : nullptr;
+    }
 
     /** Name of a tag; null if no node has it. */
     const char *name_of(std::uint32_t tag) const;

@@ -146,10 +146,13 @@ private:
         return place != nullptr ? place->child(name) : m_schema.top(name);
     }
 
-    /** A leaf's point is asked when the leaf changes, whatever else it depends on. */
+    /** A leaf's point that depends on something is also asked when the leaf itself changes. */
     void add_own_leaf(ValidationPoint &point) const
     {
         auto &all = point.dependencies;
+        if (all.empty()) {
+            return; // Asked at every commit.
+        }
         const bool is_in = std::any_of(all.begin(), all.end(), [this](const Dependency &one) {
             return one.target == &m_node;
         });

@@ -10,13 +10,16 @@
 #include <string>
 #include <vector>
 
-namespace engine {
+namespace engine
+{
 
 /** A point to ask about one instance of its node. */
 struct Request {
     const ValidationPoint *point = nullptr;
-    const lyd_node *instance = nullptr; /**< In the candidate; for a point that is asked once, the list's parent. */
-    std::string cause;                  /**< Path of the first change that calls for it; empty: asked at every commit. */
+    const lyd_node *instance =
+        nullptr; /**< In the candidate; for a point that is asked once, the list's parent. */
+    std::string
+        cause; /**< Path of the first change that calls for it; empty: asked at every commit. */
 };
 
 /** Which points must be asked for a transaction, in the order of asking. */
@@ -30,8 +33,8 @@ enum class Verdict { kAccepted, kWarning, kRejected };
 /** What came of one request. */
 struct Answer {
     Verdict verdict = Verdict::kAccepted;
-    int result = 0;   /**< As the callback returned it. */
-    std::string text; /**< As the callback set it; may be empty. */
+    int result = 0;                             /**< As the callback returned it. */
+    std::string text;                           /**< As the callback set it; may be empty. */
     std::map<std::string, std::uint64_t> calls; /**< Client calls made, by name. */
     std::chrono::nanoseconds time{0};
 };
@@ -40,7 +43,8 @@ struct Answer {
 using Callback = std::function<int(confd_trans_ctx *, confd_hkeypath_t *, confd_value_t *)>;
 
 /** Is told of each request before it is made and after it was answered. */
-class Observer {
+class Observer
+{
 public:
     virtual ~Observer() = default;
     virtual void before(const Request &) {}
@@ -50,7 +54,8 @@ public:
 /**
  * Asks one callback about all requests of a transaction.
  *
- * @param point_name  The name under which the callback is registered; points of another name are not asked.
+ * @param point_name  The name under which the callback is registered; points of another name are
+ * not asked.
  * @param vcb_opaque  The context word for confd_trans_ctx.
  * @param keep_going  Go on after a rejection and gather all of them.
  * @return kRejected if any was rejected, else kWarning if any warned, else kAccepted. A result

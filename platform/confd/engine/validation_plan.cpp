@@ -296,13 +296,6 @@ const std::string &Collector::cause_text(Cause cause)
     return found->second;
 }
 
-/** The list itself is what a point asked once is about, so only what is above it is shared. */
-const SchemaNode *shared_by(const ValidationPoint &point, const Dependency &dependency)
-{
-    const bool is_list_itself = point.once && dependency.common == point.node;
-    return is_list_itself ? point.node->up() : dependency.common;
-}
-
 } // namespace
 
 std::vector<Request> plan(const Transaction &transaction)
