@@ -13,7 +13,7 @@ std::int32_t elapsed(cl_ElapsedTime::time_point from, cl_ElapsedTime::time_point
 
 } // namespace
 
-cl_ElapsedTime::cl_ElapsedTime() : start_time(), stop_time()
+cl_ElapsedTime::cl_ElapsedTime()
 {
     start();
 }

@@ -9,6 +9,7 @@
 #include "trace.h"
 
 #include <sstream>
+#include <utility>
 
 BandwidthMap bandwidth_profiles;
 BandwidthMap line_profiles;
@@ -154,13 +155,13 @@ int loadAllBws(std::int32_t maapi_sock, confd_trans_ctx *tctx)
     return result;
 }
 
-// NOLINTNEXTLINE(performance-unnecessary-value-param): the signature is the published one.
 int loadAllTconts(std::int32_t maapi_sock, confd_trans_ctx *tctx, std::string tcont_path,
                   bwctx &line)
 {
     const cl_ElapsedTime stopwatch;
     int error = 0;
-    ConfdGetObjsItf reader(kTcontSize, kTcontsPerCall, tcont_path, maapi_sock, tctx, true);
+    ConfdGetObjsItf reader(kTcontSize, kTcontsPerCall, std::move(tcont_path), maapi_sock, tctx,
+                           true);
     for (int count = reader.getObjects(); count > 0; count = reader.getObjects()) {
         if (error != 0) {
             // The chunk with the unknown profile was summed to its end; later ones are not.

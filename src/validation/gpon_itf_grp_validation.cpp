@@ -26,7 +26,8 @@ constexpr const char *kPoolStart = "%s{%s}/itf-grouping/dhcp-server-address-pool
 constexpr const char *kPoolEnd = "%s{%s}/itf-grouping/dhcp-server-address-pool/end-address";
 
 /** Names of the ports by the value of the `ports` list's key. */
-const std::array<std::string, 6> kPortNames = {"eth1", "eth2", "eth3", "eth4", "wl0", "wl0-vap1"};
+constexpr std::array<const char *, 6> kPortNames = {"eth1", "eth2", "eth3",
+                                                    "eth4", "wl0",  "wl0-vap1"};
 constexpr std::int32_t kFirstWirelessPort = 4;
 
 /** A key as text, cut to what the messages hold. */
@@ -39,7 +40,7 @@ std::string print_key(const confd_value_t &key)
 
 void reject_port(confd_trans_ctx *tctx, std::int32_t port, std::int32_t vlan)
 {
-    const char *name = kPortNames.at(static_cast<std::size_t>(port)).c_str();
+    const char *name = kPortNames.at(static_cast<std::size_t>(port));
     if (port >= kFirstWirelessPort) {
         confd_trans_seterr(tctx, "Port %s cannot be used in more than one interface grouping",
                            name);

@@ -48,7 +48,8 @@ void collect_interface(std::int32_t maapi_sock, confd_trans_ctx *tctx, const std
     for (ListCursor onus(maapi_sock, tctx->thandle, onu_list.c_str()); onus.has_entry();
          onus.next()) {
         const std::string onu_id = print_value(onus.key());
-        const std::string onu_prefix = onu_list + "{" + onu_id + "}/auth-method/";
+        std::string onu_prefix = onu_list;
+        onu_prefix.append("{").append(onu_id).append("}/auth-method/");
         ProfileOnuSerialPassword(maapi_sock, tctx, collected.passwords, interface, onu_id,
                                  onu_prefix, kPassword, method);
         ProfileOnuSerialPassword(maapi_sock, tctx, collected.serials, interface, onu_id, onu_prefix,

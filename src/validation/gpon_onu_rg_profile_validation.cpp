@@ -16,7 +16,7 @@ maapi_iter_ret diff_iter_rg(confd_hkeypath_t *kp, confd_iter_op op, confd_value_
               print_keypath(*kp).c_str(), static_cast<int>(op), static_cast<void *>(oldv),
               static_cast<void *>(newv));
     }
-    char &changed = *static_cast<char *>(state);
+    auto &changed = *static_cast<unsigned char *>(state);
     switch (op) {
     case MOP_CREATED:
     case MOP_DELETED:
@@ -58,7 +58,7 @@ int find_change(std::int32_t maapi_sock, confd_trans_ctx *tctx, confd_hkeypath_t
         // An ONU that had a profile before has it exchanged; a first one is provisioned by itself.
         return checkRgProfileChgValue(keypath, tctx, changed);
     }
-    char flag = 0;
+    unsigned char flag = 0;
     maapi_keypath_diff_iterate(maapi_sock, tctx->thandle, diff_iter_rg, 0, &flag, "%h", keypath);
     changed = flag;
     return 0;

@@ -5,7 +5,8 @@
 #include <optional>
 #include <string>
 
-namespace fm {
+namespace fm
+{
 
 /** A card's figures. One that is left out is a figure that the board does not give. */
 struct Card {
@@ -19,7 +20,8 @@ struct Card {
     int local_slot_result = 0; /**< What fm_local_slot answers. */
 };
 
-/** The card that stands when none was named: bandwidth check on, 128 ONUs on each of 8 PON links. */
+/** The card that stands when none was named: bandwidth check on, 128 ONUs on each of 8 PON links.
+ */
 Card default_card();
 
 /**

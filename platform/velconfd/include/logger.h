@@ -1,7 +1,8 @@
 /** Management middleware: printf-style debug notes without a category. */
 #pragma once
 
-class Logger {
+class Logger
+{
 public:
     static void Debug(const char *format, ...) __attribute__((format(printf, 1, 2)));
 };

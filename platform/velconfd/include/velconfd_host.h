@@ -4,10 +4,12 @@
  */
 #pragma once
 
-namespace velconfd {
+namespace velconfd
+{
 
 /** A context as the host registers it: owns the MAAPI socket of its validations. */
-class Context {
+class Context
+{
 public:
     Context();
     ~Context();

@@ -5,10 +5,12 @@
 #include <netinet/in.h>
 #include <string>
 
-namespace addrkit {
+namespace addrkit
+{
 
 /** One IPv4 address. A new one is 0.0.0.0. */
-class IPv4Addr {
+class IPv4Addr
+{
 public:
     IPv4Addr() = default;
     /** @param addr  In network byte order. */
@@ -26,7 +28,8 @@ private:
 };
 
 /** An address in a network: the address as it was set, and the length of the network's prefix. */
-class IPv4AddrMask : public IPv4Addr {
+class IPv4AddrMask : public IPv4Addr
+{
 public:
     using IPv4Addr::IPv4Addr;
 
