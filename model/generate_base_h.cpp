@@ -17,7 +17,8 @@
 #include <stdexcept>
 #include <string>
 
-namespace {
+namespace
+{
 
 using Context = std::unique_ptr<ly_ctx, decltype(&ly_ctx_destroy)>;
 

@@ -5,7 +5,8 @@
 #include <string_view>
 #include <vector>
 
-namespace model {
+namespace model
+{
 
 /** Text of one YANG module or submodule. */
 struct YangText {

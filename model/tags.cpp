@@ -4,8 +4,10 @@
 #include <array>
 #include <utility>
 
-namespace model {
-namespace {
+namespace model
+{
+namespace
+{
 
 using FixedTag = std::pair<std::string_view, std::uint32_t>;
 

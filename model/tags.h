@@ -4,7 +4,8 @@
 #include <cstdint>
 #include <string_view>
 
-namespace model {
+namespace model
+{
 
 /** Number of the model's namespace. */
 inline constexpr std::uint32_t kNamespaceTag = 864307902;

@@ -68,7 +68,7 @@ extern "C" {
 #define CONFD_ERR_OS 24
 #define CONFD_ERR_XPATH 25
 
-/** Code of the calling thread's last failed call; meaningful only after a call returned CONFD_ERR. */
+/** Code of the calling thread's last failed call; to be read after a call returned CONFD_ERR. */
 int *confd_errno_location(void);
 #define confd_errno (*confd_errno_location())
 
@@ -229,9 +229,9 @@ typedef struct confd_tag_value {
 #define CONFD_SET_MEMBER_(v, vtype, member, x) ((v)->type = (vtype), (v)->val.member = (x))
 
 #define CONFD_SET_NOEXISTS(v) ((v)->type = C_NOEXISTS)
-#define CONFD_SET_XMLTAG(v, tag_, ns_) \
+#define CONFD_SET_XMLTAG(v, tag_, ns_)                                                             \
     ((v)->type = C_XMLTAG, (v)->val.xmltag.tag = (tag_), (v)->val.xmltag.ns = (ns_))
-#define CONFD_SET_BUF(v, ptr_, size_) \
+#define CONFD_SET_BUF(v, ptr_, size_)                                                              \
     ((v)->type = C_BUF, (v)->val.buf.ptr = (ptr_), (v)->val.buf.size = (size_))
 #define CONFD_SET_INT8(v, x) CONFD_SET_MEMBER_(v, C_INT8, i8, x)
 #define CONFD_SET_INT16(v, x) CONFD_SET_MEMBER_(v, C_INT16, i16, x)
@@ -244,12 +244,12 @@ typedef struct confd_tag_value {
 #define CONFD_SET_IPV4(v, x) CONFD_SET_MEMBER_(v, C_IPV4, ip, x)
 #define CONFD_SET_BOOL(v, x) CONFD_SET_MEMBER_(v, C_BOOL, boolean, x)
 #define CONFD_SET_ENUM_VALUE(v, x) CONFD_SET_MEMBER_(v, C_ENUM_VALUE, enumvalue, x)
-#define CONFD_SET_LIST(v, ptr_, size_) \
+#define CONFD_SET_LIST(v, ptr_, size_)                                                             \
     ((v)->type = C_LIST, (v)->val.list.ptr = (ptr_), (v)->val.list.size = (size_))
 #define CONFD_SET_IPV4PREFIX(v, x) CONFD_SET_MEMBER_(v, C_IPV4PREFIX, ipv4prefix, x)
 #define CONFD_SET_IPV4_AND_PLEN(v, x) CONFD_SET_MEMBER_(v, C_IPV4_AND_PLEN, ipv4prefix, x)
 
-#define CONFD_SET_TAG_(tv, tag_, ns_, vtype) \
+#define CONFD_SET_TAG_(tv, tag_, ns_, vtype)                                                       \
     ((tv)->tag.tag = (tag_), (tv)->tag.ns = (ns_), (tv)->v.type = (vtype))
 #define CONFD_SET_TAG_XMLBEGIN(tv, tag_, ns_) CONFD_SET_TAG_(tv, tag_, ns_, C_XMLBEGIN)
 #define CONFD_SET_TAG_XMLEND(tv, tag_, ns_) CONFD_SET_TAG_(tv, tag_, ns_, C_XMLEND)

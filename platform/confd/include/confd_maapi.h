@@ -35,7 +35,8 @@ int maapi_get_str_elem(int sock, int th, char *buf, int n, const char *fmt, ...)
 int maapi_get_u_int32_elem(int sock, int th, uint32_t *rval, const char *fmt, ...);
 int maapi_get_bool_elem(int sock, int th, int *rval, const char *fmt, ...);
 int maapi_get_ipv4_elem(int sock, int th, struct in_addr *rval, const char *fmt, ...);
-int maapi_get_ipv4_and_plen_elem(int sock, int th, struct confd_ipv4_prefix *rval, const char *fmt, ...);
+int maapi_get_ipv4_and_plen_elem(int sock, int th, struct confd_ipv4_prefix *rval, const char *fmt,
+                                 ...);
 int maapi_get_enum_value_elem(int sock, int th, int32_t *rval, const char *fmt, ...);
 
 /**
@@ -50,11 +51,11 @@ int maapi_get_list_elem(int sock, int th, confd_value_t **values, int *n, const 
 
 /** Position in a list: before an entry that is still to come, or at an entry. */
 struct maapi_cursor {
-    int n;                           /**< Keys of the present entry; 0 when there is none. */
-    confd_value_t keys[MAXKEYLEN];   /**< Owned by the cursor until the next call on it. */
+    int n;                         /**< Keys of the present entry; 0 when there is none. */
+    confd_value_t keys[MAXKEYLEN]; /**< Owned by the cursor until the next call on it. */
     int sock;
     int th;
-    void *internal;                  /**< The library's own. */
+    void *internal; /**< The library's own. */
 };
 
 /**
@@ -116,9 +117,9 @@ struct confd_query_result {
         struct {
             confd_hkeypath_t hkp;
             confd_value_t val;
-        } *kv;
+        } * kv;
         confd_tag_value_t *tv;
-    } *results;
+    } * results;
     void *__internal;
 };
 
@@ -171,7 +172,8 @@ enum confd_iter_op {
 enum maapi_iter_ret { ITER_STOP = 1, ITER_RECURSE = 2, ITER_CONTINUE = 3 };
 
 typedef enum maapi_iter_ret maapi_diff_iter_t(confd_hkeypath_t *kp, enum confd_iter_op op,
-                                              confd_value_t *oldv, confd_value_t *newv, void *state);
+                                              confd_value_t *oldv, confd_value_t *newv,
+                                              void *state);
 
 /**
  * Walks the transaction's changes at and below a path.
