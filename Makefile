@@ -11,13 +11,13 @@ source_dirs := src platform model host tests bench
 linted := ^$(CURDIR)/(src|platform|model|host)/
 
 .DEFAULT_GOAL := help
-.PHONY: help run test bench docs build configure deps format lint clean
+.PHONY: help run test test-powerpc sizes packages test-packages bench docs build configure deps format lint clean
 
 help: ## Lists these commands
 	@echo "Besides git, make is all that has to be there first: on Debian 12 the rest is installed"
 	@echo "with apt-get where it is missing (as root, or through sudo)."
 	@echo
-	@awk -F ':.*## ' '/^[a-z]+:.*## / { printf "  make %-8s %s\n", $$1, $$2 }' $(MAKEFILE_LIST)
+	@awk -F ':.*## ' '/^[a-z-]+:.*## / { printf "  make %-13s %s\n", $$1, $$2 }' $(MAKEFILE_LIST)
 	@echo
 	@echo "PRESET=werror or PRESET=sanitize builds and tests in another way than desk, each in"
 	@echo "build/PRESET; JOBS=N sets how many jobs run at a time (here $(JOBS))."
@@ -33,6 +33,26 @@ run: build ## Builds, then checks the example: an edit that overbooks a PON link
 
 test: build ## Builds, then runs all tests
 	ctest --preset $(PRESET) --parallel $(JOBS)
+
+test-powerpc: ## Builds for the card's architecture and runs all tests under an emulator
+	@cmake/install-deps.sh build powerpc
+	cmake/powerpc/libraries.sh build/powerpc-libraries
+	cmake --preset powerpc
+	cmake --build --preset powerpc --parallel $(JOBS)
+	ctest --preset powerpc --parallel $(JOBS)
+
+sizes: build ## Tells the plug-in's size here and, after make test-powerpc, on the card's architecture
+	@cmake/sizes.sh "x86-64" strip $(build_dir)/lib/libgpon_card_valid.so \
+	    "PowerPC, 32 bits" powerpc-linux-gnu-strip build/powerpc/lib/libgpon_card_valid.so
+
+packages: build ## Builds Debian packages: the plug-in, and the desk tools
+	@cmake/install-deps.sh packages
+	cd $(build_dir) && cpack
+	@ls -l $(build_dir)/packages/*.deb
+
+test-packages: packages ## Installs the packages into a bare Debian and checks the example there (as root)
+	@cmake/install-deps.sh test-packages
+	tests/packages/clean_system.sh $(build_dir)/packages $(build_dir)/clean-system
 
 bench: build ## Builds, then runs the benchmarks (BENCH_ARGS="--benchmark_filter=...")
 	$(bin_dir)/gpon_bench $(BENCH_ARGS)

@@ -1,9 +1,12 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that are missing: install-deps.sh [build] [format] [lint]
+# Installs the Debian packages that are missing: install-deps.sh [GROUP...], the groups are those below.
 set -euo pipefail
 
 build_packages=(make g++ cmake ninja-build pkg-config libyang2-dev libspdlog-dev libcli11-dev
-    nlohmann-json3-dev libssl-dev libgtest-dev libgmock-dev libbenchmark-dev)
+    nlohmann-json3-dev libssl-dev libgtest-dev libgmock-dev libbenchmark-dev python3)
+powerpc_packages=(g++-powerpc-linux-gnu qemu-user dpkg-dev perl googletest)
+packages_packages=(dpkg-dev file)
+test_packages_packages=(debootstrap)
 format_packages=(clang-format)
 lint_packages=(clang-tidy cppcheck)
 
@@ -18,7 +21,10 @@ for group in "${@:-build}"; do
     build) wanted+=("${build_packages[@]}") ;;
     format) wanted+=("${format_packages[@]}") ;;
     lint) wanted+=("${lint_packages[@]}") ;;
-    *) fail "unknown group $group; there are build, format and lint" ;;
+    powerpc) wanted+=("${powerpc_packages[@]}") ;;
+    packages) wanted+=("${packages_packages[@]}") ;;
+    test-packages) wanted+=("${test_packages_packages[@]}") ;;
+    *) fail "unknown group $group; there are build, format, lint, powerpc, packages and test-packages" ;;
     esac
 done
 

@@ -27,10 +27,16 @@ std::string default_path()
 {
     std::error_code no_link;
     const auto program = std::filesystem::read_symlink("/proc/self/exe", no_link);
-    const auto beside = program.parent_path().parent_path() / "lib" / kFileName;
-    std::error_code no_file;
-    if (!no_link && std::filesystem::exists(beside, no_file)) {
-        return beside.string();
+    if (no_link) {
+        return kFileName;
+    }
+    const auto prefix = program.parent_path().parent_path();
+    for (const char *folder : {GPON_INSTALL_LIBDIR, "lib"}) {
+        const auto candidate = prefix / folder / kFileName;
+        std::error_code no_file;
+        if (std::filesystem::exists(candidate, no_file)) {
+            return candidate.string();
+        }
     }
     return kFileName;
 }

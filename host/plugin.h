@@ -28,8 +28,8 @@ class Plugin
 {
 public:
     /**
-     * @param path  Of the library. Empty: the card's own plug-in, next to the program in ../lib if
-     *              it is there, else by the loader's search.
+     * @param path  Of the library. Empty: the card's own plug-in, in the library folder next to
+     *              the program's if it is there, else by the loader's search.
      */
     explicit Plugin(const std::string &path);
 

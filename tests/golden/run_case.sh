@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Runs gpon-validate on one golden case and compares what the operator sees with expected.txt.
 #
-# usage: run_case.sh [--update] GPON_VALIDATE FOLDER
+# usage: run_case.sh [--update] FOLDER GPON_VALIDATE...
 #
+# GPON_VALIDATE may be several words: an emulator, its options, and the program.
 # The folder holds README (why the case matters), expected.txt (stdout, then `exit N`), and one of
 # change.xml, candidate.xml, overbook.xml; running.xml and card.json stand there or in the folder
 # above. `arguments` may hold further words of the command line. With --update expected.txt is
@@ -14,8 +15,11 @@ if [ "$1" = --update ]; then
   update=yes
   shift
 fi
-program=$(realpath "$1")
-cd "$2" || exit 1
+folder=$1
+shift
+program=("$@")
+program[-1]=$(realpath "${program[-1]}")
+cd "$folder" || exit 1
 
 fail() {
   echo "$PWD: $1" >&2
@@ -58,7 +62,7 @@ command_words() {
 
 # Nobody must be asked, whatever terminal this runs on; what goes to stderr is for the log.
 actual() {
-  "$program" "${words[@]}" < /dev/null
+  "${program[@]}" "${words[@]}" < /dev/null
   echo "exit $?"
 }
 

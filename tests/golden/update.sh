@@ -18,5 +18,5 @@ shift
 find "$@" \( -name change.xml -o -name candidate.xml -o -name overbook.xml -o -name arguments \) \
   -printf '%h\n' | sort -u | while read -r folder; do
   echo "$folder"
-  "$here/run_case.sh" --update "$program" "$folder"
+  "$here/run_case.sh" --update "$folder" "$program"
 done

@@ -48,13 +48,13 @@ protected:
         if (m_child == 0) {
             setenv("GPON_TEST_SCRIPT", "fec_confirmation_warning=warn:Traffic stops.\n", 1);
             std::vector<char *> argv;
-            std::vector<std::string> all{GPON_VALIDATE, "check", "--plugin", kScripted};
+            std::vector<std::string> all{GPON_VALIDATE_WORDS, "check", "--plugin", kScripted};
             all.insert(all.end(), words.begin(), words.end());
             for (auto &word : all) {
                 argv.push_back(word.data());
             }
             argv.push_back(nullptr);
-            execv(argv[0], argv.data());
+            execvp(argv[0], argv.data());
             _exit(127);
         }
     }

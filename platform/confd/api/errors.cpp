@@ -1,4 +1,4 @@
-/** The last error of a thread, and the text that a validation leaves for the operator. */
+/** The last error, and the text that a validation leaves for the operator. */
 #include "guard.h"
 
 #include "error.h"
@@ -13,17 +13,12 @@ namespace
 {
 
 /** Of fixed size, so that telling of a failure needs no memory. */
-struct LastError {
-    int code = CONFD_OK;
-    std::array<char, 1024> text{};
-};
-
-thread_local LastError last_error;
+std::array<char, 1024> last_error_text{};
 
 void set_last_error(int code, const char *text) noexcept
 {
-    last_error.code = code;
-    (void)std::snprintf(last_error.text.data(), last_error.text.size(), "%s", text);
+    confd_errno = code;
+    (void)std::snprintf(last_error_text.data(), last_error_text.size(), "%s", text);
 }
 
 } // namespace
@@ -45,14 +40,11 @@ void api::note_exception() noexcept
 
 extern "C" {
 
-int *confd_errno_location(void)
-{
-    return &last_error.code;
-}
+int confd_errno = CONFD_OK;
 
 char *confd_lasterr(void)
 {
-    return last_error.text.data();
+    return last_error_text.data();
 }
 
 void confd_trans_seterr(struct confd_trans_ctx *tctx, const char *fmt, ...)

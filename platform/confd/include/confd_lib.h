@@ -68,13 +68,15 @@ extern "C" {
 #define CONFD_ERR_OS 24
 #define CONFD_ERR_XPATH 25
 
-/** Code of the calling thread's last failed call; to be read after a call returned CONFD_ERR. */
-int *confd_errno_location(void);
-#define confd_errno (*confd_errno_location())
+/**
+ * Code of the last failed call; to be read after a call returned CONFD_ERR. One for the process: as all
+ * of this library it belongs to one thread.
+ */
+extern int confd_errno;
 
 /**
  * Text of the last failed call: what failed, on which path or element.
- * @return Never null; owned by the library, valid until the thread's next failing call.
+ * @return Never null; owned by the library, valid until the next failing call.
  */
 char *confd_lasterr(void);
 

@@ -1,0 +1,51 @@
+# Completion of gpon-validate for bash.
+
+_gpon_validate()
+{
+    local current=$2 previous=$3 command=${COMP_WORDS[1]} words=
+    COMPREPLY=()
+    if [ "$COMP_CWORD" -eq 1 ]; then
+        words="check points generate --help --version"
+        mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
+        return
+    fi
+    case $previous in
+    --running | --edit | --card | --plugin | --trace-file | --output | -o)
+        compopt -o filenames
+        mapfile -t COMPREPLY < <(compgen -f -- "$current")
+        return
+        ;;
+    --trace) words="fine progress decisions" ;;
+    --color) words="auto always never" ;;
+    --format) words="xml json" ;;
+    --timeout | --links | --onus | --line-profiles | --bandwidth-profiles | --rg-profiles | \
+        --service-ports | --seed)
+        return
+        ;;
+    esac
+    if [ -z "$words" ]; then
+        case $command in
+        check)
+            words="--running --edit --card --plugin --yes --no --all --explain --calls --json
+                --in-process --timeout --trace --trace-file --color --help"
+            if [[ $current != -* ]]; then
+                compopt -o filenames
+                mapfile -t COMPREPLY < <(compgen -f -- "$current")
+                return
+            fi
+            ;;
+        points)
+            words="--json --help"
+            [[ $current == -* ]] || words=$("${COMP_WORDS[0]}" points --json 2>/dev/null |
+                sed -n 's/^ *"key": "\([a-z0-9_]*\)".*/\1/p')
+            ;;
+        generate)
+            words="--links --onus --line-profiles --bandwidth-profiles --rg-profiles --service-ports
+                --seed --format --output --card --help"
+            ;;
+        esac
+    fi
+    mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
+}
+
+complete -F _gpon_validate gpon-validate
