@@ -53,7 +53,8 @@ plugin=$(inside pkg-config --variable=plugin gpon_card_valid)
 inside test -f "$plugin" || fail "pkg-config names $plugin, which is not there"
 header=$(inside pkg-config --variable=includedir gpon_card_valid)/gpon_card_valid_plugin.h
 inside test -f "$header" || fail "pkg-config's include folder has no $header"
-inside man --warnings -l /usr/share/man/man1/gpon-validate.1* > "$scratch/man.txt" 2> "$scratch/man.err"
+inside man --warnings gpon-validate > "$scratch/man.txt" 2> "$scratch/man.err" ||
+    { cat "$scratch/man.err" >&2; fail "there is no man page"; }
 [ ! -s "$scratch/man.err" ] || { cat "$scratch/man.err" >&2; fail "the man page has faults: see above"; }
 grep -q 'EXIT STATUS' "$scratch/man.txt" || fail "the man page is empty"
 inside bash -c '. /usr/share/bash-completion/bash_completion && _completion_loader gpon-validate
