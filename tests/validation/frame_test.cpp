@@ -8,6 +8,8 @@
 #include <chrono>
 #include <thread>
 
+extern "C" int host_in_c_finds_the_point(void);
+
 namespace
 {
 
@@ -93,6 +95,7 @@ TEST_F(Frame, names_its_validation_point_cut_to_the_buffer)
     EXPECT_STREQ(name, "gpon_validation_check");
     EXPECT_EQ(get_validation_point(name, 5), 0);
     EXPECT_STREQ(name, "gpon");
+    EXPECT_EQ(host_in_c_finds_the_point(), 1);
 }
 
 TEST_F(Frame, accepts_an_unknown_key_without_asking_the_framework)
