@@ -1,7 +1,11 @@
-/** Benchmarks on a full card; the options are Google Benchmark's (--help lists them). */
-#include "full_card.h"
+/** Benchmarks on generated cards; the options are Google Benchmark's (--help lists them). */
+#include "benchmarks.h"
+#include "reports.h"
+#include "rule_trial.h"
 
 #include <benchmark/benchmark.h>
+
+#include <iostream>
 
 int main(int argc, char **argv)
 {
@@ -9,7 +13,15 @@ int main(int argc, char **argv)
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
         return 1;
     }
-    benchmark::RunSpecifiedBenchmarks();
-    bench::print_rule_table();
-    return 0;
+    bench::register_rules();
+    bench::Results results;
+    benchmark::RunSpecifiedBenchmarks(&results);
+    bench::forget_rule_trial(); // Before the schema goes.
+    std::cerr << "\r\033[K";
+    bench::report_rules(results, std::cout);
+    bench::report_growth(results, std::cout);
+    for (const auto &failure : results.failures()) {
+        std::cerr << "FAILED " << failure << '\n';
+    }
+    return results.failures().empty() ? 0 : 1;
 }
