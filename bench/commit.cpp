@@ -2,8 +2,12 @@
 
 #include "gpon_card_valid.h"
 
+#include "path.h"
+
 #include <fm_host.h>
 
+#include <algorithm>
+#include <functional>
 #include <stdexcept>
 
 namespace bench
@@ -21,7 +25,61 @@ void use_figures(std::uint32_t links)
     fm::use_card(figures);
 }
 
+/** Calls with each data node of a schema node, in document order. */
+void for_each_instance(const lyd_node *root, const engine::SchemaNode &schema,
+                       const std::function<void(const lyd_node *)> &visit)
+{
+    const auto visit_below = [&](const lyd_node *parent) {
+        for (const auto *node = engine::first_instance(root, parent, schema); node != nullptr;
+             node = engine::next_instance(node)) {
+            visit(node);
+        }
+    };
+    if (schema.up() == nullptr) {
+        visit_below(nullptr);
+    } else {
+        for_each_instance(root, *schema.up(), visit_below);
+    }
+}
+
 } // namespace
+
+std::vector<engine::Request> requests_for(const std::string &rule, const engine::Datastore &tree)
+{
+    std::vector<engine::Request> requests;
+    for (const auto &point : schema()->points()) {
+        if (point.opaque == rule) {
+            for_each_instance(tree.root(), point.once ? *point.node->up() : *point.node,
+                              [&](const lyd_node *node) {
+                                  requests.push_back({&point, node, ""});
+                              });
+        }
+    }
+    return requests;
+}
+
+bool is_local(const std::string &call)
+{
+    return call.rfind("confd_", 0) == 0 || call == "maapi_query_free_result";
+}
+
+std::uint64_t Sum::requests() const
+{
+    std::uint64_t count = 0;
+    for (const auto &[call, calls_of_it] : calls) {
+        count += is_local(call) ? 0 : calls_of_it;
+    }
+    return count;
+}
+
+void Sum::after(const engine::Request &, const engine::Answer &answer)
+{
+    time += answer.time;
+    verdict = std::max(verdict, answer.verdict);
+    for (const auto &[name, count] : answer.calls) {
+        calls[name] += count;
+    }
+}
 
 host::Plugin &plugin(std::uint32_t links)
 {

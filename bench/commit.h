@@ -8,7 +8,10 @@
 
 #include <velconfd_host.h>
 
+#include <chrono>
 #include <cstdint>
+#include <map>
+#include <string>
 #include <vector>
 
 namespace bench
@@ -19,6 +22,25 @@ host::Plugin &plugin(std::uint32_t links);
 
 /** The plug-in's copy whose client calls are recorded; likewise. */
 engine::Callback recorded_plugin(std::uint32_t links);
+
+/** One request for each instance of a rule's node, whether a change calls for it or not. */
+std::vector<engine::Request> requests_for(const std::string &rule, const engine::Datastore &tree);
+
+/** Whether the client library answers a call by itself: schema, conversions, freeing. */
+bool is_local(const std::string &call);
+
+/** Adds up what is asked. */
+class Sum : public engine::Observer
+{
+public:
+    void after(const engine::Request &request, const engine::Answer &answer) override;
+
+    std::chrono::nanoseconds time{0};
+    std::map<std::string, std::uint64_t> calls;           /**< Client calls by name. */
+    engine::Verdict verdict = engine::Verdict::kAccepted; /**< The worst. */
+    /** Calls that go to the framework. */
+    std::uint64_t requests() const;
+};
 
 /** A transaction with all that its rules need. */
 class Commit

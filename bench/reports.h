@@ -10,5 +10,8 @@ namespace bench
 
 void report_rules(const Results &results, std::ostream &out);
 void report_growth(const Results &results, std::ostream &out);
+void report_commits(const Results &results, std::ostream &out);
+void report_yang(const Results &results, std::ostream &out);
+void report_latency(const Results &results, std::ostream &out);
 
 } // namespace bench

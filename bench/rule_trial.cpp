@@ -1,67 +1,14 @@
 #include "rule_trial.h"
 
-#include "path.h"
 #include "recorder.h"
 
 #include <algorithm>
-#include <functional>
 #include <memory>
 #include <stdexcept>
 #include <utility>
 
 namespace bench
 {
-namespace
-{
-
-/** Adds up what is asked. */
-class Sum : public engine::Observer
-{
-public:
-    void after(const engine::Request &, const engine::Answer &answer) override
-    {
-        asked.time += answer.time;
-        asked.verdict = std::max(asked.verdict, answer.verdict);
-        for (const auto &[name, count] : answer.calls) {
-            asked.calls[name] += count;
-        }
-    }
-    Asked asked;
-};
-
-/** Calls with each data node of a schema node, in document order. */
-void for_each_instance(const lyd_node *root, const engine::SchemaNode &schema,
-                       const std::function<void(const lyd_node *)> &visit)
-{
-    const auto visit_below = [&](const lyd_node *parent) {
-        for (const auto *node = engine::first_instance(root, parent, schema); node != nullptr;
-             node = engine::next_instance(node)) {
-            visit(node);
-        }
-    };
-    if (schema.up() == nullptr) {
-        visit_below(nullptr);
-    } else {
-        for_each_instance(root, *schema.up(), visit_below);
-    }
-}
-
-std::vector<engine::Request> requests_for(const std::string &rule, const lyd_node *root)
-{
-    std::vector<engine::Request> requests;
-    for (const auto &point : schema()->points()) {
-        if (point.opaque == rule) {
-            for_each_instance(root, point.once ? *point.node->up() : *point.node,
-                              [&](const lyd_node *node) {
-                                  requests.push_back({&point, node, ""});
-                              });
-        }
-    }
-    return requests;
-}
-
-} // namespace
-
 RuleTrial::RuleTrial(std::uint32_t links)
     : m_commit(card(links), card(links).candidate(card(links).rewriting_edit())), m_links(links)
 {
@@ -85,7 +32,7 @@ void RuleTrial::choose(const std::string &rule)
         return;
     }
     m_rule = rule;
-    m_requests = requests_for(rule, m_commit.transaction().candidate().root());
+    m_requests = requests_for(rule, m_commit.transaction().candidate());
     m_tapes.clear();
     m_allocated = 0;
     const auto copy = recorded_plugin(m_links);
@@ -98,22 +45,22 @@ void RuleTrial::choose(const std::string &rule)
                      m_allocated += Recorder::instance().allocated_bytes();
                      return result;
                  });
-    if (m_requests.empty() || sum.asked.verdict == engine::Verdict::kRejected) {
+    if (m_requests.empty() || sum.verdict == engine::Verdict::kRejected) {
         throw std::logic_error(rule + " has nothing to do on this card, or rejects it");
     }
-    if (sum.asked.calls != replay().calls) {
+    if (sum.calls != replay().calls) {
         throw std::logic_error("the recording of " + rule + " does not replay its requests");
     }
 }
 
-Asked RuleTrial::ask()
+Sum RuleTrial::ask()
 {
     Sum sum;
     m_commit.ask(m_requests, sum);
-    return std::move(sum.asked);
+    return sum;
 }
 
-Asked RuleTrial::replay()
+Sum RuleTrial::replay()
 {
     std::vector<Session> sessions;
     std::transform(m_tapes.begin(), m_tapes.end(), std::back_inserter(sessions),
@@ -125,7 +72,7 @@ Asked RuleTrial::replay()
         ++next;
         return CONFD_OK;
     });
-    return std::move(sum.asked);
+    return sum;
 }
 
 namespace

@@ -5,19 +5,11 @@
 #include "tape.h"
 
 #include <cstdint>
-#include <map>
 #include <string>
 #include <vector>
 
 namespace bench
 {
-
-/** What asking about all instances of a rule came to. */
-struct Asked {
-    std::chrono::nanoseconds time{0};
-    std::map<std::string, std::uint64_t> calls; /**< Client calls by name. */
-    engine::Verdict verdict = engine::Verdict::kAccepted;
-};
 
 /**
  * The card is about to be replaced by another one; each rule is asked about every instance of its
@@ -38,9 +30,9 @@ public:
 
     std::size_t instances() const { return m_requests.size(); }
     std::uint64_t allocated_bytes() const { return m_allocated; }
-    Asked ask();
+    Sum ask();
     /** Makes the very same requests with no rule around them. */
-    Asked replay();
+    Sum replay();
 
 private:
     Commit m_commit;
