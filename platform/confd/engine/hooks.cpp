@@ -2,6 +2,8 @@
 
 #include "error.h"
 
+#include <algorithm>
+
 namespace engine
 {
 
@@ -29,9 +31,29 @@ void Hooks::reset_counts()
     m_counts.clear();
 }
 
+std::map<std::string, std::uint64_t> Hooks::counts() const
+{
+    std::map<std::string, std::uint64_t> by_name;
+    for (const auto &[name, count] : m_counts) {
+        by_name[name] += count; // Two libraries may have the same literal at two addresses.
+    }
+    return by_name;
+}
+
+void Hooks::count(const char *name)
+{
+    const auto found = std::find_if(m_counts.begin(), m_counts.end(),
+                                    [name](const auto &entry) { return entry.first == name; });
+    if (found != m_counts.end()) {
+        ++found->second;
+    } else {
+        m_counts.emplace_back(name, 1);
+    }
+}
+
 void Hooks::on_call(const char *name)
 {
-    ++m_counts[name];
+    count(name);
     if (m_until_failure == 0) {
         return;
     }

@@ -2,14 +2,10 @@
 
 #include "error.h"
 
-#include <memory>
-
 namespace engine
 {
 namespace
 {
-
-using OwnedNode = std::unique_ptr<lyd_node, decltype(&lyd_free_tree)>;
 
 /** First instance of a schema node among siblings. */
 const lyd_node *first_among(const lyd_node *siblings, const SchemaNode &node)
@@ -21,23 +17,28 @@ const lyd_node *first_among(const lyd_node *siblings, const SchemaNode &node)
     return match;
 }
 
-/**
- * Finds a list entry by its hash, which libyang offers for a ready node: the list's first entry is
- * copied without its contents and given the wanted keys. That is twice as fast as a text of
- * predicates, and needs no quoting.
- */
+/** The list's probe; made from an entry, without its contents, where there is none yet. */
+lyd_node *probe_of(const SchemaNode &list, const lyd_node *siblings)
+{
+    const lyd_node *first = list.probe == nullptr ? first_among(siblings, list) : nullptr;
+    if (first != nullptr) {
+        lyd_node *copy = nullptr;
+        if (lyd_dup_single(first, nullptr, LYD_DUP_NO_META, &copy) != LY_SUCCESS) {
+            throw Error(CONFD_ERR_INTERNAL, "cannot look up an entry of " + list.path());
+        }
+        list.probe.reset(copy);
+    }
+    return list.probe.get();
+}
+
+/** Finds a list entry by its hash. A text of predicates takes longer, and needs quoting. */
 const lyd_node *find_entry(const lyd_node *siblings, const Path::Step &step)
 {
-    const lyd_node *first = first_among(siblings, *step.node);
-    if (first == nullptr) {
+    lyd_node *probe = probe_of(*step.node, siblings);
+    if (probe == nullptr || siblings == nullptr) {
         return nullptr;
     }
-    lyd_node *copy = nullptr;
-    if (lyd_dup_single(first, nullptr, LYD_DUP_NO_META, &copy) != LY_SUCCESS) {
-        throw Error(CONFD_ERR_INTERNAL, "cannot look up an entry of " + step.node->path());
-    }
-    const OwnedNode wanted(copy, lyd_free_tree);
-    lyd_node *key = lyd_child(copy);
+    lyd_node *key = lyd_child(probe);
     for (const std::string &text : step.keys) {
         const bool is_new = text != lyd_get_value(key);
         if (is_new && lyd_change_term_canon(key, text.c_str()) != LY_SUCCESS) {
@@ -48,7 +49,7 @@ const lyd_node *find_entry(const lyd_node *siblings, const Path::Step &step)
         key = key->next;
     }
     lyd_node *match = nullptr;
-    lyd_find_sibling_first(siblings, copy, &match);
+    lyd_find_sibling_first(siblings, probe, &match);
     return match;
 }
 

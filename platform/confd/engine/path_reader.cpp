@@ -130,6 +130,27 @@ struct RawKey {
     const confd_value_t *value = nullptr; /**< Set when the key is one value and nothing else. */
 };
 
+/** Nothing when the text does not fit the leaf's type. */
+std::optional<std::string> canonical_form(const Schema &schema, const SchemaNode &leaf,
+                                          const std::string &text, lyd_node *probe)
+{
+    if (probe != nullptr) {
+        const auto result = lyd_change_term(probe, text.c_str());
+        const bool fits = result == LY_SUCCESS || result == LY_EEXIST || result == LY_ENOT;
+        return fits ? std::optional<std::string>(lyd_get_value(probe)) : std::nullopt;
+    }
+    const char *canonical = nullptr;
+    // What a reference refers to is not asked here, so LY_EINCOMPLETE is as good as success.
+    lyd_value_validate(schema.context(), leaf.yang, text.c_str(), text.size(), nullptr, nullptr,
+                       &canonical);
+    if (canonical == nullptr) {
+        return std::nullopt;
+    }
+    std::string result(canonical);
+    lydict_remove(schema.context(), canonical);
+    return result;
+}
+
 class Reader
 {
 public:
@@ -184,7 +205,7 @@ private:
         return *m_path.values[m_next_value++];
     }
     std::vector<std::string> convert(const SchemaNode &list, const std::vector<RawKey> &keys) const;
-    std::string convert(const SchemaNode &key_leaf, const RawKey &key) const;
+    std::string convert(const SchemaNode &key_leaf, const RawKey &key, lyd_node *probe) const;
 
     const Schema &m_schema;
     const FilledPath m_path;
@@ -302,33 +323,33 @@ std::vector<std::string> Reader::convert(const SchemaNode &list,
     }
     std::vector<std::string> texts;
     texts.reserve(keys.size());
+    lyd_node *probe = lyd_child(list.probe.get());
     for (std::size_t i = 0; i < keys.size(); ++i) {
-        texts.push_back(convert(*list.key_nodes[i], keys[i]));
+        texts.push_back(convert(*list.key_nodes[i], keys[i], probe));
+        probe = probe != nullptr ? probe->next : nullptr;
     }
     return texts;
 }
 
-/** Canonical text of a key. Every text is a text key, if only one that no entry has. */
-std::string Reader::convert(const SchemaNode &key_leaf, const RawKey &key) const
+/**
+ * Canonical text of a key. Every text is a text key, if only one that no entry has.
+ * @param probe  The same key of the list's probe: it takes the value on, for the lookup that
+ *               follows. May be null.
+ */
+std::string Reader::convert(const SchemaNode &key_leaf, const RawKey &key, lyd_node *probe) const
 {
     const confd_type &type = key_leaf.type_storage;
     const auto text = key.value != nullptr ? text_by_type(type, *key.value) : key.text;
-    if (text && type.vtype == C_BUF) {
+    if (text && (type.vtype == C_BUF || (probe != nullptr && *text == lyd_get_value(probe)))) {
         return *text;
     }
-    const char *canonical = nullptr;
-    if (text) {
-        // What a reference refers to is not asked here, so LY_EINCOMPLETE is as good as success.
-        lyd_value_validate(m_schema.context(), key_leaf.yang, text->c_str(), text->size(), nullptr,
-                           nullptr, &canonical);
-    }
-    if (canonical == nullptr) {
+    const auto canonical =
+        text ? canonical_form(m_schema, key_leaf, *text, probe) : std::optional<std::string>();
+    if (!canonical) {
         ly_err_clean(m_schema.context(), nullptr);
         complain("'" + key.text + "' does not fit the type of the key " + key_leaf.path());
     }
-    std::string result(canonical);
-    lydict_remove(m_schema.context(), canonical);
-    return result;
+    return *canonical;
 }
 
 } // namespace

@@ -45,6 +45,9 @@ std::shared_ptr<const Schema> Schema::load(const ModelSource &source)
 
 Schema::~Schema()
 {
+    for (const auto &node : m_nodes) {
+        node->probe.reset(); // Its values are the context's.
+    }
     ly_ctx_destroy(m_context);
 }
 

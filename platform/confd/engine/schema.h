@@ -61,6 +61,12 @@ struct ValidationPoint {
  */
 const SchemaNode *shared_by(const ValidationPoint &point, const Dependency &dependency);
 
+struct FreeEntry {
+    void operator()(lyd_node *entry) const { lyd_free_tree(entry); }
+};
+/** A list entry that stands in no configuration. */
+using LooseEntry = std::unique_ptr<lyd_node, FreeEntry>;
+
 /** A node of the schema; choices and cases are not nodes. Also reachable from libyang's node. */
 struct SchemaNode : confd_cs_node {
     const lysc_node *yang = nullptr;
@@ -69,6 +75,12 @@ struct SchemaNode : confd_cs_node {
     std::vector<std::uint32_t> key_storage; /**< info.keys points here on a list. */
     std::vector<const SchemaNode *> key_nodes;
     int object_size = 0; /**< Values in the value array of an entry. */
+    /**
+     * On a list: what entries are looked up with. libyang finds an entry by the hash of a ready
+     * one; making that anew takes several times longer than changing the keys of the last one. Null
+     * until the first lookup.
+     */
+    mutable LooseEntry probe;
 
     const SchemaNode *up() const { return static_cast<const SchemaNode *>(parent); }
     const SchemaNode *first_child() const { return static_cast<const SchemaNode *>(children); }
