@@ -3,6 +3,7 @@
 #include "gpon_card_valid.h"
 
 #include "path.h"
+#include "stopwatch.h"
 
 #include <fm_host.h>
 
@@ -41,6 +42,27 @@ void for_each_instance(const lyd_node *root, const engine::SchemaNode &schema,
         for_each_instance(root, *schema.up(), visit_below);
     }
 }
+
+/** Tells of answers with the time that was measured here. */
+class WithTime : public engine::Observer
+{
+public:
+    WithTime(engine::Observer &listener, const std::chrono::nanoseconds &time)
+        : m_listener(listener), m_time(time)
+    {
+    }
+
+    void after(const engine::Request &request, const engine::Answer &answer) override
+    {
+        engine::Answer timed = answer;
+        timed.time = m_time;
+        m_listener.after(request, timed);
+    }
+
+private:
+    engine::Observer &m_listener;
+    const std::chrono::nanoseconds &m_time;
+};
 
 } // namespace
 
@@ -121,8 +143,16 @@ engine::Verdict Commit::ask(const std::vector<engine::Request> &requests,
 engine::Verdict Commit::ask(const std::vector<engine::Request> &requests,
                             engine::Observer &observer, const engine::Callback &callback)
 {
-    return engine::validate(*m_transaction, requests, plugin(m_links).validation_point(), callback,
-                            m_context.word(), true, observer);
+    std::chrono::nanoseconds time{0};
+    const auto timed = [&](confd_trans_ctx *tctx, confd_hkeypath_t *kp, confd_value_t *newval) {
+        const Stopwatch stopwatch;
+        const int result = callback(tctx, kp, newval);
+        time = stopwatch.elapsed();
+        return result;
+    };
+    WithTime observer_of_time(observer, time);
+    return engine::validate(*m_transaction, requests, plugin(m_links).validation_point(), timed,
+                            m_context.word(), true, observer_of_time);
 }
 
 } // namespace bench

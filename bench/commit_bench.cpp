@@ -4,6 +4,7 @@
 #include "commit.h"
 #include "edit.h"
 #include "rule_trial.h"
+#include "stopwatch.h"
 
 #include <benchmark/benchmark.h>
 
@@ -17,8 +18,6 @@ namespace bench
 namespace
 {
 
-using Clock = std::chrono::steady_clock;
-
 /** The shortest time of each phase, in milliseconds. */
 class Phases
 {
@@ -26,9 +25,9 @@ public:
     template <typename Work>
     auto time(const std::string &phase, const Work &work)
     {
-        const auto start = Clock::now();
+        const Stopwatch stopwatch;
         auto result = work();
-        note(phase, Clock::now() - start);
+        note(phase, stopwatch.elapsed());
         return result;
     }
 

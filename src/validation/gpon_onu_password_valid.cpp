@@ -14,6 +14,7 @@ constexpr std::int32_t kPasswordMethod = 2;
 constexpr const char *kSerialNumber = "serial-number";
 constexpr const char *kPassword = "password";
 constexpr int kLeafTextSize = 8192;
+constexpr std::size_t kLocationSize = 32; // Enough for all numbers of links and ONUs.
 
 /** The vendor's four characters stay as entered; the rest are hexadecimal digits of either case. */
 void fold_serial_number(std::string &serial_number)
@@ -44,16 +45,20 @@ struct Collected {
 void collect_interface(std::int32_t maapi_sock, confd_trans_ctx *tctx, const std::string &interface,
                        std::int32_t method, Collected &collected)
 {
+    // For some thousand ONUs: what all of a link share is put together once.
+    static const std::string password = kPassword;
+    static const std::string serial_number = kSerialNumber;
     const std::string onu_list = "/config/interface/gpon{1 1 " + interface + "}/onu";
+    std::string onu_prefix = onu_list;
     for (ListCursor onus(maapi_sock, tctx->thandle, onu_list.c_str()); onus.has_entry();
          onus.next()) {
         const std::string onu_id = print_value(onus.key());
-        std::string onu_prefix = onu_list;
+        onu_prefix.resize(onu_list.size());
         onu_prefix.append("{").append(onu_id).append("}/auth-method/");
         ProfileOnuSerialPassword(maapi_sock, tctx, collected.passwords, interface, onu_id,
-                                 onu_prefix, kPassword, method);
+                                 onu_prefix, password, method);
         ProfileOnuSerialPassword(maapi_sock, tctx, collected.serials, interface, onu_id, onu_prefix,
-                                 kSerialNumber, method);
+                                 serial_number, method);
     }
     evaluateOnuSerialPassword(collected.password_report, collected.passwords, kPassword,
                               &collected.password_flag);
@@ -92,7 +97,10 @@ void ProfileOnuSerialPassword(std::int32_t maapi_sock, confd_trans_ctx *tctx,
     if (is_serial_number) {
         fold_serial_number(value);
     }
-    values.emplace(std::move(value), "interface gpon " + interface + " onu " + onu_id);
+    std::string location;
+    location.reserve(kLocationSize);
+    location.append("interface gpon ").append(interface).append(" onu ").append(onu_id);
+    values.emplace(std::move(value), std::move(location));
 }
 
 void evaluateOnuSerialPassword(std::ostringstream &report, const OnuCredentials &values,

@@ -20,8 +20,12 @@ int MatchOverlapValidation::ServicePortMatchOverlaps(const char *name, std::stri
 std::string MatchOverlapValidation::GetMatchString(const char * /*name*/, std::string interface,
                                                    unsigned int onu, unsigned int gem, int vlan)
 {
-    return interface + " " + std::to_string(onu) + " " + std::to_string(gem) + " " +
-           std::to_string(vlan);
+    std::string match = std::move(interface);
+    for (const std::string &number :
+         {std::to_string(onu), std::to_string(gem), std::to_string(vlan)}) {
+        match.append(" ").append(number);
+    }
+    return match;
 }
 
 // NOLINTEND(performance-unnecessary-value-param)

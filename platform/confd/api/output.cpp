@@ -3,7 +3,7 @@
 #include "hooks.h"
 
 #include <algorithm>
-#include <cstdio>
+#include <cstring>
 
 namespace api
 {
@@ -20,7 +20,12 @@ int owned_by(const confd_value_t &value)
 
 int print_to(char *buffer, int size, const std::string &text)
 {
-    return std::snprintf(buffer, static_cast<std::size_t>(std::max(size, 0)), "%s", text.c_str());
+    if (size > 0) {
+        const std::size_t length = std::min(text.size(), static_cast<std::size_t>(size) - 1);
+        std::memcpy(buffer, text.data(), length);
+        buffer[length] = '\0';
+    }
+    return static_cast<int>(text.size());
 }
 
 confd_value_t hand_out(engine::OwnedValue value)

@@ -4,6 +4,7 @@
 #include "error.h"
 #include "value.h"
 
+#include <cstring>
 #include <optional>
 #include <string_view>
 
@@ -95,8 +96,10 @@ FilledPath fill(const Schema &schema, const char *format, va_list args)
 {
     FilledPath path;
     for (const char *at = &require(format, "(none)"); *at != '\0'; ++at) {
-        if (*at != '%') {
-            path.text += *at;
+        const std::size_t plain = std::strcspn(at, "%");
+        if (plain > 0) {
+            path.text.append(at, plain);
+            at += plain - 1;
             continue;
         }
         const bool is_counted = *++at == '*';
@@ -162,7 +165,9 @@ public:
 
     Path read(const SchemaNode *start)
     {
+        constexpr std::size_t kUsualDepth = 8;
         Path path;
+        path.steps.reserve(kUsualDepth);
         const SchemaNode *above = start;
         if (accept('/')) {
             above = nullptr;
@@ -195,6 +200,14 @@ private:
     [[noreturn]] void complain(const std::string &reason) const { fail(m_path.printed(), reason); }
 
     Path::Step read_step(const SchemaNode *above);
+    /** What stands there up to one of these characters, a value, or the end. */
+    std::string read_plain(const char *end_characters)
+    {
+        // A value's mark is a NUL, which ends the text for the function that looks for the others.
+        const std::size_t length = std::strcspn(m_path.text.c_str() + m_at, end_characters);
+        m_at += length;
+        return m_path.text.substr(m_at - length, length);
+    }
     std::string read_name();
     std::vector<RawKey> read_keys(const SchemaNode &node);
     RawKey read_key();
@@ -238,13 +251,10 @@ Path::Step Reader::read_step(const SchemaNode *above)
 /** The name of an element, without its module prefix. */
 std::string Reader::read_name()
 {
-    std::string name;
-    while (!at_end() && peek() != '/' && peek() != '{') {
-        if (peek() == kValueMark) {
-            name += print_value(take_value());
-        } else {
-            name += m_path.text[m_at++];
-        }
+    std::string name = read_plain("/{");
+    while (!at_end() && peek() == kValueMark) {
+        name += print_value(take_value());
+        name += read_plain("/{");
     }
     const auto colon = name.find(':');
     if (colon == std::string::npos) {
@@ -274,7 +284,7 @@ RawKey Reader::read_key()
     if (accept('"')) {
         return {read_quoted()};
     }
-    RawKey key;
+    RawKey key{read_plain(" }{")};
     while (peek() != ' ' && peek() != '}') {
         if (peek() == '{') {
             complain("a brace stands inside a key");
@@ -285,7 +295,7 @@ RawKey Reader::read_key()
             key.text += print_value(value);
         } else {
             key.value = nullptr;
-            key.text += m_path.text[m_at++];
+            key.text += read_plain(" }{");
         }
     }
     return key;
