@@ -3,6 +3,7 @@
 #include "gpon_card_valid.h"
 
 #include "path.h"
+#include "recorder.h"
 #include "stopwatch.h"
 
 #include <fm_host.h>
@@ -121,7 +122,10 @@ engine::Callback recorded_plugin(std::uint32_t links)
     if (lib_init() != 0) {
         throw std::runtime_error("the plug-in's copy cannot be initialised");
     }
-    return &validate;
+    return [](confd_trans_ctx *tctx, confd_hkeypath_t *kp, confd_value_t *newval) {
+        Recorder::instance().set_keypath(kp);
+        return validate(tctx, kp, newval);
+    };
 }
 
 Commit::Commit(const Card &card, engine::Datastore candidate)

@@ -1,9 +1,7 @@
 #include "path_call.h"
 
-#include "path.h"
 #include "value.h"
 
-#include <algorithm>
 #include <utility>
 
 namespace bench
@@ -23,24 +21,6 @@ std::shared_ptr<const void> copy_of(const confd_value_t *value)
     return {owned, &owned->get()};
 }
 
-std::shared_ptr<const void> copy_of(const confd_hkeypath_t *keypath)
-{
-    const std::shared_ptr<confd_hkeypath_t> owned(new confd_hkeypath_t{},
-                                                  [](confd_hkeypath_t *copy) {
-                                                      engine::free_keypath(*copy);
-                                                      delete copy;
-                                                  });
-    for (int i = 0; i < keypath->len; ++i) {
-        const confd_value_t *from = keypath->v[i];
-        for (confd_value_t &value : owned->v[i]) {
-            value = from->type == C_NOEXISTS ? engine::no_value() : engine::copy_value(*from);
-            ++from;
-        }
-        owned->len = i + 1;
-    }
-    return owned;
-}
-
 } // namespace
 
 PathCall::PathCall(const char *format, va_list args) : m_format(format)
@@ -58,7 +38,10 @@ PathCall::PathCall(const char *format, va_list args) : m_format(format)
             keep(copy_of(va_arg(args, const confd_value_t *)));
             break;
         case 'h':
-            keep(copy_of(va_arg(args, const confd_hkeypath_t *)));
+            if (va_arg(args, const confd_hkeypath_t *) != Recorder::instance().keypath()) {
+                throw std::logic_error("a rule uses a keypath that it was not asked about");
+            }
+            m_arguments.emplace_back(AskedKeypath{});
             break;
         default:
             throw std::logic_error("a directive that the rules do not use: " + m_format);

@@ -1,7 +1,7 @@
 /** Paths of client calls, kept so that a call can be made again. */
 #pragma once
 
-#include "confd_lib.h"
+#include "recorder.h"
 
 #include <cstdarg>
 #include <cstddef>
@@ -30,7 +30,10 @@ public:
 
 private:
     static constexpr std::size_t kMostArguments = 3;
-    using Argument = std::variant<int, const void *>;
+    /** Stands for the keypath that is being asked about. */
+    struct AskedKeypath {
+    };
+    using Argument = std::variant<int, const void *, AskedKeypath>;
 
     template <typename Call, typename... Done>
     int make_from(const Call &call, std::size_t next, Done... done) const
@@ -41,6 +44,10 @@ private:
         if constexpr (sizeof...(Done) < kMostArguments) {
             if (const int *number = std::get_if<int>(&m_arguments[next])) {
                 return make_from(call, next + 1, done..., *number);
+            }
+            if (std::holds_alternative<AskedKeypath>(m_arguments[next])) {
+                const void *keypath = Recorder::instance().keypath();
+                return make_from(call, next + 1, done..., keypath);
             }
             return make_from(call, next + 1, done..., std::get<const void *>(m_arguments[next]));
         }

@@ -27,6 +27,10 @@ public:
     /** Bytes that the plug-in allocated between the last start and stop. */
     std::uint64_t allocated_bytes() const { return m_allocated; }
 
+    /** The keypath that is being asked about: recorded paths that begin with it are made anew. */
+    void set_keypath(const confd_hkeypath_t *keypath) { m_keypath = keypath; }
+    const confd_hkeypath_t *keypath() const { return m_keypath; }
+
     /** Each request to the framework takes so much longer. */
     void set_latency(std::chrono::nanoseconds latency) { m_latency = latency; }
 
@@ -67,6 +71,7 @@ private:
     std::map<const confd_query_result *, std::size_t> m_chunks;
     std::chrono::nanoseconds m_latency{0};
     std::uint64_t m_allocated = 0;
+    const confd_hkeypath_t *m_keypath = nullptr;
     int m_depth = 0;
     bool m_is_recording = false;
 };

@@ -28,7 +28,7 @@ public:
     /** Goes on to a rule and records it. */
     void choose(const std::string &rule);
 
-    std::size_t instances() const { return m_requests.size(); }
+    std::size_t instances() const { return m_tapes.size(); }
     std::uint64_t allocated_bytes() const { return m_allocated; }
     Sum ask();
     /** Makes the very same requests with no rule around them. */
@@ -38,7 +38,9 @@ private:
     Commit m_commit;
     std::uint32_t m_links;
     std::string m_rule;
-    std::vector<engine::Request> m_requests;
+    /** Each instance twice: what the first asking brings into the caches is there for the second,
+     *  which counts. So neither the rule nor the replay pays for having been away. */
+    std::vector<engine::Request> m_twice;
     std::vector<Tape> m_tapes; /**< One for each instance. */
     std::uint64_t m_allocated = 0;
 };
