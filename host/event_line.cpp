@@ -2,10 +2,14 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <cstring>
+#include <iostream>
 #include <stdexcept>
 #include <unistd.h>
+#include <utility>
 
 namespace host
 {
@@ -15,12 +19,15 @@ namespace
 using Json = nlohmann::json;
 
 /** A plug-in's text may be no UTF-8: what JSON cannot hold is replaced. */
-void write_line(int fd, const Json &event)
+std::string to_text(const Json &json)
 {
-    const std::string line = event.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n';
-    std::size_t done = 0;
-    while (done < line.size()) {
-        const ssize_t written = write(fd, line.data() + done, line.size() - done);
+    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+void write_all(int fd, std::string_view text)
+{
+    while (!text.empty()) {
+        const ssize_t written = write(fd, text.data(), text.size());
         if (written < 0 && errno == EINTR) {
             continue;
         }
@@ -28,7 +35,7 @@ void write_line(int fd, const Json &event)
             throw std::runtime_error(std::string("cannot report to the parent process: ") +
                                      std::strerror(errno));
         }
-        done += static_cast<std::size_t>(written);
+        text.remove_prefix(static_cast<std::size_t>(written));
     }
 }
 
@@ -47,17 +54,6 @@ engine::Problem to_problem(const Json &json)
             json.at("hint")};
 }
 
-engine::Answer to_answer(const Json &json)
-{
-    engine::Answer answer;
-    answer.verdict = static_cast<engine::Verdict>(json.at("verdict").get<int>());
-    answer.result = json.at("result");
-    answer.text = json.at("text");
-    answer.calls = json.at("calls").get<std::map<std::string, std::uint64_t>>();
-    answer.time = std::chrono::nanoseconds(json.at("ns").get<std::int64_t>());
-    return answer;
-}
-
 std::vector<engine::Problem> to_problems(const Json &json)
 {
     std::vector<engine::Problem> problems;
@@ -72,10 +68,6 @@ void replay(const Json &event, AskingListener &listener)
     const std::string kind = event.at("event");
     if (kind == "step") {
         listener.step(static_cast<Step>(event.at("step").get<int>()));
-    } else if (kind == "before") {
-        listener.before(event.at("request"));
-    } else if (kind == "after") {
-        listener.after(event.at("request"), to_answer(event));
     } else if (kind == "unusable") {
         listener.unusable(to_problems(event.at("problems")));
     } else if (kind == "threw") {
@@ -87,27 +79,102 @@ void replay(const Json &event, AskingListener &listener)
     }
 }
 
+// ---- The two events that come thousands of times: no JSON, but for a text
+// ------------------------
+
+constexpr char kBefore = 'b';
+constexpr char kAfter = 'a';
+
+/** Takes words off a line. */
+class Words
+{
+public:
+    explicit Words(std::string_view line) : m_line(line) {}
+
+    std::string_view next()
+    {
+        const auto end = std::min(m_line.find(' '), m_line.size());
+        const auto word = m_line.substr(0, end);
+        m_line.remove_prefix(std::min(end + 1, m_line.size()));
+        return word;
+    }
+
+    template <typename Number>
+    Number number()
+    {
+        const auto word = next();
+        Number value{};
+        const auto [end, fault] = std::from_chars(word.data(), word.data() + word.size(), value);
+        if (fault != std::errc() || end != word.data() + word.size()) {
+            throw std::runtime_error("the child process reported nonsense: " + std::string(word) +
+                                     " is no number");
+        }
+        return value;
+    }
+
+    std::string_view rest() const { return m_line; }
+
+private:
+    std::string_view m_line;
+};
+
+std::string line_of(std::size_t request, const engine::Answer &answer)
+{
+    std::string line(1, kAfter);
+    const auto add = [&line](auto number) { line.append(std::to_string(number)).append(" "); };
+    add(request);
+    add(static_cast<int>(answer.verdict));
+    add(answer.result);
+    add(static_cast<std::int64_t>(answer.time.count()));
+    add(answer.calls.size());
+    for (const auto &[name, count] : answer.calls) {
+        line.append(name).append(" ");
+        add(count);
+    }
+    return line + (answer.text.empty() ? "" : to_text(answer.text)) + "\n";
+}
+
+void replay_after(Words words, AskingListener &listener)
+{
+    const auto request = words.number<std::size_t>();
+    engine::Answer answer;
+    answer.verdict = static_cast<engine::Verdict>(words.number<int>());
+    answer.result = words.number<int>();
+    answer.time = std::chrono::nanoseconds(words.number<std::int64_t>());
+    for (auto left = words.number<std::size_t>(); left > 0; --left) {
+        const std::string name(words.next());
+        answer.calls[name] = words.number<std::uint64_t>();
+    }
+    if (!words.rest().empty()) {
+        answer.text = Json::parse(words.rest());
+    }
+    listener.after(request, answer);
+}
+
 } // namespace
+
+EventWriter::~EventWriter()
+{
+    try {
+        flush();
+    } catch (const std::runtime_error &failure) {
+        std::cerr << failure.what() << '\n';
+    }
+}
 
 void EventWriter::step(Step step)
 {
-    write_line(m_fd, {{"event", "step"}, {"step", static_cast<int>(step)}});
+    tell(to_text({{"event", "step"}, {"step", static_cast<int>(step)}}) + "\n");
 }
 
 void EventWriter::before(std::size_t request)
 {
-    write_line(m_fd, {{"event", "before"}, {"request", request}});
+    tell(kBefore + std::to_string(request) + "\n");
 }
 
 void EventWriter::after(std::size_t request, const engine::Answer &answer)
 {
-    write_line(m_fd, {{"event", "after"},
-                      {"request", request},
-                      {"verdict", static_cast<int>(answer.verdict)},
-                      {"result", answer.result},
-                      {"text", answer.text},
-                      {"calls", answer.calls},
-                      {"ns", static_cast<std::int64_t>(answer.time.count())}});
+    m_pending += line_of(request, answer);
 }
 
 void EventWriter::unusable(const std::vector<engine::Problem> &problems)
@@ -116,23 +183,43 @@ void EventWriter::unusable(const std::vector<engine::Problem> &problems)
     for (const auto &problem : problems) {
         array.push_back(to_json(problem));
     }
-    write_line(m_fd, {{"event", "unusable"}, {"problems", array}});
+    tell(to_text({{"event", "unusable"}, {"problems", array}}) + "\n");
 }
 
 void EventWriter::threw(const std::string &exception)
 {
-    write_line(m_fd, {{"event", "threw"}, {"exception", exception}});
+    tell(to_text({{"event", "threw"}, {"exception", exception}}) + "\n");
 }
 
 void EventWriter::ended()
 {
-    write_line(m_fd, {{"event", "ended"}});
+    tell(to_text({{"event", "ended"}}) + "\n");
+}
+
+void EventWriter::tell(const std::string &line)
+{
+    m_pending += line;
+    flush();
+}
+
+void EventWriter::flush()
+{
+    const std::string lines = std::exchange(m_pending, {});
+    write_all(m_fd, lines);
 }
 
 void replay_event(std::string_view line, AskingListener &listener)
 {
+    if (!line.empty() && line.front() == kBefore) {
+        listener.before(Words(line.substr(1)).number<std::size_t>());
+        return;
+    }
     try {
-        replay(Json::parse(line), listener);
+        if (!line.empty() && line.front() == kAfter) {
+            replay_after(Words(line.substr(1)), listener);
+        } else {
+            replay(Json::parse(line), listener);
+        }
     } catch (const Json::exception &failure) {
         throw std::runtime_error(std::string("the child process reported nonsense: ") +
                                  failure.what());

@@ -12,6 +12,7 @@
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <system_error>
+#include <thread>
 #include <unistd.h>
 #include <utility>
 
@@ -22,6 +23,8 @@ namespace
 
 using Clock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds kTick{100};
+constexpr std::chrono::milliseconds kNap{1};
+constexpr std::chrono::milliseconds kQuickSuccession{5};
 
 [[noreturn]] void fail(const char *what)
 {
@@ -123,6 +126,10 @@ public:
 private:
     void wait_for_something()
     {
+        if (m_is_busy) {
+            // Lines come in quick succession: many at a time cost less than each by itself.
+            std::this_thread::sleep_for(kNap);
+        }
         std::array<pollfd, 2> fds{{{m_lines.get(), POLLIN, 0}, {m_output.get(), POLLIN, 0}}};
         if (poll(fds.data(), fds.size(), static_cast<int>(time_to_wait().count())) < 0 &&
             errno != EINTR) {
@@ -138,10 +145,12 @@ private:
 
     void read_lines()
     {
+        const auto last_line = m_last_line;
         read_all(m_lines, [this](std::string_view text) {
             m_partial_line += text;
             m_last_line = Clock::now();
         });
+        m_is_busy = m_last_line - last_line < kQuickSuccession && m_last_line != last_line;
         std::size_t start = 0;
         for (std::size_t end = m_partial_line.find('\n'); end != std::string::npos;
              end = m_partial_line.find('\n', start)) {
@@ -216,6 +225,7 @@ private:
     Descriptor m_output;
     std::string m_partial_line;
     Clock::time_point m_last_line = Clock::now();
+    bool m_is_busy = false;
     bool m_out_of_patience = false;
     std::optional<int> m_status;
 };
