@@ -214,6 +214,23 @@ private:
     std::vector<Problem> m_problems;
 };
 
+LY_ERR note_defaults(lysc_node *node, void *found, ly_bool * /*skip_children*/)
+{
+    if (node->nodetype == LYS_LEAFLIST &&
+        reinterpret_cast<const lysc_node_leaflist *>(node)->dflts != nullptr) {
+        *static_cast<bool *>(found) = true;
+    }
+    return LY_SUCCESS;
+}
+
+/** Whether the model has leaf-lists that YANG may fill in. */
+bool has_leaf_list_defaults(const Schema &schema)
+{
+    bool found = false;
+    lysc_module_dfs_full(schema.module(), note_defaults, &found);
+    return found;
+}
+
 } // namespace
 
 void Datastore::check(const Source &source)
@@ -226,7 +243,9 @@ void Datastore::check(const Source &source)
         Datastore trial = copy();
         throw InputError(FaultFinder(*m_schema, trial.m_root, source).find());
     }
-    order_by_keys(m_root); // Defaults of a leaf-list come in the model's order.
+    if (has_leaf_list_defaults(*m_schema)) {
+        order_by_keys(m_root); // They come in the model's order.
+    }
 }
 
 } // namespace engine

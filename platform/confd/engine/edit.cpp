@@ -1,6 +1,7 @@
 #include "edit.h"
 
 #include "edit_tree.h"
+#include "normalise.h"
 #include "path.h"
 #include "problems.h"
 
@@ -26,7 +27,7 @@ public:
         if (!m_problems.empty()) {
             throw InputError(std::move(m_problems));
         }
-        m_candidate.normalise(&m_running);
+        normalise_siblings(edit.root.get(), nullptr);
         return std::move(m_candidate);
     }
 
@@ -35,6 +36,7 @@ private:
     void apply_node(const lyd_node *node, lyd_node *parent, Operation operation);
     void apply_inner(const lyd_node *node, lyd_node *parent, lyd_node *target, Operation operation);
     void apply_value(const lyd_node *node, lyd_node *parent, lyd_node *target);
+    void normalise_siblings(const lyd_node *first, lyd_node *parent);
     void refuse_two_values(const lyd_node *first);
     void refuse_two_cases(const lyd_node *first, Operation inherited);
     void refuse_key_deletion(const lyd_node *entry);
@@ -180,6 +182,25 @@ void EditApplier::apply_value(const lyd_node *node, lyd_node *parent, lyd_node *
         target = insert_copy(node, parent);
     }
     place(node, target);
+}
+
+/**
+ * Brings what the edit put into the configuration into key order, and encrypts it. Only there: all
+ * else is as it was in the running configuration, and large.
+ */
+void EditApplier::normalise_siblings(const lyd_node *first, lyd_node *parent)
+{
+    if (parent == nullptr) {
+        order_siblings(m_candidate.m_root);
+    } else if (lyd_node *child = lyd_child(parent); child != nullptr) {
+        order_siblings(child);
+    }
+    for (const auto *node = first; node != nullptr; node = node->next) {
+        if (lyd_node *target = find(node, parent); target != nullptr) {
+            encrypt_if_clear(target, &m_running);
+            normalise_siblings(lyd_child_no_keys(node), target);
+        }
+    }
 }
 
 void EditApplier::refuse_two_values(const lyd_node *first)

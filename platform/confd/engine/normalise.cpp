@@ -136,7 +136,8 @@ void encrypt_leaf(lyd_node *leaf, const Datastore *committed)
     }
 }
 
-/** @param first  First of the siblings; follows if another becomes the first. */
+} // namespace
+
 void order_siblings(lyd_node *&first)
 {
     auto *node = first;
@@ -154,8 +155,6 @@ void order_siblings(lyd_node *&first)
     }
 }
 
-} // namespace
-
 void order_by_keys(lyd_node *&root)
 {
     order_siblings(root);
@@ -168,12 +167,15 @@ void order_by_keys(lyd_node *&root)
 
 void encrypt_leaves(lyd_node *root, const Datastore *committed)
 {
-    visit_all(root, [committed](lyd_node *node) {
-        const auto *schema = Schema::of(node);
-        if (schema != nullptr && schema->type_storage.encrypted) {
-            encrypt_leaf(node, committed);
-        }
-    });
+    visit_all(root, [committed](lyd_node *node) { encrypt_if_clear(node, committed); });
+}
+
+void encrypt_if_clear(lyd_node *node, const Datastore *committed)
+{
+    const auto *schema = Schema::of(node);
+    if (schema != nullptr && schema->type_storage.encrypted) {
+        encrypt_leaf(node, committed);
+    }
 }
 
 } // namespace engine

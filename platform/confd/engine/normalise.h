@@ -13,11 +13,17 @@ namespace engine
  */
 void order_by_keys(lyd_node *&root);
 
+/** The same for one level. @param first  First of the siblings; follows likewise. */
+void order_siblings(lyd_node *&first);
+
 /**
  * Stores encrypted leaves that were entered as clear text ($0$) encrypted.
  * @param committed  Where it holds the same clear text at the same place, its cipher text is
  *                   kept. May be null.
  */
 void encrypt_leaves(lyd_node *root, const Datastore *committed);
+
+/** The same for one node, which may be any. */
+void encrypt_if_clear(lyd_node *node, const Datastore *committed);
 
 } // namespace engine
