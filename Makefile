@@ -11,7 +11,7 @@ source_dirs := src platform model host tests bench
 linted := ^$(CURDIR)/(src|platform|model|host)/
 
 .DEFAULT_GOAL := help
-.PHONY: help run test test-powerpc sizes packages test-packages bench docs build configure deps format lint clean
+.PHONY: help run test test-powerpc sizes packages test-packages bench plot docs build configure deps format lint clean
 
 help: ## Lists these commands
 	@echo "Besides git, make is all that has to be there first: on Debian 12 the rest is installed"
@@ -54,8 +54,14 @@ test-packages: packages ## Installs the packages into a bare Debian and checks t
 	@cmake/install-deps.sh test-packages
 	tests/packages/clean_system.sh $(build_dir)/packages $(build_dir)/clean-system
 
-bench: build ## Builds, then runs the benchmarks (BENCH_ARGS="--benchmark_filter=...")
-	$(bin_dir)/gpon_bench $(BENCH_ARGS)
+bench: build ## Builds, then runs the benchmarks (BENCH_ARGS="--benchmark_filter=..."): tables, and JSON
+	$(bin_dir)/gpon_bench --benchmark_min_time=0.1 --benchmark_out=$(build_dir)/bench.json \
+	    --curves=$(build_dir)/bench-curves.dat $(BENCH_ARGS)
+	@echo; echo "The same in JSON: $(build_dir)/bench.json"
+
+plot: ## Draws docs/performance.svg from the last benchmarks
+	@cmake/install-deps.sh plot
+	gnuplot -e "data='$(build_dir)/bench-curves.dat'; image='docs/performance.svg'" bench/curves.gp
 
 docs: build ## Writes docs/rules anew from the rules' facts, the model and the golden cases
 	cmake --build --preset $(PRESET) --target docs

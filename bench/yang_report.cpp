@@ -9,6 +9,11 @@
 namespace bench
 {
 
+bool is_noise(const Result &yang)
+{
+    return yang["yang_added_ms"] < yang["yang_without_ms"] / 20;
+}
+
 void report_yang(const Results &results, std::ostream &out)
 {
     const auto rules = by_subject(results.of("yang"));
@@ -26,12 +31,13 @@ void report_yang(const Results &results, std::ostream &out)
     for (const auto &[rule, sizes] : rules) {
         for (const auto &[links, result] : sizes) {
             const bool is_last = links == sizes.rbegin()->first;
-            const bool is_noise = result["yang_added_ms"] < result["yang_without_ms"] / 20;
-            table.add({rule, number(links), is_noise ? "noise" : number(result["yang_added_ms"], 1),
-                       number(result["plugin_ms"], 2),
-                       is_noise ? "-" : number(result["yang_added_ms"] / result["plugin_ms"], 1),
-                       is_last && !is_noise ? number(exponent(sizes, "yang_added_ms"), 2) : "",
-                       is_last ? number(exponent(sizes, "plugin_ms"), 2) : ""});
+            const bool is_too_small = is_noise(result);
+            table.add(
+                {rule, number(links), is_too_small ? "noise" : number(result["yang_added_ms"], 1),
+                 number(result["plugin_ms"], 2),
+                 is_too_small ? "-" : number(result["yang_added_ms"] / result["plugin_ms"], 1),
+                 is_last && !is_too_small ? number(exponent(sizes, "yang_added_ms"), 2) : "",
+                 is_last ? number(exponent(sizes, "plugin_ms"), 2) : ""});
         }
     }
     table.print(out);

@@ -9,6 +9,7 @@ packages_packages=(dpkg-dev file)
 test_packages_packages=(debootstrap)
 format_packages=(clang-format)
 lint_packages=(clang-tidy cppcheck)
+plot_packages=(gnuplot-nox)
 
 fail() {
     echo "install-deps: $*" >&2
@@ -24,7 +25,8 @@ for group in "${@:-build}"; do
     powerpc) wanted+=("${powerpc_packages[@]}") ;;
     packages) wanted+=("${packages_packages[@]}") ;;
     test-packages) wanted+=("${test_packages_packages[@]}") ;;
-    *) fail "unknown group $group; there are build, format, lint, powerpc, packages and test-packages" ;;
+    plot) wanted+=("${plot_packages[@]}") ;;
+    *) fail "unknown group $group; there are build, format, lint, plot, powerpc, packages and test-packages" ;;
     esac
 done
 
