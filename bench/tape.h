@@ -30,12 +30,7 @@ public:
 
     /** A session to replay in. Made beforehand: room is not part of the requests. */
     Session open() const { return m_room; }
-    void replay(Session &session) const
-    {
-        for (const Request &request : m_requests) {
-            request(session);
-        }
-    }
+    void replay(Session &session) const;
 
 private:
     std::vector<Request> m_requests;

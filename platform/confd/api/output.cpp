@@ -36,8 +36,11 @@ confd_value_t hand_out(engine::OwnedValue value)
 
 void take_back(confd_value_t &value)
 {
-    engine::Hooks::instance().held.values -= owned_by(value);
-    engine::free_value(value);
+    const int owned = owned_by(value);
+    if (owned > 0) { // Clients free whole arrays, in which most values own nothing.
+        engine::Hooks::instance().held.values -= owned;
+        engine::free_value(value);
+    }
 }
 
 } // namespace api

@@ -38,7 +38,13 @@ void add(const SchemaNode &schema, ChangeKind kind, const lyd_node *before, cons
 
 bool same_value(const lyd_node *a, const lyd_node *b)
 {
-    return lyd_compare_single(a, b, 0) == LY_SUCCESS;
+    // Nearly all leaves are the same on both sides, and then libyang keeps one text for them.
+    const lyd_value &value_a = reinterpret_cast<const lyd_node_term *>(a)->value;
+    const lyd_value &value_b = reinterpret_cast<const lyd_node_term *>(b)->value;
+    const bool is_one_text =
+        value_a._canonical != nullptr && value_a._canonical == value_b._canonical;
+    return (is_one_text && value_a.realtype == value_b.realtype) ||
+           lyd_compare_single(a, b, 0) == LY_SUCCESS;
 }
 
 /** Orders two entries of a list by their keys. */
