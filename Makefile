@@ -55,7 +55,7 @@ test-packages: packages ## Installs the packages into a bare Debian and checks t
 	tests/packages/clean_system.sh $(build_dir)/packages $(build_dir)/clean-system
 
 bench: build ## Builds, then runs the benchmarks (BENCH_ARGS="--benchmark_filter=..."): tables, and JSON
-	$(bin_dir)/gpon_bench --benchmark_min_time=0.1 --benchmark_out=$(build_dir)/bench.json \
+	$(bin_dir)/gpon_bench --benchmark_out=$(build_dir)/bench.json \
 	    --curves=$(build_dir)/bench-curves.dat $(BENCH_ARGS)
 	@echo; echo "The same in JSON: $(build_dir)/bench.json"
 

@@ -1,5 +1,10 @@
 #include "match_overlap_validation.h"
 
+#include <array>
+#include <charconv>
+#include <cstdint>
+#include <utility>
+
 // The signatures with texts by value are the published ones.
 // NOLINTBEGIN(performance-unnecessary-value-param)
 
@@ -20,10 +25,13 @@ int MatchOverlapValidation::ServicePortMatchOverlaps(const char *name, std::stri
 std::string MatchOverlapValidation::GetMatchString(const char * /*name*/, std::string interface,
                                                    unsigned int onu, unsigned int gem, int vlan)
 {
+    constexpr std::size_t kNumbersSize = 36; // Three blanks, three numbers of 32 bits.
     std::string match = std::move(interface);
-    for (const std::string &number :
-         {std::to_string(onu), std::to_string(gem), std::to_string(vlan)}) {
-        match.append(" ").append(number);
+    match.reserve(match.size() + kNumbersSize);
+    for (const std::int64_t number : {std::int64_t{onu}, std::int64_t{gem}, std::int64_t{vlan}}) {
+        std::array<char, kNumbersSize> digits;
+        char *end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
+        match.append(" ").append(digits.data(), end);
     }
     return match;
 }
