@@ -25,11 +25,12 @@ int MatchOverlapValidation::ServicePortMatchOverlaps(const char *name, std::stri
 std::string MatchOverlapValidation::GetMatchString(const char * /*name*/, std::string interface,
                                                    unsigned int onu, unsigned int gem, int vlan)
 {
-    constexpr std::size_t kNumbersSize = 36; // Three blanks, three numbers of 32 bits.
+    constexpr std::size_t kNumberSize = 12;       // Of 32 bits, with its sign.
+    constexpr std::size_t kUsualNumbersSize = 16; // An ONU, a GEM port, a VLAN, with blanks.
     std::string match = std::move(interface);
-    match.reserve(match.size() + kNumbersSize);
+    match.reserve(match.size() + kUsualNumbersSize);
     for (const std::int64_t number : {std::int64_t{onu}, std::int64_t{gem}, std::int64_t{vlan}}) {
-        std::array<char, kNumbersSize> digits;
+        std::array<char, kNumberSize> digits;
         char *end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
         match.append(" ").append(digits.data(), end);
     }
