@@ -1,10 +1,5 @@
 #include "match_overlap_validation.h"
 
-#include <array>
-#include <charconv>
-#include <cstdint>
-#include <utility>
-
 // The signatures with texts by value are the published ones.
 // NOLINTBEGIN(performance-unnecessary-value-param)
 
@@ -25,14 +20,10 @@ int MatchOverlapValidation::ServicePortMatchOverlaps(const char *name, std::stri
 std::string MatchOverlapValidation::GetMatchString(const char * /*name*/, std::string interface,
                                                    unsigned int onu, unsigned int gem, int vlan)
 {
-    constexpr std::size_t kNumberSize = 12;       // Of 32 bits, with its sign.
-    constexpr std::size_t kUsualNumbersSize = 16; // An ONU, a GEM port, a VLAN, with blanks.
     std::string match = std::move(interface);
-    match.reserve(match.size() + kUsualNumbersSize);
-    for (const std::int64_t number : {std::int64_t{onu}, std::int64_t{gem}, std::int64_t{vlan}}) {
-        std::array<char, kNumberSize> digits;
-        char *end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
-        match.append(" ").append(digits.data(), end);
+    for (const std::string &number :
+         {std::to_string(onu), std::to_string(gem), std::to_string(vlan)}) {
+        match.append(" ").append(number);
     }
     return match;
 }
