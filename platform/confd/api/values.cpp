@@ -6,6 +6,8 @@
 #include "path.h"
 #include "value.h"
 
+#include <algorithm>
+
 using engine::SchemaNode;
 
 namespace
@@ -46,7 +48,8 @@ std::string keypath_text(const confd_hkeypath_t &keypath)
 {
     std::string text;
     const SchemaNode *node = nullptr;
-    for (int i = keypath.len - 1; i >= 0; --i) {
+    // A length that no keypath can have must not lead behind its elements.
+    for (int i = std::min(keypath.len, MAXDEPTH) - 1; i >= 0; --i) {
         const confd_value_t *element = keypath.v[i];
         if (element[0].type != C_XMLTAG) {
             text += keys_text(node, element);
