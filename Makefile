@@ -3,15 +3,17 @@
 PRESET ?= desk
 JOBS ?= $(shell nproc)
 BENCH_ARGS ?=
+SECONDS ?= 60
 
 build_dir := build/$(PRESET)
 bin_dir := $(build_dir)/bin
 example := examples/full-card
-source_dirs := src platform model host tests bench
+source_dirs := src platform model host tests bench fuzz
 linted := ^$(CURDIR)/(src|platform|model|host)/
 
 .DEFAULT_GOAL := help
-.PHONY: help run test test-powerpc sizes packages test-packages bench plot docs build configure deps format lint clean
+.PHONY: help run test test-powerpc sizes packages test-packages bench plot soak fuzz coverage docs build \
+    configure deps format lint clean
 
 help: ## Lists these commands
 	@echo "Besides git, make is all that has to be there first: on Debian 12 the rest is installed"
@@ -62,6 +64,27 @@ bench: build ## Builds, then runs the benchmarks (BENCH_ARGS="--benchmark_filter
 plot: ## Draws docs/performance.svg from the last benchmarks
 	@cmake/install-deps.sh plot
 	gnuplot -e "data='$(build_dir)/bench-curves.dat'; image='docs/performance.svg'" bench/curves.gp
+
+soak: build ## Makes 100,000 changes in one process and looks for what grows
+	$(bin_dir)/soak 100000
+
+fuzz: ## Looks for inputs that break something, SECONDS=n with each fuzzer
+	@cmake/install-deps.sh build fuzz
+	@test -f build/fuzz/build.ninja || cmake --preset fuzz
+	cmake --build --preset fuzz --parallel $(JOBS)
+	fuzz/run.sh build/fuzz $(SECONDS)
+
+coverage: ## Tells which lines and branches of the plug-in no test runs
+	@cmake/install-deps.sh coverage
+	@$(MAKE) PRESET=coverage configure
+	cmake --build --preset coverage --parallel $(JOBS)
+	find build/coverage -name '*.gcda' -delete
+	ctest --preset coverage --parallel $(JOBS)
+	gcovr --root . --object-directory build/coverage --filter src/validation/ \
+	    --exclude-throw-branches --exclude-unreachable-branches \
+	    --html-details build/coverage/report.html --txt build/coverage/lines.txt
+	gcovr --root . --object-directory build/coverage --filter src/validation/ \
+	    --exclude-throw-branches --exclude-unreachable-branches --branches --print-summary
 
 docs: build ## Writes docs/rules anew from the rules' facts, the model and the golden cases
 	cmake --build --preset $(PRESET) --target docs

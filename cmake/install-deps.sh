@@ -2,14 +2,18 @@
 # Installs the Debian packages that are missing: install-deps.sh [GROUP...], the groups are those below.
 set -euo pipefail
 
-build_packages=(make g++ cmake ninja-build pkg-config libyang2-dev libspdlog-dev libcli11-dev
-    nlohmann-json3-dev libssl-dev libgtest-dev libgmock-dev libbenchmark-dev python3)
-powerpc_packages=(g++-powerpc-linux-gnu qemu-user dpkg-dev perl googletest)
-packages_packages=(dpkg-dev file)
-test_packages_packages=(debootstrap)
-format_packages=(clang-format)
-lint_packages=(clang-tidy cppcheck)
-plot_packages=(gnuplot-nox)
+declare -A groups=(
+    [build]="make g++ cmake ninja-build pkg-config libyang2-dev libspdlog-dev libcli11-dev nlohmann-json3-dev
+        libssl-dev libgtest-dev libgmock-dev libbenchmark-dev python3"
+    [powerpc]="g++-powerpc-linux-gnu qemu-user dpkg-dev perl googletest"
+    [packages]="dpkg-dev file"
+    [test-packages]="debootstrap"
+    [plot]="gnuplot-nox"
+    [fuzz]="clang libclang-rt-14-dev"
+    [coverage]="gcovr"
+    [format]="clang-format"
+    [lint]="clang-tidy cppcheck"
+)
 
 fail() {
     echo "install-deps: $*" >&2
@@ -18,16 +22,9 @@ fail() {
 
 wanted=()
 for group in "${@:-build}"; do
-    case $group in
-    build) wanted+=("${build_packages[@]}") ;;
-    format) wanted+=("${format_packages[@]}") ;;
-    lint) wanted+=("${lint_packages[@]}") ;;
-    powerpc) wanted+=("${powerpc_packages[@]}") ;;
-    packages) wanted+=("${packages_packages[@]}") ;;
-    test-packages) wanted+=("${test_packages_packages[@]}") ;;
-    plot) wanted+=("${plot_packages[@]}") ;;
-    *) fail "unknown group $group; there are build, format, lint, plot, powerpc, packages and test-packages" ;;
-    esac
+    [ -n "${groups[$group]:-}" ] || fail "unknown group $group; there are ${!groups[*]}"
+    read -r -d '' -a packages <<< "${groups[$group]}" || true # Always ends at the end of the text.
+    wanted+=("${packages[@]}")
 done
 
 if ! command -v dpkg-query >/dev/null; then

@@ -1,0 +1,180 @@
+/**
+ * A check from its texts to its reports, as `gpon-validate check` makes it: whatever stands in the
+ * texts, the plug-in lives, holds nothing afterwards, and the reports can be printed.
+ *
+ * An input that begins with `<` or `{` is taken as texts: a change on the base card, or a running
+ * configuration and a change with a line of `=====` between them. All other inputs are decisions
+ * from which edits are made that fit the data model.
+ */
+#include "asking.h"
+#include "byte_reader.h"
+#include "changes.h"
+#include "edit.h"
+#include "edit_maker.h"
+#include "finding.h"
+#include "fm_host.h"
+#include "model_schema.h"
+#include "plugin.h"
+#include "recorder.h"
+#include "report_explain.h"
+#include "report_json.h"
+#include "report_text.h"
+#include "support/base_card.h"
+#include "zlog_host.h"
+
+#include <sstream>
+
+namespace
+{
+
+using engine::Datastore;
+using fuzz::require;
+
+const std::shared_ptr<const engine::Schema> &schema()
+{
+    static const auto loaded = host::load_schema();
+    return loaded;
+}
+
+Datastore checked(const std::string &text)
+{
+    const engine::Source source{"running.xml", text};
+    Datastore tree = Datastore::parse(schema(), source);
+    tree.check(source);
+    return tree;
+}
+
+Datastore edited(const Datastore &running, const std::string &text)
+{
+    const engine::Source source{"edit.xml", text};
+    Datastore candidate = engine::apply_edit(running, source);
+    candidate.check(source);
+    return candidate;
+}
+
+struct Configurations {
+    Datastore running;
+    Datastore candidate;
+};
+
+Configurations from_texts(const std::string &text)
+{
+    const std::string separator = "\n=====\n";
+    const auto end = text.find(separator);
+    Datastore running =
+        checked(end == std::string::npos ? test_support::kBaseCard : text.substr(0, end));
+    const std::string change =
+        end == std::string::npos ? text : text.substr(end + separator.size());
+    Datastore candidate = edited(running, change);
+    return {std::move(running), std::move(candidate)};
+}
+
+/** A card whose figures are small enough to matter. */
+void use_some_card(fuzz::ByteReader &bytes)
+{
+    fm::Card card = fm::default_card();
+    card.do_bw_check = !bytes.one_in(4);
+    card.max_onus_per_pon_link = static_cast<int>(bytes.below(3));
+    card.manageable_pon_links = static_cast<std::uint32_t>(bytes.below(4));
+    fm::use_card(card);
+}
+
+Configurations from_decisions(fuzz::ByteReader bytes)
+{
+    use_some_card(bytes);
+    Datastore running = checked(test_support::kBaseCard);
+    fuzz::EditMaker maker(*schema(), bytes);
+    if (bytes.one_in(2)) {
+        try {
+            running = edited(running, maker.make());
+        } catch (const engine::InputError &) {
+            // The second edit may fit the base card all the same.
+        }
+    }
+    Datastore candidate = edited(running, maker.make());
+    return {std::move(running), std::move(candidate)};
+}
+
+/** What is printed and read again is the same configuration. */
+void require_same_when_read_again(const Datastore &tree, engine::Format format)
+{
+    const std::string text = tree.print(format);
+    try {
+        Datastore again = Datastore::parse(schema(), {"printed", text});
+        again.check("printed");
+        require(engine::compare(tree, again).empty(),
+                "printed and read again, it differs:\n" + text);
+    } catch (const engine::InputError &failure) {
+        fuzz::report(std::string("printed, it cannot be read: ") + failure.what() + "\n" + text);
+    }
+}
+
+void print_reports(const host::Outcome &outcome)
+{
+    std::ostringstream out;
+    const host::Style style(false);
+    host::print_findings(out, outcome, style);
+    host::print_conclusion(out, outcome, style);
+    host::print_explanation(out, outcome, true);
+    require(!out.str().empty(), "an empty report");
+    const std::string json = host::print_json(host::json_report(outcome, true));
+    require(nlohmann::json::accept(json), "a report that is no JSON:\n" + json);
+}
+
+void ask(Configurations configurations, host::Outcome &outcome)
+{
+    engine::Framework framework(std::move(configurations.running));
+    auto &transaction = framework.begin(std::move(configurations.candidate));
+    const auto requests = engine::plan(transaction);
+    outcome.planned = requests.size();
+    host::Progress progress(nullptr);
+    host::Recorder recorder(requests, outcome, progress);
+    host::ask_plugin({transaction, requests, CARD_PLUGIN, true}, recorder);
+    framework.end(transaction.handle());
+
+    require(
+        recorder.has_ended() && !outcome.death, "the plug-in died: " + [&] {
+            return outcome.death ? host::sentence(*outcome.death) : std::string("it did not end");
+        }());
+    require(outcome.problems.empty(), "the plug-in cannot be used");
+    require(outcome.runs.size() == requests.size(), "a request was not made");
+    require(engine::Hooks::instance().held.none(), "something is held after the transaction");
+    require(framework.open_sockets(engine::SocketKind::kCdb) == 0, "a session is left open");
+}
+
+void check(const std::uint8_t *data, std::size_t size)
+{
+    host::Outcome outcome;
+    outcome.form = host::ChangeForm::kEdit;
+    const bool is_text = size > 0 && (data[0] == '<' || data[0] == '{');
+    try {
+        auto configurations =
+            is_text ? from_texts(std::string(reinterpret_cast<const char *>(data), size))
+                    : from_decisions(fuzz::ByteReader(data, size));
+        require_same_when_read_again(configurations.candidate,
+                                     size % 2 == 0 ? engine::Format::kXml : engine::Format::kJson);
+        ask(std::move(configurations), outcome);
+    } catch (const engine::InputError &failure) {
+        require(!failure.problems().empty(), "a fault without a problem");
+        outcome.problems = failure.problems();
+    }
+    print_reports(outcome);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerInitialize(int * /*argc*/, char *** /*argv*/)
+{
+    // The library stays loaded: the fuzzer watches its code from the first input to the last.
+    static host::Plugin plugin(CARD_PLUGIN);
+    zlog_host::set_level(10);
+    zlog_host::write_to([](const zlog_host::Line &) {});
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    fm::use_card(fm::default_card());
+    check(data, size);
+    return 0;
+}

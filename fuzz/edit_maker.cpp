@@ -1,0 +1,177 @@
+#include "edit_maker.h"
+
+#include "yang.h"
+
+#include <array>
+#include <map>
+#include <string_view>
+
+namespace fuzz
+{
+namespace
+{
+
+constexpr std::array<const char *, 4> kNames{"a", "b", "c", "d"};
+
+/** Texts for leaves that do not take just any. */
+const std::map<std::string_view, std::array<const char *, 4>> &fitting_texts()
+{
+    static const std::map<std::string_view, std::array<const char *, 4>> texts{
+        {"id", {"1/1/1", "1/1/2", "1/1/16", "1/1/0"}},
+        {"card", {"1/1", "1/1", "1/1", "1/2"}},
+        {"serial-number", {"ABCD00000001", "ABCD0000000a", "ABCD0000000A", "ABCD"}},
+        {"password", {"$0$secret", "one", "", "$0$a-password-that-is-too-long"}},
+        {"address", {"10.0.0.2/24", "10.0.0.1/32", "10.0.0.1/0", "10.0.1.2/25"}},
+        {"ipv4-address", {"10.0.1.1/24", "10.0.1.129/25", "10.0.2.1/32", "10.0.0.0/8"}},
+        {"default-gateway", {"10.0.0.1", "10.0.0.2", "10.0.1.1", "255.255.255.255"}},
+        {"start-address", {"10.0.1.2", "10.0.1.200", "10.0.2.1", "0.0.0.0"}},
+        {"end-address", {"10.0.1.9", "10.0.1.200", "10.0.2.1", "255.255.255.255"}},
+        {"custom", {"Home", "home", "", "AKQTA12345678"}},
+    };
+    return texts;
+}
+
+/** The case of a choice that a node belongs to; null when it belongs to none. */
+const lysc_node *case_of(const lysc_node *node)
+{
+    const lysc_node *above = node->parent;
+    return above != nullptr && above->nodetype == LYS_CASE ? above : nullptr;
+}
+
+bool is_mandatory(const lysc_node *node)
+{
+    return (node->flags & LYS_MAND_TRUE) != 0;
+}
+
+} // namespace
+
+std::string EditMaker::make()
+{
+    m_xml.clear();
+    for (const SchemaNode *top : m_schema.tops()) {
+        m_xml += "<" + top->name +
+                 " xmlns=\"urn:olt:gpon:base\" xmlns:yang=\"urn:ietf:params:xml:ns:yang:1\" "
+                 "xmlns:nc=\"urn:ietf:params:xml:ns:netconf:base:1.0\">";
+        write_children(*top);
+        m_xml += "</" + top->name + ">";
+    }
+    return m_xml;
+}
+
+void EditMaker::write_children(const SchemaNode &above)
+{
+    std::map<const lysc_node *, const lysc_node *> chosen; // Case of a choice.
+    for (const SchemaNode *child = above.first_child(); child; child = child->next_sibling()) {
+        if (child->is_key()) {
+            continue;
+        }
+        if (const lysc_node *its_case = case_of(child->yang)) {
+            const auto known = chosen.find(its_case->parent);
+            if (known != chosen.end() ? known->second != its_case : m_bytes.one_in(2)) {
+                continue;
+            }
+            chosen[its_case->parent] = its_case;
+        } else if (is_mandatory(child->yang) ? m_bytes.one_in(16) : !m_bytes.one_in(3)) {
+            continue;
+        }
+        write(*child);
+    }
+}
+
+void EditMaker::write(const SchemaNode &node)
+{
+    if (node.is_list()) {
+        write_entries(node);
+    } else if (node.is_container()) {
+        m_xml += "<" + node.name + operation(node) + ">";
+        write_children(node);
+        m_xml += "</" + node.name + ">";
+    } else {
+        const std::size_t count = node.is_leaf_list() ? 1 + m_bytes.below(3) : 1;
+        for (std::size_t i = 0; i < count; ++i) {
+            write_term(node);
+        }
+    }
+}
+
+void EditMaker::write_entries(const SchemaNode &list)
+{
+    for (std::size_t count = 1 + m_bytes.below(3); count > 0; --count) {
+        m_xml += "<" + list.name + operation(list) + ">";
+        for (const SchemaNode *key : list.key_nodes) {
+            m_xml += "<" + key->name + ">" + value_of(*key, key->type_storage.yang) + "</" +
+                     key->name + ">";
+        }
+        write_children(list);
+        m_xml += "</" + list.name + ">";
+    }
+}
+
+void EditMaker::write_term(const SchemaNode &leaf)
+{
+    m_xml += "<" + leaf.name + operation(leaf) + ">" + value_of(leaf, leaf.type_storage.yang) +
+             "</" + leaf.name + ">";
+}
+
+std::string EditMaker::value_of(const SchemaNode &leaf, const lysc_type *type)
+{
+    static constexpr std::array<const char *, 12> kNumbers{"1",  "2",  "3",    "4",    "10",  "16",
+                                                           "20", "60", "4094", "4096", "128", "0"};
+    switch (type->basetype) {
+    case LY_TYPE_BOOL:
+        return m_bytes.one_in(2) ? "true" : "false";
+    case LY_TYPE_EMPTY:
+        return "";
+    case LY_TYPE_ENUM: {
+        const auto *items = reinterpret_cast<const lysc_type_enum *>(type)->enums;
+        return items[m_bytes.below(LY_ARRAY_COUNT(items))].name;
+    }
+    case LY_TYPE_UNION: {
+        lysc_type *const *members = reinterpret_cast<const lysc_type_union *>(type)->types;
+        return value_of(leaf, members[m_bytes.below(LY_ARRAY_COUNT(members))]);
+    }
+    case LY_TYPE_STRING:
+        return text_value(leaf);
+    default: {
+        // Of the nodes that are keyed by chassis and slot there is one of each.
+        if (leaf.name == "chassis-id" || leaf.name == "slot-id") {
+            return "1";
+        }
+        // Rates must be able to fill a link.
+        if (m_bytes.one_in(8)) {
+            return std::to_string(m_bytes.word());
+        }
+        const bool is_small = leaf.is_key() || !m_bytes.one_in(2);
+        return kNumbers[m_bytes.below(is_small ? 3 : kNumbers.size())];
+    }
+    }
+}
+
+std::string EditMaker::text_value(const SchemaNode &leaf)
+{
+    const auto texts = fitting_texts().find(leaf.name);
+    // A service port's number and that of its interface have the same name.
+    return m_bytes.pick(texts != fitting_texts().end() ? texts->second : kNames);
+}
+
+std::string EditMaker::operation(const SchemaNode &node)
+{
+    static constexpr std::array<const char *, 5> kOperations{"merge", "replace", "create", "delete",
+                                                             "remove"};
+    static constexpr std::array<const char *, 2> kPlaces{"first", "last"};
+    std::string attributes;
+    if (m_bytes.one_in(6)) {
+        attributes += std::string(" nc:operation=\"") + m_bytes.pick(kOperations) + "\"";
+    }
+    if (node.is_user_ordered() && m_bytes.one_in(2)) {
+        attributes += std::string(" yang:insert=\"") + m_bytes.pick(kPlaces) + "\"";
+        if (m_bytes.one_in(3)) {
+            attributes.replace(attributes.rfind(" yang:insert"), std::string::npos,
+                               std::string(" yang:insert=\"before\" yang:key=\"[name='") +
+                                   m_bytes.pick(kNames) + "']\"");
+        }
+    }
+    return attributes;
+}
+
+} // namespace fuzz
