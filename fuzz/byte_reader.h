@@ -11,7 +11,10 @@
 namespace fuzz
 {
 
-/** Reads from the front. When nothing is left every decision is the first one: inputs stay finite.
+/**
+ * Reads from the front. When nothing is left every decision is the first one: inputs stay finite.
+ * Two reads do not stand in one expression whose order is the compiler's to choose: an input means
+ * the same with each.
  */
 class ByteReader
 {

@@ -20,7 +20,7 @@ public:
 
     /** A value of any type; it owns nothing. */
     confd_value_t value();
-    /** One of a keypath's elements, or any value. */
+    /** A keypath, right or wrong. */
     const confd_hkeypath_t *keypath();
     /** Text of a path, right or wrong, without directives. */
     std::string path();
@@ -54,39 +54,36 @@ private:
 template <typename Call>
 auto ClientArguments::with_path(const Call &call)
 {
+    const std::string head = format();
     const std::string tail = format();
-    switch (m_bytes.below(10)) {
+    const std::size_t form = m_bytes.below(10);
+    const int number = static_cast<int>(m_bytes.byte()) - 2;
+    const confd_value_t one = value();
+    switch (form) {
     case 0:
         return call("%s", path().c_str());
     case 1:
-        return call((format() + "{%d}" + tail).c_str(), static_cast<int>(m_bytes.word()));
+        return call((head + "{%d}" + tail).c_str(), number);
     case 2:
-        return call("/config/interface/gpon{%d %u %s}/onu{%d}", 1, 1U + m_bytes.byte() % 2U,
-                    any_text().c_str(), m_bytes.byte() % 4);
-    case 3: {
-        const confd_value_t key = value();
-        return call((format() + "{%x}" + tail).c_str(), &key);
-    }
+        return call("/config/interface/gpon{%d %u %s}/onu{%d}", 1, 1U, any_text().c_str(),
+                    number % 4);
+    case 3:
+        return call((head + "{%x}" + tail).c_str(), &one);
     case 4: {
         std::array<confd_value_t, MAXKEYLEN> keys{};
         std::generate(keys.begin(), keys.end(), [this] { return value(); });
-        const int count = static_cast<int>(m_bytes.below(MAXKEYLEN + 2)) - 1;
-        return call((format() + "{%*x}" + tail).c_str(), count, keys.data());
+        return call((head + "{%*x}" + tail).c_str(), std::min(number, MAXKEYLEN), keys.data());
     }
     case 5:
         return call(("%h" + tail).c_str(), keypath());
     case 6:
-        return call(("%*h" + tail).c_str(), static_cast<int>(m_bytes.byte()) - 2, keypath());
-    case 7: {
-        const confd_value_t key = value();
-        return call(("%s{%x}" + tail).c_str(), path().c_str(), &key);
-    }
-    case 8: {
-        const confd_value_t name = value();
-        return call(("/config/%x" + tail).c_str(), &name);
-    }
+        return call(("%*h" + tail).c_str(), number, keypath());
+    case 7:
+        return call(("%s{%x}" + tail).c_str(), head.c_str(), &one);
+    case 8:
+        return call(("/config/%x" + tail).c_str(), &one);
     default:
-        return call(tail.c_str());
+        return call(head.c_str());
     }
 }
 

@@ -297,8 +297,8 @@ void Client::move_cursor()
 void Client::read_objects()
 {
     const int size = static_cast<int>(m_bytes.below(24)) - 1;
-    int entries = static_cast<int>(m_bytes.below(5)) - 1;
-    const int wanted = entries;
+    const int wanted = static_cast<int>(m_bytes.below(5)) - 1;
+    int entries = wanted;
     const std::size_t room = static_cast<std::size_t>(std::max(size, 0)) *
                              static_cast<std::size_t>(std::max(entries, 0));
     std::vector<confd_value_t> values(room);
@@ -315,8 +315,9 @@ void Client::read_values()
     static constexpr std::array<confd_vtype, 4> kTypes{C_NOEXISTS, C_XMLBEGIN, C_XMLEND, C_UINT32};
     std::vector<confd_tag_value_t> values(m_bytes.below(6));
     for (auto &value : values) {
-        CONFD_SET_TAG_(&value, m_arguments.tag(), m_bytes.one_in(3) ? m_bytes.byte() : 0U,
-                       m_bytes.pick(kTypes));
+        const std::uint32_t tag = m_arguments.tag();
+        const std::uint32_t ns = m_bytes.one_in(3) ? m_bytes.byte() : 0U;
+        CONFD_SET_TAG_(&value, tag, ns, m_bytes.pick(kTypes));
     }
     const int sock = socket();
     const int th = handle();
@@ -343,9 +344,11 @@ void Client::start_query()
     const auto kind = static_cast<confd_query_result_type>(m_bytes.byte() % 4);
     const int selects = static_cast<int>(m_bytes.below(4)) - 1;
     const int sorts = m_bytes.one_in(3) ? static_cast<int>(m_bytes.below(3)) : 0;
+    const char *context_node = m_bytes.one_in(3) ? context.c_str() : nullptr;
+    const int sock = socket();
+    const int th = handle();
     const int query = call([&] {
-        return maapi_query_start(socket(), handle(), expression.c_str(),
-                                 m_bytes.one_in(3) ? context.c_str() : nullptr, chunk, offset, kind,
+        return maapi_query_start(sock, th, expression.c_str(), context_node, chunk, offset, kind,
                                  std::min(selects, 2), select.data(), sorts, sort.data());
     });
     m_queries.push_back(query);

@@ -109,8 +109,8 @@ void EditMaker::write_entries(const SchemaNode &list)
 
 void EditMaker::write_term(const SchemaNode &leaf)
 {
-    m_xml += "<" + leaf.name + operation(leaf) + ">" + value_of(leaf, leaf.type_storage.yang) +
-             "</" + leaf.name + ">";
+    m_xml += "<" + leaf.name + operation(leaf) + ">";
+    m_xml += value_of(leaf, leaf.type_storage.yang) + "</" + leaf.name + ">";
 }
 
 std::string EditMaker::value_of(const SchemaNode &leaf, const lysc_type *type)

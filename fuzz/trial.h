@@ -97,7 +97,9 @@ struct Network {
 inline Address some_address(ByteReader &bytes)
 {
     constexpr std::array<Address, 4> kOffsets{0, 0x100, 0x200, 0x10000};
-    return 0x0A000000U + bytes.pick(kOffsets) + bytes.byte() % 8U * 32U + bytes.byte() % 4U;
+    const Address network = 0x0A000000U + bytes.pick(kOffsets);
+    const std::uint8_t host = bytes.byte();
+    return network + host / 4U % 8U * 32U + host % 4U;
 }
 
 inline Network some_network(ByteReader &bytes)
