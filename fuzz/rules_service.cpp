@@ -97,15 +97,17 @@ void add_sound_ones(ServicePorts &ports, std::uint32_t count)
     }
 }
 
-/** Mostly none: batches take their time, and a whole card takes far more. */
+/** Mostly none: batches take their time. A whole card takes so long that only an input which says
+ *  nothing else gets one. */
 std::uint32_t number_of_sound_ones(ByteReader &bytes)
 {
     constexpr std::uint32_t kBatch = 300;
     if (!bytes.one_in(64)) {
         return 0;
     }
-    const std::uint32_t about = bytes.one_in(128) ? 4088 : kBatch * (1 + bytes.byte() % 2U) - 11;
-    return about + bytes.byte() % 12U;
+    const std::uint32_t about = kBatch * (1 + bytes.byte() % 2U) - 11;
+    const std::uint32_t more = bytes.byte() % 12U;
+    return bytes.is_empty() ? 4088 + more : about + more;
 }
 
 // ---- VLAN matches -------------------------------------------------------------------------------

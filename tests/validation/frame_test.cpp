@@ -47,6 +47,11 @@ TEST_F(Frame, reads_the_capacities_of_the_card)
     full.max_pon_links = 16;
     full.manageable_pon_links = 12;
     EXPECT_THAT(figures(settings_after(full)), ElementsAre(0, 4, 3, 64, 16, 12));
+    // As the host reads them.
+    EXPECT_FALSE(get_do_bw_check());
+    EXPECT_EQ(get_num_onus_per_ponlink(), 64);
+    EXPECT_EQ(get_num_ponlinks(), 16);
+    EXPECT_EQ(get_num_manageable_ponlinks(), 12U);
 
     // A board that does not tell gives zeros; the switch stays on.
     EXPECT_THAT(figures(settings_after(fm::Card{})), ElementsAre(1, 3, 3, 0, 0, 0));

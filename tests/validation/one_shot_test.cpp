@@ -3,6 +3,8 @@
 #include "card_xml.h"
 #include "gpon_onu_rg_profile_validation.h"
 
+#include <base.h>
+
 namespace
 {
 
@@ -112,6 +114,43 @@ TEST_F(OneShotSwitch, failing_calls)
             EXPECT_THAT(trace(12), Contains("query failed for onu. err=forced failure"));
         }
         expect_nothing_held();
+    }
+}
+
+TEST_F(OneShotSwitch, the_iterator_looks_for_the_switch_in_what_came_or_went)
+{
+    given("");
+    struct Case {
+        int operation;
+        confd_value_t element;
+        maapi_iter_ret answer;
+        bool has_changed;
+    };
+    confd_value_t the_switch;
+    CONFD_SET_XMLTAG(&the_switch, base_rg_one_shot_prov, base__ns);
+    confd_value_t other_node;
+    CONFD_SET_XMLTAG(&other_node, base_rg_profile, base__ns);
+    confd_value_t key;
+    CONFD_SET_UINT32(&key, 1);
+    for (const Case &change :
+         {Case{MOP_CREATED, the_switch, ITER_STOP, true},
+          Case{MOP_DELETED, the_switch, ITER_STOP, true},
+          Case{MOP_CREATED, other_node, ITER_CONTINUE, false},
+          Case{MOP_DELETED, other_node, ITER_CONTINUE, false},
+          Case{MOP_CREATED, key, ITER_RECURSE, false}, Case{MOP_DELETED, key, ITER_RECURSE, false},
+          Case{MOP_MODIFIED, key, ITER_RECURSE, false}, Case{0, the_switch, ITER_CONTINUE, false},
+          Case{MOP_VALUE_SET, the_switch, ITER_CONTINUE, false},
+          Case{MOP_ATTR_SET, the_switch, ITER_CONTINUE, false}}) {
+        confd_hkeypath_t keypath{};
+        keypath.len = 1;
+        keypath.v[0][0] = change.element;
+        CONFD_SET_NOEXISTS(&keypath.v[0][1]);
+        bool has_changed = false;
+        EXPECT_EQ(diff_iter(&keypath, static_cast<confd_iter_op>(change.operation), nullptr,
+                            nullptr, &has_changed),
+                  change.answer)
+            << trace(12).back();
+        EXPECT_EQ(has_changed, change.has_changed) << trace(12).back();
     }
 }
 

@@ -86,6 +86,19 @@ TEST_F(ServicePortGlobal, only_the_last_batch_of_300_decides)
     }
 }
 
+TEST_F(ServicePortGlobal, every_part_of_the_identity_must_be_there)
+{
+    const std::string whole = ServicePorts{1}.xml();
+    for (const std::string part :
+         {"<id>1/1/3</id>", "<id>5</id>", "<gem-id>1</gem-id>", "<gem><gem-id>1</gem-id></gem>"}) {
+        std::string incomplete = whole;
+        ASSERT_NE(whole.find(part), std::string::npos) << part;
+        given("", incomplete.erase(whole.find(part), part.size()));
+        EXPECT_EQ(ask_all(), rejected("")) << "without " << part;
+        expect_nothing_held();
+    }
+}
+
 TEST_F(ServicePortGlobal, at_most_4096_of_those_that_were_checked)
 {
     struct Case {
