@@ -12,6 +12,7 @@ namespace
 
 std::optional<std::string> xpath_answer;
 bool enumeration_keys_as_numbers = false;
+bool nameless_tags = false;
 
 /** The client library's own function of that name. */
 template <typename Function>
@@ -40,6 +41,15 @@ EnumerationKeysAsNumbers::~EnumerationKeysAsNumbers()
     enumeration_keys_as_numbers = false;
 }
 
+NamelessTags::NamelessTags()
+{
+    nameless_tags = true;
+}
+NamelessTags::~NamelessTags()
+{
+    nameless_tags = false;
+}
+
 // A program's own functions come before those of the libraries that it is linked with.
 extern "C" {
 
@@ -55,6 +65,12 @@ int maapi_xpath_eval_expr(int sock, int th, const char *expr, char **res, void (
     }
     static const auto evaluate = original("maapi_xpath_eval_expr", &maapi_xpath_eval_expr);
     return evaluate(sock, th, expr, res, trace, nullptr);
+}
+
+char *confd_hash2str(uint32_t hash)
+{
+    static const auto name_of = original("confd_hash2str", &confd_hash2str);
+    return nameless_tags ? nullptr : name_of(hash);
 }
 
 int maapi_get_next(maapi_cursor *mc)

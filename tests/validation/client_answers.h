@@ -27,3 +27,13 @@ public:
     EnumerationKeysAsNumbers(const EnumerationKeysAsNumbers &) = delete;
     EnumerationKeysAsNumbers &operator=(const EnumerationKeysAsNumbers &) = delete;
 };
+
+/** The schema knows the name of no tag. */
+class NamelessTags
+{
+public:
+    NamelessTags();
+    ~NamelessTags();
+    NamelessTags(const NamelessTags &) = delete;
+    NamelessTags &operator=(const NamelessTags &) = delete;
+};

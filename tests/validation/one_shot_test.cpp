@@ -1,6 +1,7 @@
 #include "fixture.h"
 
 #include "card_xml.h"
+#include "client_answers.h"
 #include "gpon_onu_rg_profile_validation.h"
 
 #include <base.h>
@@ -93,6 +94,14 @@ TEST_F(OneShotSwitch, an_unchanged_switch_asks_for_no_onus)
     given(card + kSwitchOn, card + settings("password", "<rg-one-shot-prov/>"));
     EXPECT_EQ(ask_switch(), accepted());
     EXPECT_EQ(engine::Hooks::instance().counts().count("maapi_query_start"), 0U);
+}
+
+TEST_F(OneShotSwitch, tells_a_value_without_a_name)
+{
+    given_onus(onu(1));
+    const NamelessTags nameless;
+    EXPECT_EQ(ask_switch(), accepted());
+    EXPECT_THAT(trace(12), Contains(" : \n"));
 }
 
 TEST_F(OneShotSwitch, failing_calls)
