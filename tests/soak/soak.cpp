@@ -29,7 +29,7 @@ namespace
 
 using engine::Datastore;
 
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(WITH_SANITIZERS)
 // What was freed stays resident for a while: leaks are the sanitizer's to tell.
 constexpr bool kCountsMemory = false;
 #else

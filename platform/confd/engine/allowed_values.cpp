@@ -15,7 +15,12 @@ std::string ranges(const lysc_range &range, bool is_signed)
         const auto &part = range.parts[i];
         const auto low = is_signed ? std::to_string(part.min_64) : std::to_string(part.min_u64);
         const auto high = is_signed ? std::to_string(part.max_64) : std::to_string(part.max_u64);
-        text += (text.empty() ? "" : ", ") + (low == high ? low : low + ".." + high);
+        text += text.empty() ? "" : ", ";
+        text += low;
+        if (high != low) {
+            text += "..";
+            text += high;
+        }
     }
     return text;
 }
