@@ -109,7 +109,7 @@ lint: build ## Checks the sources with clang-tidy and cppcheck
 	    -extra-arg=-Wno-unknown-warning-option '$(linted)'
 	cppcheck --quiet --project=$(build_dir)/compile_commands.json -j $(JOBS) \
 	    --enable=warning,performance,portability --library=posix --inline-suppr \
-	    --suppress=passedByValue --error-exitcode=1 -i$(CURDIR)/tests -i$(CURDIR)/bench
+	    --suppress=passedByValue --error-exitcode=1 -itests -ibench
 
 clean: ## Removes what was built
 	rm -rf build
