@@ -79,8 +79,7 @@ void replay(const Json &event, AskingListener &listener)
     }
 }
 
-// ---- The two events that come thousands of times: no JSON, but for a text
-// ------------------------
+// The two events that come thousands of times have no JSON, but for a text.
 
 constexpr char kBefore = 'b';
 constexpr char kAfter = 'a';
