@@ -3,11 +3,9 @@
  * can express: a call may refuse, but then it says why; and what the client gave back, and what its
  * transaction held, is gone at the end.
  */
-#include "client_arguments.h"
+#include "client.h"
 #include "crypto.h"
 #include "edit.h"
-#include "finding.h"
-#include "framework.h"
 #include "model_schema.h"
 #include "support/base_card.h"
 
@@ -16,11 +14,13 @@
 
 #include <vector>
 
-namespace
+namespace fuzz
 {
 
 using engine::Datastore;
-using fuzz::require;
+
+namespace
+{
 
 constexpr const char *kEdit = R"(<config xmlns="urn:olt:gpon:base"
  xmlns:yang="urn:ietf:params:xml:ns:yang:1" xmlns:nc="urn:ietf:params:xml:ns:netconf:base:1.0">
@@ -53,100 +53,14 @@ const Datastore &candidate()
     return tree;
 }
 
-class Client
+} // namespace
+
+Client::Client(ByteReader bytes)
+    : m_bytes(bytes), m_arguments(m_bytes), m_framework(running().copy())
 {
-public:
-    explicit Client(fuzz::ByteReader bytes)
-        : m_bytes(bytes), m_arguments(m_bytes), m_framework(running().copy())
-    {
-        reopen();
-        begin_again();
-    }
-    ~Client();
-    Client(const Client &) = delete;
-    Client &operator=(const Client &) = delete;
-
-    void run()
-    {
-        while (!m_bytes.is_empty()) {
-            step();
-        }
-    }
-
-private:
-    using Step = void (Client::*)();
-
-    void step();
-
-    // One call, or a few that belong together.
-    void read_leaf();
-    void read_typed_leaf();
-    void read_text();
-    void read_list();
-    void look();
-    void open_cursor();
-    void move_cursor();
-    void read_objects();
-    void close_cursor() { maapi_destroy_cursor(&cursor()); }
-    void read_values();
-    void start_query();
-    void fetch_results();
-    void free_results();
-    void stop_query();
-    void evaluate();
-    void walk_changes();
-    void read_committed();
-    void look_at_schema();
-    void print_values();
-    void print_keypaths();
-    void decrypt();
-    void leave_text();
-    void reopen();
-    void close();
-    void begin_again();
-    void forget_values();
-
-    // What a call returned: a failure must tell what it is.
-    int told(int result);
-    template <typename Call>
-    int call(const Call &call)
-    {
-        confd_errno = CONFD_OK;
-        return told(call());
-    }
-    /** A call with a path; `body` gets the format and what goes with it. */
-    template <typename Body>
-    int call_with_path(const Body &body)
-    {
-        return m_arguments.with_path([&](const char *format, auto... arguments) {
-            return call([&] { return body(format, arguments...); });
-        });
-    }
-    template <typename Value, typename Read>
-    void read_into(Read read)
-    {
-        Value value{};
-        const int sock = socket();
-        const int th = handle();
-        call_with_path([&](auto... path) { return read(sock, th, &value, path...); });
-    }
-
-    int socket();
-    int handle() { return m_bytes.one_in(16) ? m_bytes.byte() : m_transaction; }
-    maapi_cursor &cursor() { return m_cursors.at(m_bytes.below(m_cursors.size())); }
-    void require_result_sound(const confd_query_result &result);
-
-    fuzz::ByteReader m_bytes;
-    fuzz::ClientArguments m_arguments;
-    engine::Framework m_framework;
-    int m_maapi = 0;
-    int m_cdb = 0;
-    int m_transaction = 0;
-    std::array<maapi_cursor, 3> m_cursors{};
-    std::vector<int> m_queries{0};
-    std::vector<confd_query_result *> m_results;
-    std::vector<confd_value_t> m_values;
-};
+    reopen();
+    begin_again();
+}
 
 Client::~Client()
 {
@@ -203,131 +117,6 @@ int Client::socket()
         return static_cast<int>(m_bytes.byte()) - 1;
     default:
         return m_maapi;
-    }
-}
-
-void Client::read_leaf()
-{
-    confd_value_t value{};
-    const int sock = socket();
-    const int th = handle();
-    if (call_with_path([&](auto... path) { return maapi_get_elem(sock, th, &value, path...); }) ==
-        CONFD_OK) {
-        m_values.push_back(value);
-    }
-}
-
-void Client::read_typed_leaf()
-{
-    switch (m_bytes.below(5)) {
-    case 0:
-        return read_into<std::uint32_t>([](auto... all) { return maapi_get_u_int32_elem(all...); });
-    case 1:
-        return read_into<int>([](auto... all) { return maapi_get_bool_elem(all...); });
-    case 2:
-        return read_into<in_addr>([](auto... all) { return maapi_get_ipv4_elem(all...); });
-    case 3:
-        return read_into<confd_ipv4_prefix>(
-            [](auto... all) { return maapi_get_ipv4_and_plen_elem(all...); });
-    default:
-        return read_into<std::int32_t>(
-            [](auto... all) { return maapi_get_enum_value_elem(all...); });
-    }
-}
-
-void Client::read_text()
-{
-    // On the heap: a sanitizer sees what is written behind it.
-    std::vector<char> buffer(m_bytes.below(40));
-    const int sock = socket();
-    const int th = handle();
-    const int size = static_cast<int>(buffer.size());
-    const int result = call_with_path(
-        [&](auto... path) { return maapi_get_str_elem(sock, th, buffer.data(), size, path...); });
-    require(result != CONFD_OK || std::find(buffer.begin(), buffer.end(), '\0') != buffer.end(),
-            "a text without an end");
-}
-
-void Client::read_list()
-{
-    confd_value_t *values = nullptr;
-    int count = 0;
-    const int sock = socket();
-    const int th = handle();
-    if (call_with_path([&](auto... path) {
-            return maapi_get_list_elem(sock, th, &values, &count, path...);
-        }) == CONFD_OK) {
-        m_values.insert(m_values.end(), values, values + count);
-        std::free(values);
-    }
-}
-
-void Client::look()
-{
-    const int sock = socket();
-    const int th = handle();
-    const bool counts = m_bytes.one_in(2);
-    const int result = call_with_path([&](auto... path) {
-        return counts ? maapi_num_instances(sock, th, path...) : maapi_exists(sock, th, path...);
-    });
-    require(counts || result <= 1, "maapi_exists gave " + std::to_string(result));
-}
-
-void Client::open_cursor()
-{
-    maapi_cursor &chosen = cursor();
-    const int sock = socket();
-    const int th = handle();
-    const int result =
-        call_with_path([&](auto... path) { return maapi_init_cursor(sock, th, &chosen, path...); });
-    require((result == CONFD_OK) == (chosen.n != 0), "n after maapi_init_cursor");
-}
-
-void Client::move_cursor()
-{
-    maapi_cursor &chosen = cursor();
-    const int result = call([&] { return maapi_get_next(&chosen); });
-    require(result == CONFD_OK || chosen.n == 0, "n after a failed maapi_get_next");
-    for (int i = 0; i < chosen.n; ++i) {
-        std::array<char, 16> text{};
-        confd_pp_value(text.data(), text.size(), &chosen.keys[i]);
-    }
-}
-
-void Client::read_objects()
-{
-    const int size = static_cast<int>(m_bytes.below(24)) - 1;
-    const int wanted = static_cast<int>(m_bytes.below(5)) - 1;
-    int entries = wanted;
-    const std::size_t room = static_cast<std::size_t>(std::max(size, 0)) *
-                             static_cast<std::size_t>(std::max(entries, 0));
-    std::vector<confd_value_t> values(room);
-    const int result =
-        call([&] { return maapi_get_objects(&cursor(), values.data(), size, &entries); });
-    if (result >= 0) {
-        require(entries >= 0 && entries <= wanted, "more entries than wanted");
-        m_values.insert(m_values.end(), values.begin(), values.end());
-    }
-}
-
-void Client::read_values()
-{
-    static constexpr std::array<confd_vtype, 4> kTypes{C_NOEXISTS, C_XMLBEGIN, C_XMLEND, C_UINT32};
-    std::vector<confd_tag_value_t> values(m_bytes.below(6));
-    for (auto &value : values) {
-        const std::uint32_t tag = m_arguments.tag();
-        const std::uint32_t ns = m_bytes.one_in(3) ? m_bytes.byte() : 0U;
-        CONFD_SET_TAG_(&value, tag, ns, m_bytes.pick(kTypes));
-    }
-    const int sock = socket();
-    const int th = handle();
-    const int size = static_cast<int>(values.size());
-    if (call_with_path([&](auto... path) {
-            return maapi_get_values(sock, th, values.data(), size, path...);
-        }) == CONFD_OK) {
-        for (auto &value : values) {
-            m_values.push_back(value.v);
-        }
     }
 }
 
@@ -537,10 +326,10 @@ void Client::forget_values()
     m_values.clear();
 }
 
-} // namespace
+} // namespace fuzz
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
-    Client(fuzz::ByteReader(data, size)).run();
+    fuzz::Client(fuzz::ByteReader(data, size)).run();
     return 0;
 }
