@@ -124,11 +124,12 @@ std::string EditMaker::value_of(const SchemaNode &leaf, const lysc_type *type)
         return "";
     case LY_TYPE_ENUM: {
         const auto *items = reinterpret_cast<const lysc_type_enum *>(type)->enums;
-        return items[m_bytes.below(LY_ARRAY_COUNT(items))].name;
+        return items[m_bytes.below(static_cast<std::size_t>(LY_ARRAY_COUNT(items)))].name;
     }
     case LY_TYPE_UNION: {
         lysc_type *const *members = reinterpret_cast<const lysc_type_union *>(type)->types;
-        return value_of(leaf, members[m_bytes.below(LY_ARRAY_COUNT(members))]);
+        return value_of(leaf,
+                        members[m_bytes.below(static_cast<std::size_t>(LY_ARRAY_COUNT(members)))]);
     }
     case LY_TYPE_STRING:
         return text_value(leaf);
