@@ -1,10 +1,8 @@
-/**
- * The client calls as the recorded copy of the plug-in makes them. The linker's --wrap option sends
- * a call of maapi_exists to __wrap_maapi_exists; __real_maapi_exists is the client library's.
- */
+/** The client calls as the recorded copy of the plug-in makes them. */
 #include "path_call.h"
 #include "recorder.h"
 #include "value.h"
+#include "wrapped.h"
 
 #include <confd_cdb.h>
 #include <confd_lib.h>
@@ -17,10 +15,6 @@
 
 // The names are the linker's.
 // NOLINTBEGIN(bugprone-reserved-identifier)
-#define REAL(result, name, ...)                                                                    \
-    extern "C" result __real_##name(__VA_ARGS__);                                                  \
-    extern "C" result __wrap_##name(__VA_ARGS__)
-
 namespace
 {
 

@@ -1,6 +1,7 @@
 /** The calls that the client library answers by itself: they wait for nobody. */
 #include "path_call.h"
 #include "recorder.h"
+#include "wrapped.h"
 
 #include <confd_lib.h>
 #include <velconfd.h>
@@ -10,10 +11,6 @@
 
 // The names are the linker's.
 // NOLINTBEGIN(bugprone-reserved-identifier)
-#define REAL(result, name, ...)                                                                    \
-    extern "C" result __real_##name(__VA_ARGS__);                                                  \
-    extern "C" result __wrap_##name(__VA_ARGS__)
-
 namespace
 {
 
