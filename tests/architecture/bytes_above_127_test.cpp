@@ -11,7 +11,9 @@ namespace
 {
 
 /** The data model has no such serial number, but another's may. */
-constexpr const char *kForeign = "ab\xe4" "dx\xff" "\x80y\xe4";
+constexpr const char *kForeign = "ab\xe4"
+                                 "dx\xff"
+                                 "\x80y\xe4";
 
 using testing::ElementsAre;
 using testing::Pair;
@@ -23,8 +25,10 @@ TEST(BytesAbove127, stay_as_they_are_in_a_serial_number)
     constexpr int kSerialNumberMethod = 0;
     ProfileOnuSerialPassword(1, &tctx, serial_numbers, "3", "1", "/onu{1}/auth-method/",
                              "serial-number", kSerialNumberMethod);
-    EXPECT_THAT(serial_numbers,
-                ElementsAre(Pair("ab\xe4" "dX\xff" "\x80Y\xe4", "interface gpon 3 onu 1")));
+    EXPECT_THAT(serial_numbers, ElementsAre(Pair("ab\xe4"
+                                                 "dX\xff"
+                                                 "\x80Y\xe4",
+                                                 "interface gpon 3 onu 1")));
 }
 
 } // namespace

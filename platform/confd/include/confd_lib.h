@@ -69,8 +69,8 @@ extern "C" {
 #define CONFD_ERR_XPATH 25
 
 /**
- * Code of the last failed call; to be read after a call returned CONFD_ERR. One for the process: as all
- * of this library it belongs to one thread.
+ * Code of the last failed call; to be read after a call returned CONFD_ERR. One for the process: as
+ * all of this library it belongs to one thread.
  */
 extern int confd_errno;
 
