@@ -3,13 +3,13 @@
  * ones before have left it. Every answer must be the expected one, and at the end the process must
  * hold no more than it did after the first rounds: memory, open files, cursors, queries, values.
  */
-#include "edit.h"
-#include "framework.h"
-#include "model_schema.h"
-#include "plugin.h"
+#include "checker/model_schema.h"
+#include "checker/plugin.h"
+#include "engine/edit/edit.h"
+#include "engine/session/framework.h"
+#include "engine/session/validation.h"
 #include "steps.h"
 #include "support/base_card.h"
-#include "validation.h"
 
 #include <velconfd_host.h>
 

@@ -1,9 +1,9 @@
 /** A card to validate on: a running configuration, a candidate, the capacities, the trace. */
 #pragma once
 
-#include "framework.h"
+#include "engine/data/path.h"
+#include "engine/session/framework.h"
 #include "gpon_card_valid.h"
-#include "path.h"
 #include "platform_settings.h"
 #include "support/model.h"
 
