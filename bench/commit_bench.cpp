@@ -2,6 +2,7 @@
 #include "benchmarks.h"
 #include "card.h"
 #include "commit.h"
+#include "engine/data/yang_check.h"
 #include "engine/edit/edit.h"
 #include "rule_trial.h"
 #include "stopwatch.h"
@@ -75,7 +76,7 @@ void commit_once(const Card &card, const engine::Source &edit, Phases &phases, d
     phases.time("load", [&] { return engine::Datastore::parse(schema(), card.text()); });
     auto candidate = phases.time("edit", [&] { return engine::apply_edit(card.running(), edit); });
     phases.time("YANG check", [&] {
-        candidate.check(edit);
+        engine::check_yang(candidate, edit);
         return true;
     });
     Commit commit(card, std::move(candidate));

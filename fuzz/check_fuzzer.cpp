@@ -13,7 +13,9 @@
 #include "checker/recorder.h"
 #include "edit_maker.h"
 #include "engine/data/changes.h"
+#include "engine/data/yang_check.h"
 #include "engine/edit/edit.h"
+#include "engine/schema/schema_loader.h"
 #include "finding.h"
 #include "fm_host.h"
 #include "report/report_explain.h"
@@ -40,7 +42,7 @@ Datastore checked(const std::string &text)
 {
     const engine::Source source{"running.xml", text};
     Datastore tree = Datastore::parse(schema(), source);
-    tree.check(source);
+    engine::check_yang(tree, source);
     return tree;
 }
 
@@ -48,7 +50,7 @@ Datastore edited(const Datastore &running, const std::string &text)
 {
     const engine::Source source{"edit.xml", text};
     Datastore candidate = engine::apply_edit(running, source);
-    candidate.check(source);
+    engine::check_yang(candidate, source);
     return candidate;
 }
 
@@ -101,7 +103,7 @@ void require_same_when_read_again(const Datastore &tree, engine::Format format)
     const std::string text = tree.print(format);
     try {
         Datastore again = Datastore::parse(schema(), {"printed", text});
-        again.check("printed");
+        engine::check_yang(again, "printed");
         require(engine::compare(tree, again).empty(),
                 "printed and read again, it differs:\n" + text);
     } catch (const engine::InputError &failure) {

@@ -3,6 +3,8 @@
  * text must be the same.
  */
 #include "checker/model_schema.h"
+#include "engine/data/yang_check.h"
+#include "engine/schema/schema_loader.h"
 #include "engine/session/framework.h"
 #include "engine/session/validation.h"
 #include "finding.h"
@@ -71,7 +73,7 @@ const Datastore &empty_configuration()
 {
     static const Datastore empty = [] {
         Datastore tree(schema());
-        tree.check("empty configuration");
+        engine::check_yang(tree, "empty configuration");
         return tree;
     }();
     return empty;
@@ -83,7 +85,7 @@ Datastore card_of(const Trial &trial)
                                 "<config xmlns=\"urn:olt:gpon:base\">" + trial.card + "</config>"};
     try {
         Datastore card = Datastore::parse(schema(), source);
-        card.check(source);
+        engine::check_yang(card, source);
         return card;
     } catch (const engine::InputError &failure) {
         // The trials keep to the model: a card that is refused would test nothing.

@@ -5,6 +5,7 @@
 #include "checker/model_schema.h"
 #include "checker/recorder.h"
 #include "checker/supervisor.h"
+#include "engine/data/yang_check.h"
 #include "engine/edit/edit.h"
 #include "fm_host.h"
 #include "zlog_host.h"
@@ -55,7 +56,7 @@ Datastore load_running(const CheckOptions &options, Outcome &outcome)
         source = engine::read_source(options.running);
         return Datastore::parse(schema, source);
     });
-    timed(outcome, "YANG check", [&] { running.check(source); });
+    timed(outcome, "YANG check", [&] { engine::check_yang(running, source); });
     return running;
 }
 
@@ -76,7 +77,7 @@ Datastore make_candidate(const CheckOptions &options, const Datastore &running, 
         return running.copy();
     });
     if (outcome.form != ChangeForm::kNone) {
-        timed(outcome, "YANG check", [&] { candidate.check(source); });
+        timed(outcome, "YANG check", [&] { engine::check_yang(candidate, source); });
     }
     return candidate;
 }

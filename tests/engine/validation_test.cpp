@@ -1,6 +1,7 @@
 #include "engine/session/validation.h"
 
 #include "card_xml.h"
+#include "engine/data/yang_check.h"
 #include "engine/edit/edit.h"
 #include "small_model.h"
 #include "support/model.h"
@@ -43,7 +44,7 @@ Lines asked(const std::string &running, const std::string &edit, const std::stri
 {
     auto committed = checked_config(running);
     auto candidate = engine::apply_edit(committed, {"edit.xml", config_xml(edit)});
-    candidate.check("edit.xml");
+    engine::check_yang(candidate, "edit.xml");
     Lines some;
     for (const auto &line : planned(std::move(committed), std::move(candidate))) {
         if (line.rfind(rule + " ", 0) == 0 || rule.empty()) {

@@ -5,7 +5,9 @@
  */
 #include "checker/model_schema.h"
 #include "checker/plugin.h"
+#include "engine/data/yang_check.h"
 #include "engine/edit/edit.h"
+#include "engine/schema/schema_loader.h"
 #include "engine/session/framework.h"
 #include "engine/session/validation.h"
 #include "steps.h"
@@ -95,7 +97,7 @@ public:
         m_plugin.init();
         const engine::Source source{"base card", test_support::kBaseCard};
         m_card = Datastore::parse(m_card.schema_ptr(), source);
-        m_card.check(source);
+        engine::check_yang(m_card, source);
     }
 
     void validate(const soak::Step &step, char digit);
@@ -116,7 +118,7 @@ private:
                                     "xmlns:nc=\"urn:ietf:params:xml:ns:netconf:base:1.0\">" +
                                         edit + "</config>"};
         Datastore candidate = engine::apply_edit(m_card, source);
-        candidate.check(source);
+        engine::check_yang(candidate, source);
         return candidate;
     }
     engine::Verdict ask(Datastore candidate, Remarks &remarks);

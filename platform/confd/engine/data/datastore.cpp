@@ -151,7 +151,7 @@ std::string Datastore::print(Format format) const
 void Datastore::normalise(const Datastore *committed)
 {
     order_by_keys(m_root);
-    encrypt_leaves(m_root, committed);
+    encrypt_leaves(m_root, committed != nullptr ? committed->root() : nullptr);
 }
 
 } // namespace engine

@@ -1,5 +1,6 @@
 #include "engine/data/problems.h"
 
+#include "engine/data/allowed_values.h"
 #include "engine/data/path.h"
 
 #include <algorithm>

@@ -36,9 +36,6 @@ Problem problem_of(const Schema &schema, const ly_err_item &item, const std::str
  */
 std::vector<Problem> take_problems(const Schema &schema, const std::string &source_name);
 
-/** What a leaf of the type takes, such as "1..128" or "one of serial-number, password". */
-std::string allowed_values(const confd_type &type);
-
 /** Hint for one who gave a leaf another value. */
 std::string hint_of_values(const SchemaNode &leaf);
 

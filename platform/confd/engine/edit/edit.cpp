@@ -197,7 +197,7 @@ void EditApplier::normalise_siblings(const lyd_node *first, lyd_node *parent)
     }
     for (const auto *node = first; node != nullptr; node = node->next) {
         if (lyd_node *target = find(node, parent); target != nullptr) {
-            encrypt_if_clear(target, &m_running);
+            encrypt_if_clear(target, m_running.root());
             normalise_siblings(lyd_child_no_keys(node), target);
         }
     }

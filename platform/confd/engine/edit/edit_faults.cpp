@@ -1,7 +1,7 @@
-/** Explains what the model does not allow in an edit: all of it, not just the first. */
+#include "engine/edit/edit_faults.h"
+
 #include "engine/data/problems.h"
 #include "engine/edit/edit_text.h"
-#include "engine/edit/edit_tree.h"
 
 #include <cstring>
 

@@ -2,6 +2,7 @@
 
 #include "engine/data/path.h"
 #include "engine/data/problems.h"
+#include "engine/edit/edit_faults.h"
 
 #include <cstring>
 #include <utility>

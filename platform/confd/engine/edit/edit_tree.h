@@ -37,13 +37,6 @@ struct EditTree {
 /** @throws InputError  With all names and values that the model does not allow. */
 EditTree parse_edit(const Schema &schema, const Source &edit);
 
-/**
- * What the model does not allow in a tree that was parsed with opaque nodes.
- * @param strict  What a strict parse of the same text complained about: it knows a line.
- */
-std::vector<Problem> find_faults(const Schema &schema, const Source &edit, const EditTree &tree,
-                                 const std::vector<Problem> &strict);
-
 /** An opaque node as what it is. */
 const lyd_node_opaq &as_opaque(const lyd_node *node);
 

@@ -1,6 +1,6 @@
 #include "engine/session/validation.h"
 
-#include "engine/data/path.h"
+#include "engine/data/keypath.h"
 #include "engine/data/value.h"
 
 #include <algorithm>
@@ -88,12 +88,6 @@ Answer ask(const Transaction &transaction, const Request &request, const Callbac
 }
 
 } // namespace
-
-std::string path_of(const Request &request)
-{
-    return request.point->once ? list_path_text(request.instance, *request.point->node)
-                               : path_text(request.instance);
-}
 
 Verdict validate(const Transaction &transaction, const std::vector<Request> &requests,
                  const std::string &point_name, const Callback &callback, void *vcb_opaque,

@@ -1,5 +1,5 @@
-/** YANG validity of a configuration, told with every place that is at fault. */
-#include "engine/data/datastore.h"
+#include "engine/data/yang_check.h"
+
 #include "engine/data/error.h"
 #include "engine/data/normalise.h"
 #include "engine/data/path.h"
@@ -233,18 +233,19 @@ bool has_leaf_list_defaults(const Schema &schema)
 
 } // namespace
 
-void Datastore::check(const Source &source)
+void check_yang(Datastore &tree, const Source &source)
 {
-    auto *context = m_schema->context();
+    const Schema &schema = tree.schema();
+    auto *context = schema.context();
     const bool is_valid =
-        lyd_validate_all(&m_root, context, LYD_VALIDATE_NO_STATE, nullptr) == LY_SUCCESS;
+        lyd_validate_all(&tree.m_root, context, LYD_VALIDATE_NO_STATE, nullptr) == LY_SUCCESS;
     ly_err_clean(context, nullptr);
     if (!is_valid) {
-        Datastore trial = copy();
-        throw InputError(FaultFinder(*m_schema, trial.m_root, source).find());
+        Datastore trial = tree.copy();
+        throw InputError(FaultFinder(schema, trial.m_root, source).find());
     }
-    if (has_leaf_list_defaults(*m_schema)) {
-        order_by_keys(m_root); // They come in the model's order.
+    if (has_leaf_list_defaults(schema)) {
+        order_by_keys(tree.m_root); // They come in the model's order.
     }
 }
 
