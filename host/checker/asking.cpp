@@ -46,7 +46,7 @@ void require_known(const std::string &point, const engine::Schema &schema,
     });
     if (!known) {
         const std::string wanted = points.empty() ? "none" : "\"" + points.front().name + "\"";
-        throw engine::InputError({{plugin, 0, "",
+        throw engine::InputError({{engine::Fault::kUnusablePlugin, plugin, 0, "",
                                    "the plug-in serves the validation point \"" + point +
                                        "\", which the data model does not have",
                                    "the data model's is " + wanted}});

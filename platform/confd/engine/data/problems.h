@@ -17,6 +17,9 @@ struct FaultLocation {
     unsigned line = 0;
 };
 
+/** What kind of fault an error of libyang's is. */
+Fault fault_of(const ly_err_item &item);
+
 /** Takes apart the location text of a libyang error; null gives an empty location. */
 FaultLocation read_location(const char *text);
 
