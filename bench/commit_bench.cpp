@@ -49,15 +49,20 @@ private:
 class ByRule : public engine::Observer
 {
 public:
-    void after(const engine::Request &request, const engine::Answer &answer) override
+    explicit ByRule(const std::vector<engine::Request> &plan) : m_plan(plan) {}
+
+    void after(std::size_t request, const engine::Answer &answer) override
     {
-        times["rule:" + request.point->opaque] += answer.time;
+        times["rule:" + m_plan[request].point->opaque] += answer.time;
         for (const auto &[call, count] : answer.calls) {
             requests += static_cast<double>(count);
         }
     }
     std::map<std::string, std::chrono::nanoseconds> times;
     double requests = 0;
+
+private:
+    const std::vector<engine::Request> &m_plan;
 };
 
 /** The yardstick: what libyang takes to read the same file. */
@@ -82,7 +87,7 @@ void commit_once(const Card &card, const engine::Source &edit, Phases &phases, d
     Commit commit(card, std::move(candidate));
     phases.time("compare", [&] { return commit.transaction().changes().size(); });
     const auto plan = phases.time("plan", [&] { return engine::plan(commit.transaction()); });
-    ByRule rules;
+    ByRule rules(plan);
     phases.time("rules", [&] { return commit.ask(plan, rules); });
     for (const auto &[rule, time] : rules.times) {
         phases.note(rule, time);

@@ -129,9 +129,11 @@ void ask(Configurations configurations, host::Outcome &outcome)
     auto &transaction = framework.begin(std::move(configurations.candidate));
     const auto requests = engine::plan(transaction);
     outcome.planned = requests.size();
-    host::Progress progress(nullptr);
-    host::Recorder recorder(requests, outcome, progress);
-    host::ask_plugin({transaction, requests, CARD_PLUGIN, true}, recorder);
+    const host::Questions questions{transaction, requests, CARD_PLUGIN, true};
+    host::CheckListener nobody;
+    host::Recorder recorder(questions, outcome, nobody);
+    host::ask_plugin(questions, recorder);
+    outcome.completed = recorder.has_ended();
     framework.end(transaction.handle());
 
     require(

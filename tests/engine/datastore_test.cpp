@@ -381,6 +381,7 @@ TEST(Datastore, SaysWhyAFileCannotBeRead)
 TEST(InputError, TellsAllProblemsOneALine)
 {
     const InputError error(
-        {{"a.xml", 3, "/config", "It is wrong", "make it right"}, {"", 0, "", "Broken", ""}});
+        {{engine::Fault::kInvalidValue, "a.xml", 3, "/config", "It is wrong", "make it right"},
+         {engine::Fault::kInternal, "", 0, "", "Broken", ""}});
     EXPECT_STREQ(error.what(), "a.xml:3: /config: It is wrong (make it right)\nBroken");
 }

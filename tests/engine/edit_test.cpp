@@ -292,7 +292,7 @@ TEST(Edit, SaysWhichOperationDoesNotFit)
         {port_edit(1, xml("match", "", kDelete)), port_1 + "/match", missing, ""},
         {xml("service-port", xml("id", "1", kDelete)), port_1 + "/id", "A key cannot be", "entry"},
         {port_edit(1, xml("statistics", "true") + xml("statistics", "false")),
-         port_1 + "/statistics", "more than once", ""},
+         port_1 + "/statistics", "Duplicate node", ""},
         {onu_5(xml("management", "", kDelete)), onu_path + "/management", missing, ""},
         {onu_5(xml("snmp", xml("real-time", "", kDelete))), onu_path + "/snmp/real-time", missing,
          ""},

@@ -94,13 +94,14 @@ Verdict validate(const Transaction &transaction, const std::vector<Request> &req
                  bool keep_going, Observer &observer)
 {
     Verdict worst = Verdict::kAccepted;
-    for (const Request &request : requests) {
+    for (std::size_t i = 0; i < requests.size(); ++i) {
+        const Request &request = requests[i];
         if (request.point->name != point_name) {
             continue;
         }
-        observer.before(request);
+        observer.before(i);
         const Answer answer = ask(transaction, request, callback, vcb_opaque);
-        observer.after(request, answer);
+        observer.after(i, answer);
         worst = std::max(worst, answer.verdict);
         if (worst == Verdict::kRejected && !keep_going) {
             break;

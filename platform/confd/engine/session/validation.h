@@ -27,13 +27,13 @@ struct Answer {
 /** Callback of a validation point. */
 using Callback = std::function<int(confd_trans_ctx *, confd_hkeypath_t *, confd_value_t *)>;
 
-/** Is told of each request before it is made and after it was answered. */
+/** Is notified before and after each request, by its index in the plan. */
 class Observer
 {
 public:
     virtual ~Observer() = default;
-    virtual void before(const Request &) {}
-    virtual void after(const Request &, const Answer &) {}
+    virtual void before(std::size_t /*request*/) {}
+    virtual void after(std::size_t /*request*/, const Answer & /*answer*/) {}
 };
 
 /**
