@@ -378,6 +378,13 @@ TEST(Datastore, SaysWhyAFileCannotBeRead)
     }
 }
 
+TEST(InputError, HasAProblemEvenWhenNobodyNamedOne)
+{
+    const InputError error({});
+    ASSERT_THAT(error.problems(), SizeIs(1));
+    EXPECT_EQ(error.problems()[0].fault, engine::Fault::kInternal);
+}
+
 TEST(InputError, TellsAllProblemsOneALine)
 {
     const InputError error(
