@@ -62,6 +62,8 @@ void ask_plugin(const Questions &questions, AskingListener &listener)
     } catch (const PluginThrew &failure) {
         listener.threw(failure.what());
         return;
+    } catch (const std::exception &failure) {
+        listener.unusable(problems_of(failure));
     }
     listener.ended();
 }

@@ -1,5 +1,7 @@
 #include "checker/supervisor.h"
 
+#include "checker/process_end.h"
+
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -71,6 +73,7 @@ Pipe make_pipe()
 [[noreturn]] void run_child(const ChildWork &work, const Pipe &lines, const Pipe &output)
 {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
+    remove_crash_handler();
     // What the operator types is for the parent.
     const Descriptor nothing(open("/dev/null", O_RDONLY | O_CLOEXEC));
     dup2(nothing.get(), STDIN_FILENO);

@@ -16,12 +16,38 @@ namespace host
 namespace
 {
 
+void report_as_text(Outcome &outcome, const CheckOptions &options, const Console &console)
+{
+    const Style style(wants_color(options.color, console.out_is_terminal));
+    print_findings(console.out, outcome, style);
+    if (outcome.confirmation.needed && !options.answer && console.ask) {
+        console.out << std::flush;
+        outcome.confirmation.answer = console.ask();
+    }
+    print_conclusion(console.out, outcome, style);
+    if (options.explain || options.calls) {
+        print_explanation(console.out, outcome, options.calls);
+    }
+}
+
+void print_report(Outcome &outcome, const CheckOptions &options, const Console &console)
+{
+    if (options.json) {
+        // Whoever reads JSON is no operator: the answer is given beforehand or not at all.
+        console.out << print_json(json_report(outcome, options.explain || options.calls));
+    } else {
+        report_as_text(outcome, options, console);
+    }
+    flush_or_throw(console.out);
+}
+
 /** Shows how far the check is, and what the plug-in writes that no report will show. */
 class CheckWatcher : public CheckListener
 {
 public:
     CheckWatcher(const CheckOptions &options, const Console &console)
-        : m_is_live(options.trace_level && options.trace_file.empty()), m_err(console.err),
+        : m_options(options), m_console(console),
+          m_is_live(options.trace_level && options.trace_file.empty()), m_err(console.err),
           m_progress(console.err_is_terminal ? &console.err : nullptr)
     {
     }
@@ -37,6 +63,13 @@ public:
         if (m_is_live) {
             show(text);
         }
+    }
+
+    void process_ends(const Outcome &outcome) override
+    {
+        m_progress.clear();
+        Outcome last = outcome;
+        print_report(last, m_options, m_console);
     }
 
     /** A failure's report shows what the plug-in wrote; otherwise it is passed on. */
@@ -55,6 +88,8 @@ private:
         m_err << text << std::flush;
     }
 
+    const CheckOptions &m_options;
+    const Console &m_console;
     bool m_is_live;
     std::ostream &m_err;
     Progress m_progress;
@@ -147,20 +182,6 @@ void note_need(Outcome &outcome, const CheckOptions &options)
     }
 }
 
-void report_as_text(Outcome &outcome, const CheckOptions &options, const Console &console)
-{
-    const Style style(wants_color(options.color, console.out_is_terminal));
-    print_findings(console.out, outcome, style);
-    if (outcome.confirmation.needed && !options.answer && console.ask) {
-        console.out << std::flush;
-        outcome.confirmation.answer = console.ask();
-    }
-    print_conclusion(console.out, outcome, style);
-    if (options.explain || options.calls) {
-        print_explanation(console.out, outcome, options.calls);
-    }
-}
-
 } // namespace
 
 int run_check(const CheckOptions &options, const Console &console)
@@ -169,13 +190,7 @@ int run_check(const CheckOptions &options, const Console &console)
     Outcome outcome = check_or_explain(options, watcher);
     watcher.finish(outcome);
     note_need(outcome, options);
-    if (options.json) {
-        // Whoever reads JSON is no operator: the answer is given beforehand or not at all.
-        console.out << print_json(json_report(outcome, options.explain || options.calls));
-    } else {
-        report_as_text(outcome, options, console);
-    }
-    flush_or_throw(console.out);
+    print_report(outcome, options, console);
     return static_cast<int>(outcome.result());
 }
 

@@ -12,6 +12,8 @@ namespace
 
 using testing::ElementsAre;
 
+constexpr const char *kKey = "17 ";
+
 /** Keeps what it is told. */
 struct Heard : host::AskingListener {
     void step(host::Step) override {}
@@ -47,7 +49,7 @@ protected:
         std::string_view text(buffer.data(), static_cast<std::size_t>(size));
         Heard heard;
         for (auto end = text.find('\n'); end != std::string_view::npos; end = text.find('\n')) {
-            host::replay_event(text.substr(0, end), heard);
+            host::replay_event(text.substr(0, end), kKey, heard);
             text.remove_prefix(end + 1);
         }
         return heard;
@@ -67,7 +69,7 @@ TEST_F(EventLine, an_answer_comes_back_whole_and_before_the_next_request)
         answer.text = text;
         answer.calls = {{"cdb_exists", 1}, {"maapi_exists", 70000}};
         answer.time = std::chrono::nanoseconds(5000000000);
-        host::EventWriter writer(writing_end());
+        host::EventWriter writer(writing_end(), kKey);
         writer.before(41);
         EXPECT_THAT(hear().befores, ElementsAre(41));
         writer.after(41, answer);
@@ -88,7 +90,7 @@ TEST_F(EventLine, an_answer_comes_back_whole_and_before_the_next_request)
 TEST_F(EventLine, the_last_answer_is_told_even_when_nothing_follows)
 {
     {
-        host::EventWriter writer(writing_end());
+        host::EventWriter writer(writing_end(), kKey);
         writer.after(3, engine::Answer());
     }
     EXPECT_EQ(hear().afters.size(), 1U);
@@ -100,7 +102,10 @@ TEST_F(EventLine, nonsense_is_no_event)
     for (const char *line : {"", "b", "bx", "b1x", "a", "a1 2", "a1 0 0 0 1 name", "a1 0 0 0 0 {",
                              "a-1 0 0 0 0 ", "{}", "{\"event\":\"unheard\"}", "c1"}) {
         SCOPED_TRACE(line);
-        EXPECT_THROW(host::replay_event(line, heard), std::runtime_error);
+        EXPECT_THROW(host::replay_event(kKey + std::string(line), kKey, heard), std::runtime_error);
+    }
+    for (const char *line : {"b1", "18 b1", "17b1"}) {
+        EXPECT_THROW(host::replay_event(line, kKey, heard), std::runtime_error) << line;
     }
     EXPECT_TRUE(heard.befores.empty());
     EXPECT_TRUE(heard.afters.empty());
