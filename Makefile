@@ -65,8 +65,8 @@ plot: ## Draws docs/performance.svg from the last benchmarks
 	@cmake/install-deps.sh plot
 	gnuplot -e "data='$(build_dir)/bench-curves.dat'; image='docs/performance.svg'" bench/curves.gp
 
-soak: build ## Makes 100,000 changes in one process and looks for what grows
-	$(bin_dir)/soak 100000
+soak: build ## Runs all golden cases 400 times in one process and looks for what grows
+	$(bin_dir)/soak 400 examples
 
 fuzz: ## Looks for inputs that break something, SECONDS=n with each fuzzer
 	@cmake/install-deps.sh build fuzz

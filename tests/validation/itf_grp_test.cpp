@@ -1,7 +1,6 @@
 #include "fixture.h"
 
 #include "card_xml.h"
-#include "client_answers.h"
 #include "gpon_itf_grp_validation.h"
 
 namespace
@@ -177,7 +176,7 @@ TEST_F(ItfGrp, a_server_whose_pool_is_not_set_is_a_read_that_fails)
 TEST_F(ItfGrp, a_port_that_is_no_enumeration_is_a_programming_error)
 {
     given_connections(wan("ip", "a", port("eth1")));
-    const EnumerationKeysAsNumbers answer;
+    client().enumeration_keys_as_numbers = true;
     EXPECT_DEATH(ask_profile(), "src/validation/gpon_itf_grp_validation:.*"
                                 "\\(&port_cursor.keys\\[0\\]\\)->type == C_ENUM_VALUE");
 }

@@ -1,7 +1,6 @@
 #include "fixture.h"
 
 #include "card_xml.h"
-#include "client_answers.h"
 #include "gpon_onu_rg_profile_validation.h"
 
 #include <base.h>
@@ -99,7 +98,7 @@ TEST_F(OneShotSwitch, an_unchanged_switch_asks_for_no_onus)
 TEST_F(OneShotSwitch, tells_a_value_without_a_name)
 {
     given_onus(onu(1));
-    const NamelessTags nameless;
+    client().nameless_tags = true;
     EXPECT_EQ(ask_switch(), accepted());
     EXPECT_THAT(trace(12), Contains(" : \n"));
 }

@@ -1,6 +1,5 @@
 #include "fixture.h"
 
-#include "client_answers.h"
 #include "gpon_onu_snmp_rt_confirm.h"
 
 #include <stdexcept>
@@ -17,7 +16,7 @@ protected:
     Outcome ask_card() { return ask(onu_snmp_rt_confirmation, "/config/interface/gpon"); }
     Outcome ask_with(const std::string &count)
     {
-        const XPathAnswer answer(count);
+        client().xpath_text = count;
         forget_trace();
         return ask_card();
     }

@@ -1,7 +1,6 @@
 #include "fixture.h"
 
 #include "card_xml.h"
-#include "client_answers.h"
 #include "gpon_line_profile_confirm.h"
 #include "gpon_rg_profile_validation.h"
 #include "gpon_sip_agent_validation.h"
@@ -151,7 +150,7 @@ TEST_P(ProfileInUse, reads_the_count_as_a_decimal_number_with_anything_behind_it
                           {"- 1", no_number}};
     given(kind.card(0));
     for (const Case &count : cases) {
-        const XPathAnswer answer(count.text);
+        client().xpath_text = count.text;
         forget_trace();
         EXPECT_EQ(ask(kind.validator, kind.path()), count.outcome) << count.text;
         EXPECT_THAT(trace(10), ElementsAre(begins(), took())) << count.text;
@@ -163,7 +162,7 @@ TEST_P(ProfileInUse, reads_the_count_as_a_decimal_number_with_anything_behind_it
         }
     }
     for (const char *count : {"2147483648", "-2147483649", "99999999999999999999"}) {
-        const XPathAnswer answer(count);
+        client().xpath_text = count;
         EXPECT_THROW(ask(kind.validator, kind.path()), std::out_of_range) << count;
         EXPECT_EQ(open_sessions(), 0);
     }

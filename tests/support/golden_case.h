@@ -1,0 +1,56 @@
+/** Golden cases as the tests read them: a folder with a change, and what stands above it. */
+#pragma once
+
+#include "edit.h"
+
+#include <fm_host.h>
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+
+namespace test_support
+{
+
+struct GoldenCase {
+    engine::Datastore running;
+    engine::Datastore candidate;
+    fm::Card card;
+};
+
+/** The file of that name in the folder or in the one above. */
+inline std::optional<std::filesystem::path> inherited(const std::filesystem::path &folder,
+                                                      const char *name)
+{
+    for (const auto &place : {folder / name, folder.parent_path() / name}) {
+        if (exists(place)) {
+            return place;
+        }
+    }
+    return std::nullopt;
+}
+
+/** @param checked  Whether YANG must allow the candidate; tests may hold what it forbids. */
+inline GoldenCase read_golden_case(const std::shared_ptr<const engine::Schema> &schema,
+                                   const std::filesystem::path &folder, bool checked = true)
+{
+    using engine::Datastore;
+    Datastore running(schema);
+    if (const auto file = inherited(folder, "running.xml")) {
+        running = Datastore::parse(schema, engine::read_source(*file));
+    }
+    running.check("running.xml");
+    const auto whole = folder / "candidate.xml";
+    const auto edit = exists(folder / "change.xml") ? folder / "change.xml" : folder / "overbook.xml";
+    Datastore candidate = exists(whole)
+                              ? Datastore::parse(schema, engine::read_source(whole), &running)
+                              : engine::apply_edit(running, engine::read_source(edit));
+    if (checked) {
+        candidate.check("candidate");
+    }
+    const auto card = inherited(folder, "card.json");
+    return {std::move(running), std::move(candidate),
+            card ? fm::read_card(*card) : fm::default_card()};
+}
+
+} // namespace test_support

@@ -1,0 +1,48 @@
+/**
+ * Stands between the plug-in and the libraries that it calls: records the calls in their order, and
+ * gives answers that no configuration brings about.
+ */
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+/** What passed between the plug-in and the libraries. */
+struct ClientCall {
+    std::string text;
+    /** Counts the calls that can be made to fail from 1; 0 for others, and for trace lines. */
+    std::uint64_t failing_call = 0;
+};
+
+/** Reported instead of ending the process. */
+struct FaultReport : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+/** One for the process; a test that changes it restores the defaults with `client() = {}`. */
+struct ClientDouble {
+    /** Where calls are recorded; null: nowhere. */
+    std::vector<ClientCall> *record = nullptr;
+    /** Every XPath expression evaluates to this text, though the call answers an error. */
+    std::optional<std::string> xpath_text;
+    /** The first port of every list of Ethernet ports. */
+    std::optional<std::uint8_t> ethernet_port;
+    /** Type of list keys that are enumerations: the model's own, or plain numbers. */
+    bool enumeration_keys_as_numbers = false;
+    /** The schema knows the name of no tag. */
+    bool nameless_tags = false;
+    /** What a session that cannot be opened answers. */
+    int no_session = -1;
+    /** Fault reports are thrown: the process lives on. */
+    bool throw_faults = false;
+    /** Memory that the plug-in has to free: a leaf-list's array, an XPath text. */
+    void *lent = nullptr;
+    /** The monotonic clock shows this and goes on by `clock_step` with each look; none: the real. */
+    std::optional<std::chrono::nanoseconds> clock;
+    std::chrono::nanoseconds clock_step{0};
+};
+ClientDouble &client();
