@@ -1,6 +1,6 @@
 #include "bandwidth_helpers.h"
 
-#include "path.h"
+#include "engine/data/path.h"
 
 #include <cstdint>
 #include <cstdlib>

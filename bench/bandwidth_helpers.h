@@ -1,7 +1,7 @@
 /** Leaves that a bandwidth sum in XPath needs beside the card's own data. */
 #pragma once
 
-#include "datastore.h"
+#include "engine/data/datastore.h"
 
 namespace bench
 {

@@ -1,9 +1,9 @@
 #include "card.h"
 
-#include "card_names.h"
-#include "edit.h"
-#include "model_schema.h"
-#include "tree_writer.h"
+#include "checker/model_schema.h"
+#include "engine/edit/edit.h"
+#include "generator/card_names.h"
+#include "generator/tree_writer.h"
 
 #include <sstream>
 #include <stdexcept>

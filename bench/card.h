@@ -1,8 +1,8 @@
 /** The cards that are measured, and the changes that are made to them. */
 #pragma once
 
-#include "card_generator.h"
-#include "datastore.h"
+#include "engine/data/datastore.h"
+#include "generator/card_generator.h"
 
 #include <cstdint>
 #include <memory>

@@ -2,7 +2,7 @@
 
 #include "gpon_card_valid.h"
 
-#include "path.h"
+#include "engine/data/path.h"
 #include "recorder.h"
 #include "stopwatch.h"
 

@@ -2,9 +2,9 @@
 #pragma once
 
 #include "card.h"
-#include "framework.h"
-#include "plugin.h"
-#include "validation.h"
+#include "checker/plugin.h"
+#include "engine/session/framework.h"
+#include "engine/session/validation.h"
 
 #include <velconfd_host.h>
 

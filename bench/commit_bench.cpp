@@ -2,7 +2,7 @@
 #include "benchmarks.h"
 #include "card.h"
 #include "commit.h"
-#include "edit.h"
+#include "engine/edit/edit.h"
 #include "rule_trial.h"
 #include "stopwatch.h"
 

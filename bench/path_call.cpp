@@ -1,6 +1,6 @@
 #include "path_call.h"
 
-#include "value.h"
+#include "engine/data/value.h"
 
 #include <utility>
 

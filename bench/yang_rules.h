@@ -1,7 +1,7 @@
 /** Rules of the plug-in as a modeller would write them in YANG instead. */
 #pragma once
 
-#include "datastore.h"
+#include "engine/data/datastore.h"
 
 #include <cstdint>
 #include <functional>

@@ -6,19 +6,19 @@
  * configuration and a change with a line of `=====` between them. All other inputs are decisions
  * from which edits are made that fit the data model.
  */
-#include "asking.h"
 #include "byte_reader.h"
-#include "changes.h"
-#include "edit.h"
+#include "checker/asking.h"
+#include "checker/model_schema.h"
+#include "checker/plugin.h"
+#include "checker/recorder.h"
 #include "edit_maker.h"
+#include "engine/data/changes.h"
+#include "engine/edit/edit.h"
 #include "finding.h"
 #include "fm_host.h"
-#include "model_schema.h"
-#include "plugin.h"
-#include "recorder.h"
-#include "report_explain.h"
-#include "report_json.h"
-#include "report_text.h"
+#include "report/report_explain.h"
+#include "report/report_json.h"
+#include "report/report_text.h"
 #include "support/base_card.h"
 #include "zlog_host.h"
 

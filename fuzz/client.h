@@ -2,8 +2,8 @@
 #pragma once
 
 #include "client_arguments.h"
+#include "engine/session/framework.h"
 #include "finding.h"
-#include "framework.h"
 
 #include <confd_maapi.h>
 

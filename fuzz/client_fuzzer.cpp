@@ -3,10 +3,10 @@
  * can express: a call may refuse, but then it says why; and what the client gave back, and what its
  * transaction held, is gone at the end.
  */
+#include "checker/model_schema.h"
 #include "client.h"
-#include "crypto.h"
-#include "edit.h"
-#include "model_schema.h"
+#include "engine/data/crypto.h"
+#include "engine/edit/edit.h"
 #include "support/base_card.h"
 
 #include <confd_cdb.h>

@@ -1,6 +1,6 @@
 #include "edit_maker.h"
 
-#include "yang.h"
+#include "engine/schema/yang.h"
 
 #include <array>
 #include <map>

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "byte_reader.h"
-#include "schema.h"
+#include "engine/schema/schema.h"
 
 #include <string>
 

@@ -2,12 +2,12 @@
  * Rules against plain, slow versions of themselves: on cards that the bytes make up, verdict and
  * text must be the same.
  */
+#include "checker/model_schema.h"
+#include "engine/session/framework.h"
+#include "engine/session/validation.h"
 #include "finding.h"
-#include "framework.h"
 #include "gpon_card_valid.h"
-#include "model_schema.h"
 #include "trial.h"
-#include "validation.h"
 
 #include <velconfd_host.h>
 

@@ -1,6 +1,6 @@
 #include "session.h"
 
-#include "path.h"
+#include "engine/data/path.h"
 
 #include <cstring>
 #include <vector>

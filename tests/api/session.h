@@ -4,7 +4,7 @@
 
 #include "confd_cdb.h"
 #include "confd_maapi.h"
-#include "framework.h"
+#include "engine/session/framework.h"
 #include "support/model.h"
 
 #include <array>

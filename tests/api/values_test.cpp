@@ -1,7 +1,7 @@
 #include "session.h"
 
-#include "crypto.h"
-#include "value.h"
+#include "engine/data/crypto.h"
+#include "engine/data/value.h"
 
 #include <arpa/inet.h>
 

@@ -1,7 +1,7 @@
-#include "changes.h"
+#include "engine/data/changes.h"
 
 #include "card_xml.h"
-#include "path.h"
+#include "engine/data/path.h"
 #include "small_model.h"
 #include "support/model.h"
 

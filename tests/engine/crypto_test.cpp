@@ -1,4 +1,4 @@
-#include "crypto.h"
+#include "engine/data/crypto.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
-#include "crypto.h"
-#include "error.h"
+#include "engine/data/crypto.h"
+#include "engine/data/error.h"
 #include "support/model.h"
 
 #include <gmock/gmock.h>

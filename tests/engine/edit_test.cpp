@@ -1,7 +1,7 @@
-#include "edit.h"
+#include "engine/edit/edit.h"
 
 #include "card_xml.h"
-#include "error.h"
+#include "engine/data/error.h"
 #include "small_model.h"
 #include "support/model.h"
 

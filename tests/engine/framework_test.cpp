@@ -1,4 +1,4 @@
-#include "framework.h"
+#include "engine/session/framework.h"
 #include "support/model.h"
 
 #include <gmock/gmock.h>

@@ -1,7 +1,7 @@
-#include "validation.h"
+#include "engine/session/validation.h"
 
 #include "card_xml.h"
-#include "edit.h"
+#include "engine/edit/edit.h"
 #include "small_model.h"
 #include "support/model.h"
 

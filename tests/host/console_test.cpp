@@ -1,5 +1,5 @@
 /** Questions to the operator: the answers that are understood, and a real terminal. */
-#include "console.h"
+#include "cli/console.h"
 
 #include "program_runner.h"
 

@@ -1,4 +1,4 @@
-#include "event_line.h"
+#include "checker/event_line.h"
 
 #include <gmock/gmock.h>
 

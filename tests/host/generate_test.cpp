@@ -1,7 +1,7 @@
 #include "program_runner.h"
 
-#include "datastore.h"
-#include "model_schema.h"
+#include "checker/model_schema.h"
+#include "engine/data/datastore.h"
 
 #include <nlohmann/json.hpp>
 

@@ -1,7 +1,7 @@
 #include "program_runner.h"
 
-#include "model_schema.h"
-#include "rules.h"
+#include "checker/model_schema.h"
+#include "rules/rules.h"
 
 #include <nlohmann/json.hpp>
 

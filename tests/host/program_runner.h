@@ -2,7 +2,7 @@
  */
 #pragma once
 
-#include "program.h"
+#include "cli/program.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 /** Reports of fixed outcomes, text by text. */
-#include "report_explain.h"
-#include "report_json.h"
-#include "report_text.h"
+#include "report/report_explain.h"
+#include "report/report_json.h"
+#include "report/report_text.h"
 #include "schema_checker.h"
 
 #include <gmock/gmock.h>

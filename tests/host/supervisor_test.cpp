@@ -1,4 +1,4 @@
-#include "supervisor.h"
+#include "checker/supervisor.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -5,7 +5,7 @@
 #include <zlog_host.h>
 
 #include "confd_lib.h"
-#include "framework.h"
+#include "engine/session/framework.h"
 #include "support/model.h"
 
 #include <gmock/gmock.h>

@@ -3,11 +3,11 @@
  * must be the expected one, nothing may be left open, and at the end the process must hold no more
  * memory and files than it did after the first rounds.
  */
-#include "framework.h"
-#include "model_schema.h"
-#include "plugin.h"
+#include "checker/model_schema.h"
+#include "checker/plugin.h"
+#include "engine/session/framework.h"
+#include "engine/session/validation.h"
 #include "support/golden_case.h"
-#include "validation.h"
 
 #include <velconfd_host.h>
 

@@ -1,7 +1,7 @@
 /** Golden cases as the tests read them: a folder with a change, and what stands above it. */
 #pragma once
 
-#include "edit.h"
+#include "engine/edit/edit.h"
 
 #include <fm_host.h>
 

@@ -1,7 +1,7 @@
 /** The card's data model and small configurations of it, for tests. */
 #pragma once
 
-#include "datastore.h"
+#include "engine/data/datastore.h"
 #include "tags.h"
 
 // In angle brackets, because this file has the same name.

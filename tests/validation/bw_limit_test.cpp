@@ -1,7 +1,7 @@
 #include "fixture.h"
 
+#include "engine/data/value.h"
 #include "gpon_bw_limit.h"
-#include "value.h"
 
 #include <sstream>
 

@@ -1,6 +1,6 @@
 #include "client_calls.h"
 
-#include "hooks.h"
+#include "engine/session/hooks.h"
 
 #include <confd_cdb.h>
 #include <confd_lib.h>

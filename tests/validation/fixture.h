@@ -2,9 +2,9 @@
 #pragma once
 
 #include "client_calls.h"
-#include "framework.h"
+#include "engine/data/path.h"
+#include "engine/session/framework.h"
 #include "gpon_card_valid.h"
-#include "path.h"
 #include "platform_settings.h"
 #include "support/model.h"
 

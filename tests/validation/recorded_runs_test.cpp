@@ -8,7 +8,7 @@
 
 #include "client_calls.h"
 #include "support/golden_case.h"
-#include "validation.h"
+#include "engine/session/validation.h"
 
 #include <fstream>
 #include <regex>

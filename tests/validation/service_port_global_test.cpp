@@ -1,8 +1,8 @@
 #include "fixture.h"
 
+#include "engine/data/value.h"
 #include "match_overlap_validation.h"
 #include "valid_service_port.h"
-#include "value.h"
 
 #include <set>
 

@@ -2,7 +2,7 @@
  *  leaves nothing behind. */
 #include "fixture.h"
 
-#include "validation.h"
+#include "engine/session/validation.h"
 
 #include <sys/wait.h>
 #include <unistd.h>

@@ -1,8 +1,8 @@
 #include "fixture.h"
 
-#include "crypto.h"
+#include "engine/data/crypto.h"
+#include "engine/data/value.h"
 #include "gpon_tr069_profile_validation.h"
-#include "value.h"
 
 namespace
 {

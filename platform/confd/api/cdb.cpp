@@ -1,9 +1,9 @@
 /** Reads of the committed configuration. */
 #include "confd_cdb.h"
 
-#include "guard.h"
-#include "reads.h"
-#include "session.h"
+#include "api/guard.h"
+#include "api/reads.h"
+#include "api/session.h"
 
 extern "C" {
 

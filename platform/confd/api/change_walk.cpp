@@ -1,7 +1,7 @@
-#include "change_walk.h"
+#include "api/change_walk.h"
 
-#include "error.h"
-#include "value.h"
+#include "engine/data/error.h"
+#include "engine/data/value.h"
 
 #include <algorithm>
 

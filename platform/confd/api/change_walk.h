@@ -1,9 +1,9 @@
 /** Tells a client of changes. */
 #pragma once
 
-#include "changes.h"
 #include "confd_maapi.h"
-#include "path.h"
+#include "engine/data/changes.h"
+#include "engine/data/path.h"
 
 #include <vector>
 

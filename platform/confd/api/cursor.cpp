@@ -1,9 +1,9 @@
-#include "cursor.h"
+#include "api/cursor.h"
 
-#include "error.h"
-#include "hooks.h"
-#include "path.h"
-#include "session.h"
+#include "api/session.h"
+#include "engine/data/error.h"
+#include "engine/data/path.h"
+#include "engine/session/hooks.h"
 
 #include <algorithm>
 #include <cstdint>

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "confd_maapi.h"
-#include "framework.h"
-#include "value.h"
+#include "engine/data/value.h"
+#include "engine/session/framework.h"
 
 #include <vector>
 

@@ -1,7 +1,7 @@
 /** The last error, and the text that a validation leaves for the operator. */
-#include "guard.h"
+#include "api/guard.h"
 
-#include "error.h"
+#include "engine/data/error.h"
 
 #include <array>
 #include <cstdarg>

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "confd_lib.h"
-#include "hooks.h"
+#include "engine/session/hooks.h"
 
 namespace api
 {

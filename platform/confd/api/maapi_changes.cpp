@@ -1,10 +1,10 @@
 /** Walks over a transaction's changes. */
 #include "confd_maapi.h"
 
-#include "change_walk.h"
-#include "error.h"
-#include "guard.h"
-#include "session.h"
+#include "api/change_walk.h"
+#include "api/guard.h"
+#include "api/session.h"
+#include "engine/data/error.h"
 
 #include <algorithm>
 

@@ -1,10 +1,10 @@
 /** Encrypted values. */
 #include "confd_maapi.h"
 
-#include "crypto.h"
-#include "error.h"
-#include "framework.h"
-#include "guard.h"
+#include "api/guard.h"
+#include "engine/data/crypto.h"
+#include "engine/data/error.h"
+#include "engine/session/framework.h"
 
 #include <cstring>
 

@@ -1,10 +1,10 @@
 /** Walks over lists. */
 #include "confd_maapi.h"
 
-#include "cursor.h"
-#include "guard.h"
-#include "reads.h"
-#include "session.h"
+#include "api/cursor.h"
+#include "api/guard.h"
+#include "api/reads.h"
+#include "api/session.h"
 
 #include <algorithm>
 #include <cstdint>

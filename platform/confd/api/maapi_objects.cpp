@@ -1,11 +1,11 @@
 /** Whole list entries as arrays of values. */
 #include "confd_maapi.h"
 
-#include "cursor.h"
-#include "error.h"
-#include "guard.h"
-#include "output.h"
-#include "path.h"
+#include "api/cursor.h"
+#include "api/guard.h"
+#include "api/output.h"
+#include "engine/data/error.h"
+#include "engine/data/path.h"
 
 #include <algorithm>
 

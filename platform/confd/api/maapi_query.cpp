@@ -1,11 +1,11 @@
 /** Queries in a transaction. */
 #include "confd_maapi.h"
 
-#include "error.h"
-#include "guard.h"
-#include "query.h"
-#include "reads.h"
-#include "session.h"
+#include "api/guard.h"
+#include "api/query.h"
+#include "api/reads.h"
+#include "api/session.h"
+#include "engine/data/error.h"
 
 #include <algorithm>
 #include <map>

@@ -1,11 +1,11 @@
 /** Chosen leaves below a node, in tagged form. */
 #include "confd_maapi.h"
 
-#include "error.h"
-#include "guard.h"
-#include "output.h"
-#include "reads.h"
-#include "session.h"
+#include "api/guard.h"
+#include "api/output.h"
+#include "api/reads.h"
+#include "api/session.h"
+#include "engine/data/error.h"
 
 #include <algorithm>
 #include <vector>

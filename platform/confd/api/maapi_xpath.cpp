@@ -1,11 +1,11 @@
 /** Evaluation of single XPath expressions. */
 #include "confd_maapi.h"
 
-#include "guard.h"
-#include "reads.h"
-#include "session.h"
-#include "value.h"
-#include "xpath.h"
+#include "api/guard.h"
+#include "api/reads.h"
+#include "api/session.h"
+#include "engine/data/value.h"
+#include "engine/data/xpath.h"
 
 extern "C" int maapi_xpath_eval_expr(int sock, int th, const char *expr, char **res,
                                      void (*trace)(char *), const char *fmtpath, ...)

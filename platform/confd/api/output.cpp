@@ -1,6 +1,6 @@
-#include "output.h"
+#include "api/output.h"
 
-#include "hooks.h"
+#include "engine/session/hooks.h"
 
 #include <algorithm>
 #include <cstring>

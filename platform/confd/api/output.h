@@ -1,7 +1,7 @@
 /** How texts and values get into a client's hands. */
 #pragma once
 
-#include "value.h"
+#include "engine/data/value.h"
 
 #include <string>
 

@@ -1,9 +1,9 @@
-#include "query.h"
+#include "api/query.h"
 
-#include "error.h"
-#include "hooks.h"
-#include "value.h"
-#include "xpath.h"
+#include "engine/data/error.h"
+#include "engine/data/value.h"
+#include "engine/data/xpath.h"
+#include "engine/session/hooks.h"
 
 #include <algorithm>
 

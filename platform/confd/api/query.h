@@ -1,9 +1,9 @@
 /** Queries: nodes of an XPath expression, handed out in chunks. */
 #pragma once
 
+#include "api/selector.h"
 #include "confd_maapi.h"
-#include "framework.h"
-#include "selector.h"
+#include "engine/session/framework.h"
 
 #include <memory>
 #include <string>

@@ -1,9 +1,9 @@
 /** One chunk of a query's results. */
-#include "error.h"
-#include "hooks.h"
-#include "path.h"
-#include "query.h"
-#include "value.h"
+#include "api/query.h"
+#include "engine/data/error.h"
+#include "engine/data/path.h"
+#include "engine/data/value.h"
+#include "engine/session/hooks.h"
 
 #include <algorithm>
 

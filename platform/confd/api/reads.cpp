@@ -1,7 +1,7 @@
-#include "reads.h"
+#include "api/reads.h"
 
-#include "error.h"
-#include "value.h"
+#include "engine/data/error.h"
+#include "engine/data/value.h"
 
 #include <algorithm>
 

@@ -1,8 +1,8 @@
 /** Reads that the calls for transactions and for the committed configuration share. */
 #pragma once
 
-#include "datastore.h"
-#include "path.h"
+#include "engine/data/datastore.h"
+#include "engine/data/path.h"
 
 namespace api
 {

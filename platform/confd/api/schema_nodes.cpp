@@ -1,8 +1,8 @@
 /** Calls about the loaded schema. */
-#include "error.h"
-#include "framework.h"
-#include "guard.h"
-#include "path.h"
+#include "api/guard.h"
+#include "engine/data/error.h"
+#include "engine/data/path.h"
+#include "engine/session/framework.h"
 
 using engine::Framework;
 using engine::SchemaNode;

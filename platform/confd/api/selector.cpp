@@ -1,8 +1,8 @@
-#include "selector.h"
+#include "api/selector.h"
 
-#include "error.h"
-#include "path.h"
-#include "xpath.h"
+#include "engine/data/error.h"
+#include "engine/data/path.h"
+#include "engine/data/xpath.h"
 
 #include <algorithm>
 #include <string_view>

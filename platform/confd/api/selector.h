@@ -1,7 +1,7 @@
 /** The select and sort expressions of queries. */
 #pragma once
 
-#include "datastore.h"
+#include "engine/data/datastore.h"
 
 #include <string>
 #include <vector>

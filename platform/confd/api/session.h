@@ -1,8 +1,8 @@
 /** What a call's socket and handle stand for. */
 #pragma once
 
-#include "framework.h"
-#include "path.h"
+#include "engine/data/path.h"
+#include "engine/session/framework.h"
 
 namespace api
 {

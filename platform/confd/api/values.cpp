@@ -1,10 +1,10 @@
 /** Printing and freeing of values. */
-#include "error.h"
-#include "framework.h"
-#include "guard.h"
-#include "output.h"
-#include "path.h"
-#include "value.h"
+#include "api/guard.h"
+#include "api/output.h"
+#include "engine/data/error.h"
+#include "engine/data/path.h"
+#include "engine/data/value.h"
+#include "engine/session/framework.h"
 
 #include <algorithm>
 

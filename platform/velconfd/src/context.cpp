@@ -1,7 +1,7 @@
 #include "velconfd.h"
 #include "velconfd_host.h"
 
-#include "framework.h"
+#include "engine/session/framework.h"
 #include "zlog_host.h"
 
 #include <map>

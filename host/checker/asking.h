@@ -1,0 +1,45 @@
+/** Asking the plug-in about a change, from its loading to its end. */
+#pragma once
+
+#include "checker/outcome.h"
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace host
+{
+
+/**
+ * Is told what happens while the plug-in is asked. What the plug-in does is uncertain, so every
+ * step is told before it is taken: whoever listens knows where the plug-in was when it died.
+ */
+class AskingListener
+{
+public:
+    virtual ~AskingListener() = default;
+    /** The plug-in is about to take this step. */
+    virtual void step(Step step) = 0;
+    /** The request of that number (in the order of the plan) is about to be made. */
+    virtual void before(std::size_t request) = 0;
+    virtual void after(std::size_t request, const engine::Answer &answer) = 0;
+    /** The plug-in cannot be used. */
+    virtual void unusable(const std::vector<engine::Problem> &problems) = 0;
+    /** An exception left the plug-in: nothing follows. */
+    virtual void threw(const std::string &exception) = 0;
+    /** All was asked that there was to ask, and the plug-in came to its proper end. */
+    virtual void ended() = 0;
+};
+
+/** What to ask. */
+struct Questions {
+    const engine::Transaction &transaction;
+    const std::vector<engine::Request> &requests;
+    std::string plugin; /**< See Plugin. */
+    bool all = false;   /**< Go on after a rejection. */
+};
+
+/** Loads the plug-in and asks it, in the order that it expects on the card. */
+void ask_plugin(const Questions &questions, AskingListener &listener);
+
+} // namespace host

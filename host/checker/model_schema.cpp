@@ -1,0 +1,21 @@
+#include "checker/model_schema.h"
+
+#include "model.h"
+#include "tags.h"
+
+namespace host
+{
+
+std::shared_ptr<const engine::Schema> load_schema()
+{
+    engine::ModelSource source;
+    for (const auto &text : model::yang_texts()) {
+        source.texts.push_back({std::string(text.name), std::string(text.text)});
+    }
+    source.main_module = model::kMainModule;
+    source.ns = model::kNamespaceTag;
+    source.tag_of = model::tag_of;
+    return engine::Schema::load(source);
+}
+
+} // namespace host

@@ -1,0 +1,74 @@
+#include "checker/outcome.h"
+
+#include <algorithm>
+
+namespace host
+{
+
+const char *name_of(Step step)
+{
+    switch (step) {
+    case Step::kLoad:
+        return "loading";
+    case Step::kInit:
+        return "lib_init";
+    case Step::kName:
+        return "get_validation_point";
+    case Step::kValidate:
+        return "validate";
+    case Step::kFinish:
+        return "lib_finish";
+    }
+    return "an unknown step";
+}
+
+bool Outcome::has(engine::Verdict verdict) const
+{
+    return std::any_of(runs.begin(), runs.end(),
+                       [verdict](const RuleRun &run) { return run.answer.verdict == verdict; });
+}
+
+Result Outcome::result() const
+{
+    if (!problems.empty()) {
+        return Result::kNotChecked;
+    }
+    if (death) {
+        return Result::kPluginDied;
+    }
+    if (has(engine::Verdict::kRejected)) {
+        return Result::kRejected;
+    }
+    if (has(engine::Verdict::kWarning) && !confirmation.answer.value_or(false)) {
+        return Result::kNotConfirmed;
+    }
+    return Result::kAccepted;
+}
+
+std::vector<RuleSummary> summarise(const std::vector<RuleRun> &runs)
+{
+    std::vector<RuleSummary> summaries;
+    std::map<std::string, std::size_t> places;
+    std::set<std::pair<std::string, std::string>> seen_causes;
+    for (const auto &run : runs) {
+        const auto [place, is_new] = places.emplace(run.rule, summaries.size());
+        if (is_new) {
+            summaries.emplace_back();
+            summaries.back().rule = run.rule;
+        }
+        RuleSummary &summary = summaries[place->second];
+        ++summary.instances;
+        summary.verdict = std::max(summary.verdict, run.answer.verdict);
+        summary.time += run.answer.time;
+        for (const auto &[name, count] : run.answer.calls) {
+            summary.calls[name] += count;
+            summary.call_count += count;
+        }
+        if (seen_causes.emplace(run.rule, run.cause).second) {
+            summary.causes.push_back(run.cause);
+        }
+    }
+    return summaries;
+}
+
+} // namespace host

@@ -1,0 +1,99 @@
+/** What came of a check: everything that a report needs, and nothing about how it is printed. */
+#pragma once
+
+#include "engine/data/error.h"
+#include "engine/session/validation.h"
+
+#include <chrono>
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace host
+{
+
+/** How a check ended. The numbers are the program's exit codes. */
+enum class Result {
+    kAccepted = 0,
+    kRejected = 1,
+    kNotConfirmed = 2,
+    kNotChecked = 3, /**< Bad input or options, or a plug-in that cannot be used. */
+    kPluginDied = 4
+};
+
+/** Where the plug-in is in its life. */
+enum class Step { kLoad, kInit, kName, kValidate, kFinish };
+
+/** As the operator reads it, such as `lib_init`. */
+const char *name_of(Step step);
+
+/** One rule, asked about one node. */
+struct RuleRun {
+    std::string rule;  /**< Opaque key. */
+    std::string path;  /**< Node that it was asked about. */
+    std::string cause; /**< Changed node that called for it; empty: it is asked at every commit. */
+    engine::Answer answer;
+};
+
+/** An end that the plug-in should not have come to. */
+struct Death {
+    enum class Kind { kSignal, kExit, kException, kTimeout };
+
+    Kind kind = Kind::kSignal;
+    int number = 0;        /**< Signal, exit status, or seconds waited. */
+    std::string exception; /**< Type and text, for kException. */
+    Step step = Step::kLoad;
+    std::string rule; /**< In Step::kValidate: the rule that was running; may be empty. */
+    std::string path; /**< What it was asked about. */
+};
+
+/** How the change that was checked was given. */
+enum class ChangeForm { kNone, kEdit, kCandidate };
+
+/** Time that a part of the work took. */
+struct Phase {
+    std::string name;
+    std::chrono::nanoseconds time{0};
+};
+
+/** The operator's answer to the warnings. */
+struct Confirmation {
+    bool needed = false;
+    std::optional<bool> answer; /**< Nothing when there was nobody to ask, or no answer came. */
+    bool by_option = false;     /**< The answer was given on the command line. */
+};
+
+struct Outcome {
+    std::string running; /**< File names as the user gave them; empty: an empty configuration. */
+    std::string change;
+    ChangeForm form = ChangeForm::kNone;
+    bool differs =
+        false; /**< Whether the candidate is another configuration than the running one. */
+    std::size_t planned = 0; /**< Requests that the change calls for. */
+    std::vector<RuleRun> runs;
+    std::vector<engine::Problem> problems; /**< Why it could not be checked. */
+    std::optional<Death> death;
+    std::string plugin_output; /**< What the plug-in wrote before it failed. */
+    Confirmation confirmation;
+    std::vector<Phase> phases;
+
+    bool has(engine::Verdict verdict) const;
+    Result result() const;
+};
+
+/** What the runs of one rule add up to. */
+struct RuleSummary {
+    std::string rule;
+    std::size_t instances = 0;
+    engine::Verdict verdict = engine::Verdict::kAccepted; /**< The worst. */
+    std::map<std::string, std::uint64_t> calls;
+    std::uint64_t call_count = 0;
+    std::chrono::nanoseconds time{0};
+    std::vector<std::string> causes; /**< Each once, in the order of asking. */
+};
+
+/** One summary for each rule that ran, in the order in which they ran first. */
+std::vector<RuleSummary> summarise(const std::vector<RuleRun> &runs);
+
+} // namespace host

@@ -1,0 +1,76 @@
+#include "cli/generate_command.h"
+
+#include "checker/model_schema.h"
+#include "checker/outcome.h"
+#include "model.h"
+
+#include <nlohmann/json.hpp>
+
+#include <fstream>
+#include <memory>
+#include <ostream>
+#include <stdexcept>
+
+namespace host
+{
+namespace
+{
+
+std::unique_ptr<TreeWriter> make_writer(const GenerateOptions &options, std::ostream &out)
+{
+    if (options.format == engine::Format::kJson) {
+        return std::make_unique<JsonWriter>(out, std::string(model::kMainModule));
+    }
+    return std::make_unique<XmlWriter>(out, load_schema()->module()->ns);
+}
+
+void write_configuration(const GenerateOptions &options, std::ostream &out)
+{
+    const auto writer = make_writer(options, out);
+    CardGenerator(options.shape, *writer).write();
+}
+
+/** The card must not expect more PON links than the configuration has. */
+void write_card(const CardShape &shape, std::ostream &out)
+{
+    const nlohmann::ordered_json card{{"do_bw_check", true},
+                                      {"max_onus_per_pon_link", 128},
+                                      {"max_pon_links", shape.links},
+                                      {"manageable_pon_links", shape.links}};
+    out << card.dump(2) << '\n';
+}
+
+template <typename Write>
+void write_file(const std::string &path, const Write &write)
+{
+    std::ofstream out(path);
+    write(out);
+    if (!out.flush()) {
+        throw std::runtime_error(path + ": cannot be written");
+    }
+}
+
+} // namespace
+
+int run_generate(const GenerateOptions &options, const Console &console)
+{
+    const CardShape &shape = options.shape;
+    if (shape.service_ports > shape.links * shape.onus * kMostServicePortsPerOnu) {
+        console.err << "gpon-validate: " << shape.links * shape.onus
+                    << " ONUs have no room for so many service ports: at most "
+                    << kMostServicePortsPerOnu << " for each\n";
+        return static_cast<int>(Result::kNotChecked);
+    }
+    if (options.output.empty()) {
+        write_configuration(options, console.out);
+        flush_or_throw(console.out);
+    } else {
+        write_file(options.output, [&](std::ostream &out) { write_configuration(options, out); });
+    }
+    if (!options.card.empty()) {
+        write_file(options.card, [&](std::ostream &out) { write_card(shape, out); });
+    }
+    return 0;
+}
+
+} // namespace host

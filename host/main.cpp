@@ -1,6 +1,0 @@
-#include "program.h"
-
-int main(int argc, char **argv)
-{
-    return host::run_program(argc, argv, host::process_console());
-}

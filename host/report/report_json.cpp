@@ -1,0 +1,174 @@
+#include "report/report_json.h"
+
+#include "report/report_text.h"
+
+namespace host
+{
+namespace
+{
+
+using Json = nlohmann::ordered_json;
+
+const char *word_for(Result result)
+{
+    switch (result) {
+    case Result::kAccepted:
+        return "accepted";
+    case Result::kRejected:
+        return "rejected";
+    case Result::kNotConfirmed:
+        return "not-confirmed";
+    case Result::kNotChecked:
+        return "not-checked";
+    case Result::kPluginDied:
+        return "plugin-died";
+    }
+    return "unknown";
+}
+
+const char *word_for(engine::Verdict verdict)
+{
+    switch (verdict) {
+    case engine::Verdict::kAccepted:
+        return "accepted";
+    case engine::Verdict::kWarning:
+        return "warning";
+    case engine::Verdict::kRejected:
+        return "rejected";
+    }
+    return "unknown";
+}
+
+const char *word_for(Death::Kind kind)
+{
+    switch (kind) {
+    case Death::Kind::kSignal:
+        return "signal";
+    case Death::Kind::kExit:
+        return "exit";
+    case Death::Kind::kException:
+        return "exception";
+    case Death::Kind::kTimeout:
+        return "timeout";
+    }
+    return "unknown";
+}
+
+std::int64_t microseconds(std::chrono::nanoseconds time)
+{
+    return std::chrono::duration_cast<std::chrono::microseconds>(time).count();
+}
+
+Json remarks(const Outcome &outcome, engine::Verdict verdict)
+{
+    Json array = Json::array();
+    for (const auto &run : outcome.runs) {
+        if (run.answer.verdict == verdict) {
+            array.push_back({{"rule", run.rule},
+                             {"path", run.path},
+                             {"result", run.answer.result},
+                             {"text", run.answer.text}});
+        }
+    }
+    return array;
+}
+
+Json confirmation(const Confirmation &confirmation)
+{
+    Json json{{"needed", confirmation.needed}};
+    json["answer"] = confirmation.answer ? Json(*confirmation.answer ? "yes" : "no") : Json();
+    return json;
+}
+
+Json problems(const std::vector<engine::Problem> &found)
+{
+    Json array = Json::array();
+    for (const auto &problem : found) {
+        array.push_back({{"source", problem.source},
+                         {"line", problem.line},
+                         {"path", problem.path},
+                         {"message", problem.message},
+                         {"hint", problem.hint}});
+    }
+    return array;
+}
+
+Json death(const Outcome &outcome)
+{
+    const Death &end = *outcome.death;
+    Json json{{"kind", word_for(end.kind)}, {"step", name_of(end.step)},
+              {"rule", end.rule},           {"path", end.path},
+              {"number", end.number},       {"exception", end.exception},
+              {"sentence", sentence(end)}};
+    return json;
+}
+
+Json requests(const Outcome &outcome)
+{
+    Json array = Json::array();
+    for (const auto &run : outcome.runs) {
+        array.push_back({{"rule", run.rule},
+                         {"path", run.path},
+                         {"cause", run.cause},
+                         {"verdict", word_for(run.answer.verdict)},
+                         {"calls", run.answer.calls},
+                         {"time-us", microseconds(run.answer.time)}});
+    }
+    return array;
+}
+
+Json explanation(const Outcome &outcome)
+{
+    Json rules = Json::array();
+    for (const auto &summary : summarise(outcome.runs)) {
+        rules.push_back({{"rule", summary.rule},
+                         {"requests", summary.instances},
+                         {"verdict", word_for(summary.verdict)},
+                         {"calls", summary.calls},
+                         {"time-us", microseconds(summary.time)}});
+    }
+    Json phases = Json::array();
+    for (const auto &phase : outcome.phases) {
+        phases.push_back({{"phase", phase.name}, {"time-us", microseconds(phase.time)}});
+    }
+    return {{"planned", outcome.planned},
+            {"requests", requests(outcome)},
+            {"rules", rules},
+            {"phases", phases}};
+}
+
+} // namespace
+
+Json json_report(const Outcome &outcome, bool with_explanation)
+{
+    Json json{{"result", word_for(outcome.result())},
+              {"exit-code", static_cast<int>(outcome.result())},
+              {"running", outcome.running}};
+    if (outcome.form != ChangeForm::kNone) {
+        json[outcome.form == ChangeForm::kEdit ? "edit" : "candidate"] = outcome.change;
+    }
+    json["differs"] = outcome.differs;
+    json["rules-ran"] = summarise(outcome.runs).size();
+    json["requests-made"] = outcome.runs.size();
+    json["rejections"] = remarks(outcome, engine::Verdict::kRejected);
+    json["warnings"] = remarks(outcome, engine::Verdict::kWarning);
+    json["confirmation"] = confirmation(outcome.confirmation);
+    json["problems"] = problems(outcome.problems);
+    if (outcome.death) {
+        json["death"] = death(outcome);
+    }
+    if (!outcome.plugin_output.empty()) {
+        json["plugin-output"] = outcome.plugin_output;
+    }
+    if (with_explanation) {
+        json["explanation"] = explanation(outcome);
+    }
+    return json;
+}
+
+std::string print_json(const Json &json)
+{
+    return json.dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
+}
+
+} // namespace host

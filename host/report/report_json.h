@@ -1,0 +1,20 @@
+/** The report of a check for programs. */
+#pragma once
+
+#include "checker/outcome.h"
+
+#include <nlohmann/json.hpp>
+
+namespace host
+{
+
+/**
+ * The report as docs/check-output.schema.json describes it.
+ * @param with_explanation  With every request, the sums of each rule, and times.
+ */
+nlohmann::ordered_json json_report(const Outcome &outcome, bool with_explanation);
+
+/** Text of a JSON document; what is no UTF-8 in it is replaced. */
+std::string print_json(const nlohmann::ordered_json &json);
+
+} // namespace host

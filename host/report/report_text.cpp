@@ -1,0 +1,184 @@
+#include "report/report_text.h"
+
+#include <csignal>
+#include <cstring>
+#include <ostream>
+#include <sstream>
+#include <string_view>
+
+namespace host
+{
+namespace
+{
+
+constexpr std::size_t kMostOutputLines = 40;
+
+std::vector<std::string> lines_of(const std::string &text)
+{
+    std::vector<std::string> lines;
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);) {
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+std::string plural(std::size_t count, const std::string &noun)
+{
+    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+}
+
+/** What a rule said, or that it said nothing: an operator must never face an empty reason. */
+std::string text_of(const engine::Answer &answer)
+{
+    if (!answer.text.empty()) {
+        return answer.text;
+    }
+    if (answer.verdict == engine::Verdict::kWarning) {
+        return "warned without a text";
+    }
+    const bool is_usual = answer.result == CONFD_ERR;
+    return "rejected without a text" +
+           (is_usual ? "" : " (result " + std::to_string(answer.result) + ")");
+}
+
+void print_runs(std::ostream &out, const Outcome &outcome, engine::Verdict verdict,
+                const Style &style)
+{
+    for (const auto &run : outcome.runs) {
+        if (run.answer.verdict != verdict) {
+            continue;
+        }
+        out << "  " << style.strong(run.path) << " (" << run.rule << ")\n";
+        for (const auto &line : lines_of(text_of(run.answer))) {
+            out << "    " << line << '\n';
+        }
+    }
+}
+
+void print_plugin_output(std::ostream &out, const std::string &output)
+{
+    const auto lines = lines_of(output);
+    if (lines.empty()) {
+        return;
+    }
+    const std::size_t first = lines.size() > kMostOutputLines ? lines.size() - kMostOutputLines : 0;
+    out << (first == 0 ? "The plug-in had written:\n" : "The plug-in had written, in the end:\n");
+    for (std::size_t i = first; i < lines.size(); ++i) {
+        out << "  " << lines[i] << '\n';
+    }
+}
+
+std::string cause_of(const Death &death)
+{
+    switch (death.kind) {
+    case Death::Kind::kSignal:
+        return "signal " + std::to_string(death.number) + " (" + strsignal(death.number) + ")";
+    case Death::Kind::kExit:
+        return "it ended the process with exit status " + std::to_string(death.number);
+    case Death::Kind::kException:
+        return "uncaught exception " + death.exception;
+    case Death::Kind::kTimeout:
+        return "no answer within " + std::to_string(death.number) + " s";
+    }
+    return "unknown cause";
+}
+
+std::string accepted_sentence(const Outcome &outcome)
+{
+    std::string text = outcome.confirmation.needed ? "Accepted after confirmation. " : "Accepted. ";
+    if (!outcome.differs) {
+        text += "The candidate does not differ from the running configuration. ";
+    }
+    if (outcome.runs.empty()) {
+        return text + "No rule was called for.";
+    }
+    return text + plural(summarise(outcome.runs).size(), "rule") + " ran (" +
+           plural(outcome.runs.size(), "request") + ").";
+}
+
+std::string not_confirmed_sentence(const Confirmation &confirmation)
+{
+    if (confirmation.answer) {
+        return "Not confirmed.";
+    }
+    return "Not confirmed: nobody answered. Answer beforehand with --yes or --no.";
+}
+
+} // namespace
+
+std::string sentence(const Death &death)
+{
+    std::string text = death.kind == Death::Kind::kTimeout ? "The plug-in was stopped in "
+                                                           : "The plug-in died in ";
+    if (!death.rule.empty()) {
+        text += death.rule + " at " + death.path;
+    } else {
+        text += name_of(death.step);
+    }
+    return text + ": " + cause_of(death);
+}
+
+void print_problems(std::ostream &out, const std::vector<engine::Problem> &problems,
+                    const Style &style)
+{
+    for (const auto &problem : problems) {
+        if (!problem.source.empty()) {
+            out << style.strong(problem.source) << ':';
+        }
+        if (problem.line != 0) {
+            out << problem.line << ':';
+        }
+        out << (problem.source.empty() && problem.line == 0 ? "" : " ");
+        if (!problem.path.empty()) {
+            out << problem.path << ": ";
+        }
+        out << problem.message << '\n';
+        if (!problem.hint.empty()) {
+            out << "  " << problem.hint << '\n';
+        }
+    }
+}
+
+void print_findings(std::ostream &out, const Outcome &outcome, const Style &style)
+{
+    print_problems(out, outcome.problems, style);
+    if (outcome.has(engine::Verdict::kRejected)) {
+        out << style.bad("Objections:") << '\n';
+        print_runs(out, outcome, engine::Verdict::kRejected, style);
+    }
+    if (outcome.has(engine::Verdict::kWarning)) {
+        out << style.warning("Warnings:") << '\n';
+        print_runs(out, outcome, engine::Verdict::kWarning, style);
+    }
+    if (outcome.death) {
+        out << style.bad(sentence(*outcome.death)) << ".\n";
+    }
+    print_plugin_output(out, outcome.plugin_output);
+}
+
+void print_conclusion(std::ostream &out, const Outcome &outcome, const Style &style)
+{
+    if (outcome.confirmation.by_option) {
+        out << "Proceed? [yes,no] " << (*outcome.confirmation.answer ? "yes" : "no") << '\n';
+    }
+    switch (outcome.result()) {
+    case Result::kAccepted:
+        out << style.good(accepted_sentence(outcome)) << '\n';
+        break;
+    case Result::kRejected:
+        out << style.bad("Rejected.") << '\n';
+        break;
+    case Result::kNotConfirmed:
+        out << style.warning(not_confirmed_sentence(outcome.confirmation)) << '\n';
+        break;
+    case Result::kNotChecked:
+        out << style.bad("Not checked.") << '\n';
+        break;
+    case Result::kPluginDied:
+        out << style.bad("Not decided.") << '\n';
+        break;
+    }
+}
+
+} // namespace host

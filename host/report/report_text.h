@@ -1,0 +1,25 @@
+/** The report of a check for people. */
+#pragma once
+
+#include "checker/outcome.h"
+#include "report/style.h"
+
+#include <iosfwd>
+
+namespace host
+{
+
+/** Prints what was found, up to the point where the operator may have to answer. */
+void print_findings(std::ostream &out, const Outcome &outcome, const Style &style);
+
+/** Prints how it ended. */
+void print_conclusion(std::ostream &out, const Outcome &outcome, const Style &style);
+
+/** Prints faults of an input as `file:line: path: message`, with hints. */
+void print_problems(std::ostream &out, const std::vector<engine::Problem> &problems,
+                    const Style &style);
+
+/** How the plug-in died, in one sentence without its stop. */
+std::string sentence(const Death &death);
+
+} // namespace host

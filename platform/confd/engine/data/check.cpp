@@ -1,0 +1,251 @@
+/** YANG validity of a configuration, told with every place that is at fault. */
+#include "engine/data/datastore.h"
+#include "engine/data/error.h"
+#include "engine/data/normalise.h"
+#include "engine/data/path.h"
+#include "engine/data/problems.h"
+#include "engine/edit/edit_text.h"
+
+#include <algorithm>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace engine
+{
+namespace
+{
+
+/** Checking again costs as much as checking: beyond so many faults the rest is told another time.
+ */
+constexpr std::size_t kMostFaults = 20;
+
+/** Schema node of a path with choices and cases; null when there is none. */
+const lysc_node *find_schema(const lysc_module *module, const std::string &path)
+{
+    const lysc_node *siblings = module->data;
+    const lysc_node *node = nullptr;
+    std::size_t begin = 1;
+    while (begin <= path.size()) {
+        const auto end = std::min(path.find('/', begin), path.size());
+        auto name = path.substr(begin, end - begin);
+        name.erase(0, name.find(':') + 1); // From the start when there is no prefix.
+        for (node = siblings; node != nullptr && name != node->name; node = node->next) {
+        }
+        if (node == nullptr) {
+            return nullptr;
+        }
+        siblings = lysc_node_child(node);
+        begin = end + 1;
+    }
+    return node;
+}
+
+bool is_inside(const lysc_node *node, const lysc_node *above)
+{
+    while (node != nullptr && node != above) {
+        node = node->parent;
+    }
+    return node != nullptr;
+}
+
+std::size_t count_children(const lyd_node *parent, const lysc_node *schema)
+{
+    std::size_t count = 0;
+    for (const auto *child = lyd_child(parent); child != nullptr; child = child->next) {
+        count += is_inside(child->schema, schema) ? 1U : 0U;
+    }
+    return count;
+}
+
+std::size_t count_cases(const lyd_node *parent, const lysc_node *choice)
+{
+    std::size_t count = 0;
+    for (const auto *one = lysc_node_child(choice); one != nullptr; one = one->next) {
+        count += count_children(parent, one) > 0 ? 1U : 0U;
+    }
+    return count;
+}
+
+std::size_t least_count(const lysc_node *schema)
+{
+    switch (schema->nodetype) {
+    case LYS_LIST:
+        return reinterpret_cast<const lysc_node_list *>(schema)->min;
+    case LYS_LEAFLIST:
+        return reinterpret_cast<const lysc_node_leaflist *>(schema)->min;
+    default:
+        return 1;
+    }
+}
+
+/** Whether a data node lacks the children that the schema demands, or has those of two cases. */
+bool is_at_fault(const lyd_node *parent, const lysc_node *schema)
+{
+    if (schema->nodetype == LYS_CHOICE && count_cases(parent, schema) > 1) {
+        return true;
+    }
+    const auto *around = schema->parent;
+    if (around != nullptr && around->nodetype == LYS_CASE && count_children(parent, around) == 0) {
+        return false; // Another case was chosen.
+    }
+    return count_children(parent, schema) < least_count(schema);
+}
+
+/** For faults of which libyang names the schema node only. */
+void find_places(const lyd_node *siblings, const lysc_node *schema, std::vector<std::string> &paths)
+{
+    const auto *parent_schema = lysc_data_node(schema->parent);
+    for (; siblings != nullptr; siblings = siblings->next) {
+        if (siblings->schema == parent_schema && is_at_fault(siblings, schema)) {
+            paths.push_back(path_text(siblings));
+        }
+        find_places(lyd_child(siblings), schema, paths);
+    }
+}
+
+/** Finds the faults of a tree that it may change. */
+class FaultFinder
+{
+public:
+    FaultFinder(const Schema &schema, lyd_node *&root, const Source &source)
+        : m_schema(schema), m_root(root), m_source(source)
+    {
+    }
+
+    /**
+     * libyang stops at its first fault. After a reference to nothing the search goes on without
+     * that leaf: there are often several. What comes after those may follow from the leaves that
+     * are gone, so that it is told only when it comes first.
+     */
+    std::vector<Problem> find()
+    {
+        bool go_on = !is_valid();
+        while (go_on) {
+            add_problems();
+            go_on = m_problems.size() < kMostFaults && drop_dangling_reference() && !is_valid() &&
+                    is_dangling(*ly_err_first(m_schema.context()));
+        }
+        if (m_problems.size() >= kMostFaults) {
+            m_problems.push_back({m_source.name, 0, "", "There may be more faults", ""});
+        }
+        ly_err_clean(m_schema.context(), nullptr);
+        return std::move(m_problems);
+    }
+
+private:
+    bool is_valid()
+    {
+        ly_err_clean(m_schema.context(), nullptr);
+        return lyd_validate_all(&m_root, m_schema.context(), LYD_VALIDATE_NO_STATE, nullptr) ==
+               LY_SUCCESS;
+    }
+
+    static bool is_dangling(const ly_err_item &item)
+    {
+        return item.apptag != nullptr && std::string_view(item.apptag) == "instance-required";
+    }
+
+    /** In front: libyang goes through references from the last one. */
+    void add_problems()
+    {
+        std::vector<Problem> found;
+        for (const auto *item = ly_err_first(m_schema.context()); item != nullptr;
+             item = item->next) {
+            auto problem = problem_of(m_schema, *item, m_source.name);
+            if (is_dangling(*item)) {
+                problem.hint = "create what it refers to, or name one that exists";
+            }
+            for (const auto &place : places_of(read_location(item->path), problem.path)) {
+                problem.path = place;
+                problem.line = line_of(problem);
+                found.push_back(problem);
+            }
+        }
+        m_problems.insert(m_problems.begin(), found.begin(), found.end());
+    }
+
+    /** Where a fault is in the data; as libyang tells it, if it tells it. */
+    std::vector<std::string> places_of(const FaultLocation &location, const std::string &told) const
+    {
+        std::vector<std::string> places;
+        const auto *schema = location.data.empty()
+                                 ? find_schema(m_schema.module()->compiled, location.schema)
+                                 : nullptr;
+        if (schema != nullptr) {
+            find_places(m_root, schema, places);
+        }
+        return places.empty() ? std::vector<std::string>{told} : places;
+    }
+
+    /** Line of the node at fault, if it stands in the text once: by its name, and by the value
+     *  that the message quotes. */
+    unsigned line_of(const Problem &problem) const
+    {
+        const auto name = problem.path.substr(problem.path.rfind('/') + 1);
+        const auto quote = problem.message.find('"');
+        const auto end = problem.message.find('"', quote + 1);
+        const bool has_value = problem.message.rfind("Invalid", 0) == 0 && end != std::string::npos;
+        if (m_source.text.empty() || name.empty() || name.find('}') != std::string::npos) {
+            return problem.line; // A list entry is not found by its list's name.
+        }
+        const auto value =
+            has_value ? problem.message.substr(quote + 1, end - quote - 1) : std::string();
+        return line_of_node(m_source.text, name, value);
+    }
+
+    bool drop_dangling_reference()
+    {
+        const auto *item = ly_err_first(m_schema.context());
+        lyd_node *leaf = nullptr;
+        if (item == nullptr || item->next != nullptr || !is_dangling(*item) ||
+            lyd_find_path(m_root, read_location(item->path).data.c_str(), 0, &leaf) != LY_SUCCESS ||
+            lysc_is_key(leaf->schema)) {
+            return false;
+        }
+        lyd_free_tree(leaf);
+        return true;
+    }
+
+    const Schema &m_schema;
+    lyd_node *&m_root;
+    const Source &m_source;
+    std::vector<Problem> m_problems;
+};
+
+LY_ERR note_defaults(lysc_node *node, void *found, ly_bool * /*skip_children*/)
+{
+    if (node->nodetype == LYS_LEAFLIST &&
+        reinterpret_cast<const lysc_node_leaflist *>(node)->dflts != nullptr) {
+        *static_cast<bool *>(found) = true;
+    }
+    return LY_SUCCESS;
+}
+
+/** Whether the model has leaf-lists that YANG may fill in. */
+bool has_leaf_list_defaults(const Schema &schema)
+{
+    bool found = false;
+    lysc_module_dfs_full(schema.module(), note_defaults, &found);
+    return found;
+}
+
+} // namespace
+
+void Datastore::check(const Source &source)
+{
+    auto *context = m_schema->context();
+    const bool is_valid =
+        lyd_validate_all(&m_root, context, LYD_VALIDATE_NO_STATE, nullptr) == LY_SUCCESS;
+    ly_err_clean(context, nullptr);
+    if (!is_valid) {
+        Datastore trial = copy();
+        throw InputError(FaultFinder(*m_schema, trial.m_root, source).find());
+    }
+    if (has_leaf_list_defaults(*m_schema)) {
+        order_by_keys(m_root); // They come in the model's order.
+    }
+}
+
+} // namespace engine

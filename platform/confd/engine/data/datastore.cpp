@@ -1,0 +1,157 @@
+#include "engine/data/datastore.h"
+
+#include "engine/data/error.h"
+#include "engine/data/normalise.h"
+#include "engine/data/path.h"
+#include "engine/data/problems.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <stdexcept>
+#include <utility>
+
+namespace engine
+{
+namespace
+{
+
+LYD_FORMAT yang_format(Format format)
+{
+    return format == Format::kJson ? LYD_JSON : LYD_XML;
+}
+
+[[noreturn]] void fail(const Source &source, const std::string &path, const std::string &message,
+                       const std::string &hint)
+{
+    throw InputError({{source.name, 0, path, message, hint}});
+}
+
+/** One that carries operations is an edit: taking it for a whole configuration would empty the
+ * rest. */
+void refuse_metadata(const lyd_node *siblings, const Source &source)
+{
+    for (; siblings != nullptr; siblings = siblings->next) {
+        if (siblings->meta != nullptr) {
+            fail(source, path_text(siblings),
+                 std::string("The attribute ") + siblings->meta->name + " belongs into edits",
+                 "this is read as a whole configuration");
+        }
+        refuse_metadata(lyd_child(siblings), source);
+    }
+}
+
+void require_one_root(const lyd_node *root, const Schema &schema, const Source &source)
+{
+    if (root == nullptr) {
+        fail(source, "", "There is no configuration in it", root_hint(schema));
+    }
+    for (; root->next != nullptr; root = root->next) {
+        if (root->schema == root->next->schema && root->schema->nodetype == LYS_CONTAINER) {
+            fail(source, path_text(root), "It is there more than once",
+                 "a file holds one configuration");
+        }
+    }
+}
+
+std::string print_tree(const lyd_node *root, Format format, std::uint32_t options)
+{
+    char *printed = nullptr;
+    if (lyd_print_mem(&printed, root, yang_format(format), LYD_PRINT_WITHSIBLINGS | options) !=
+        LY_SUCCESS) {
+        throw std::runtime_error("the configuration cannot be printed");
+    }
+    std::string text = printed != nullptr ? printed : "";
+    std::free(printed);
+    return text;
+}
+
+} // namespace
+
+Format format_of(const std::string &text)
+{
+    const auto first = text.find_first_not_of(" \t\r\n");
+    return first != std::string::npos && text[first] == '{' ? Format::kJson : Format::kXml;
+}
+
+Source read_source(const std::string &path)
+{
+    errno = 0;
+    std::ifstream file(path, std::ios::binary);
+    Source source{path, {}};
+    std::array<char, 65536> chunk{};
+    while (file.read(chunk.data(), chunk.size()) || file.gcount() > 0) {
+        source.text.append(chunk.data(), static_cast<std::size_t>(file.gcount()));
+    }
+    if (!file.is_open() || file.bad()) {
+        const std::string reason = errno != 0 ? std::strerror(errno) : "It cannot be read";
+        throw InputError({{path, 0, "", reason, "a file with a configuration is wanted"}});
+    }
+    return source;
+}
+
+Datastore::Datastore(std::shared_ptr<const Schema> schema) : m_schema(std::move(schema)) {}
+
+Datastore::~Datastore()
+{
+    lyd_free_all(m_root);
+}
+
+Datastore::Datastore(Datastore &&other) noexcept
+    : m_schema(std::move(other.m_schema)), m_root(std::exchange(other.m_root, nullptr))
+{
+}
+
+Datastore &Datastore::operator=(Datastore &&other) noexcept
+{
+    std::swap(m_schema, other.m_schema);
+    std::swap(m_root, other.m_root);
+    return *this;
+}
+
+Datastore Datastore::parse(std::shared_ptr<const Schema> schema, const Source &source,
+                           const Datastore *committed)
+{
+    Datastore tree(std::move(schema));
+    auto *context = tree.m_schema->context();
+    ly_err_clean(context, nullptr);
+    const auto result =
+        lyd_parse_data_mem(context, source.text.c_str(), yang_format(format_of(source.text)),
+                           LYD_PARSE_STRICT | LYD_PARSE_ONLY, 0, &tree.m_root);
+    if (result != LY_SUCCESS) {
+        throw InputError(take_problems(*tree.m_schema, source.name));
+    }
+    require_one_root(tree.m_root, *tree.m_schema, source);
+    refuse_metadata(tree.m_root, source);
+    tree.normalise(committed);
+    return tree;
+}
+
+Datastore Datastore::copy() const
+{
+    Datastore tree(m_schema);
+    if (m_root != nullptr &&
+        lyd_dup_siblings(m_root, nullptr, LYD_DUP_RECURSIVE | LYD_DUP_WITH_FLAGS, &tree.m_root) !=
+            LY_SUCCESS) {
+        throw std::runtime_error("the configuration cannot be copied");
+    }
+    return tree;
+}
+
+std::string Datastore::print(Format format) const
+{
+    const auto text = print_tree(m_root, format, 0);
+    // An empty configuration would print as nothing, which could not be read again.
+    const bool is_empty = text.find_first_not_of("{} \n") == std::string::npos;
+    return is_empty ? print_tree(m_root, format, LYD_PRINT_KEEPEMPTYCONT) : text;
+}
+
+void Datastore::normalise(const Datastore *committed)
+{
+    order_by_keys(m_root);
+    encrypt_leaves(m_root, committed);
+}
+
+} // namespace engine

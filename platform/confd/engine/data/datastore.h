@@ -1,0 +1,75 @@
+/** A configuration: a tree in which system-ordered lists stand in key order. */
+#pragma once
+
+#include "engine/schema/schema.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace engine
+{
+
+enum class Format { kXml, kJson };
+
+/** XML or JSON, by the first character that is not a blank. */
+Format format_of(const std::string &text);
+
+/** Text that somebody wrote, with the name under which errors mention it. */
+struct Source {
+    std::string name;
+    std::string text;
+};
+
+/** Reads a whole file; InputError when that fails. */
+Source read_source(const std::string &path);
+
+/**
+ * Owns a libyang tree. A default value that YANG supplies is in the tree once `check` has run.
+ * Movable; a copy is asked for by name.
+ */
+class Datastore
+{
+public:
+    explicit Datastore(std::shared_ptr<const Schema> schema);
+    ~Datastore();
+    Datastore(Datastore &&) noexcept;
+    Datastore &operator=(Datastore &&) noexcept;
+
+    /**
+     * Parses a whole configuration. Nothing is checked yet but names, types and keys.
+     * Encrypted leaves entered as clear text ($0$) are stored encrypted; where `committed` already
+     * holds the same clear text its cipher text is kept, so that the value does not count as
+     * changed.
+     * @throws InputError
+     */
+    static Datastore parse(std::shared_ptr<const Schema> schema, const Source &source,
+                           const Datastore *committed = nullptr);
+
+    Datastore copy() const;
+
+    /**
+     * YANG validity of the whole tree (mandatory, must, leafref, unique, min- and max-elements);
+     * adds default values. The source is what the errors name; with its text they have lines as
+     * far as the place at fault stands there once.
+     * @throws InputError  With every fault that libyang tells.
+     */
+    void check(const Source &source);
+    void check(const std::string &source_name) { check(Source{source_name, ""}); }
+
+    /** First top-level node; null when empty. */
+    lyd_node *root() const { return m_root; }
+    const Schema &schema() const { return *m_schema; }
+    const std::shared_ptr<const Schema> &schema_ptr() const { return m_schema; }
+
+    std::string print(Format format) const;
+
+private:
+    friend class EditApplier;
+    void normalise(const Datastore *committed); /**< Key order and encryption. */
+
+    std::shared_ptr<const Schema> m_schema;
+    lyd_node *m_root = nullptr;
+};
+
+} // namespace engine

@@ -1,0 +1,186 @@
+#include "engine/data/path.h"
+
+#include "engine/data/error.h"
+
+namespace engine
+{
+namespace
+{
+
+/** First instance of a schema node among siblings. */
+const lyd_node *first_among(const lyd_node *siblings, const SchemaNode &node)
+{
+    lyd_node *match = nullptr;
+    if (siblings != nullptr) {
+        lyd_find_sibling_val(siblings, node.yang, nullptr, 0, &match);
+    }
+    return match;
+}
+
+/** The list's probe; made from an entry, without its contents, where there is none yet. */
+lyd_node *probe_of(const SchemaNode &list, const lyd_node *siblings)
+{
+    const lyd_node *first = list.probe == nullptr ? first_among(siblings, list) : nullptr;
+    if (first != nullptr) {
+        lyd_node *copy = nullptr;
+        if (lyd_dup_single(first, nullptr, LYD_DUP_NO_META, &copy) != LY_SUCCESS) {
+            throw Error(CONFD_ERR_INTERNAL, "cannot look up an entry of " + list.path());
+        }
+        list.probe.reset(copy);
+    }
+    return list.probe.get();
+}
+
+/** Finds a list entry by its hash. A text of predicates takes longer, and needs quoting. */
+const lyd_node *find_entry(const lyd_node *siblings, const Path::Step &step)
+{
+    lyd_node *probe = probe_of(*step.node, siblings);
+    if (probe == nullptr || siblings == nullptr) {
+        return nullptr;
+    }
+    lyd_node *key = lyd_child(probe);
+    for (const std::string &text : step.keys) {
+        const bool is_new = text != lyd_get_value(key);
+        if (is_new && lyd_change_term_canon(key, text.c_str()) != LY_SUCCESS) {
+            // A text that the key's type does not allow: no entry can have it.
+            ly_err_clean(step.node->yang->module->ctx, nullptr);
+            return nullptr;
+        }
+        key = key->next;
+    }
+    lyd_node *match = nullptr;
+    lyd_find_sibling_first(siblings, probe, &match);
+    return match;
+}
+
+/** Finds a step's node. @throws Error  CONFD_ERR_BADPATH  The step is a list without keys. */
+const lyd_node *find_step(const lyd_node *siblings, const Path &path, const Path::Step &step)
+{
+    if (!step.node->is_list()) {
+        return first_among(siblings, *step.node);
+    }
+    if (step.keys.empty()) {
+        throw Error(CONFD_ERR_BADPATH, "bad path " + path.text() + ": the keys of " +
+                                           step.node->name + " are missing");
+    }
+    return find_entry(siblings, step);
+}
+
+/** Finds the node of the path's first steps, as many as asked. */
+const lyd_node *find_first_steps(const lyd_node *root, const Path &path, std::size_t count)
+{
+    const lyd_node *node = nullptr;
+    for (std::size_t i = 0; i < count; ++i) {
+        node = find_step(i == 0 ? root : lyd_child(node), path, path.steps[i]);
+        if (node == nullptr) {
+            return nullptr;
+        }
+    }
+    return node;
+}
+
+std::string text_of_steps(const Path &path, std::size_t count)
+{
+    std::string text;
+    for (std::size_t i = 0; i < count; ++i) {
+        text += "/" + path.steps[i].node->name + braces(path.steps[i].keys);
+    }
+    return text;
+}
+
+std::vector<std::string> key_texts(const lyd_node *entry)
+{
+    std::vector<std::string> keys;
+    for (const lyd_node *key = lyd_child(entry); key != nullptr && lysc_is_key(key->schema);
+         key = key->next) {
+        keys.emplace_back(lyd_get_value(key));
+    }
+    return keys;
+}
+
+} // namespace
+
+std::string Path::text() const
+{
+    return text_of_steps(*this, steps.size());
+}
+
+const lyd_node *find_node(const lyd_node *root, const Path &path)
+{
+    const std::size_t count = path.steps.size();
+    const bool is_whole_list = path.schema()->is_list() && path.steps.back().keys.empty();
+    const lyd_node *parent = find_first_steps(root, path, count - 1);
+    if (is_whole_list || (parent == nullptr && count > 1)) {
+        return nullptr;
+    }
+    return find_step(count == 1 ? root : lyd_child(parent), path, path.steps.back());
+}
+
+const lyd_node *find_parent(const lyd_node *root, const Path &path)
+{
+    return find_first_steps(root, path, path.steps.size() - 1);
+}
+
+std::string missing_above(const lyd_node *root, const Path &path)
+{
+    const lyd_node *siblings = root;
+    for (std::size_t i = 0; i + 1 < path.steps.size(); ++i) {
+        const Path::Step &step = path.steps[i];
+        const lyd_node *node = find_step(siblings, path, step);
+        // A plain container always is there in meaning, whether the tree has it or not.
+        if (node == nullptr && (step.node->is_list() || step.node->is_presence())) {
+            return text_of_steps(path, i + 1);
+        }
+        siblings = lyd_child(node);
+    }
+    return {};
+}
+
+const lyd_node *first_instance(const lyd_node *root, const lyd_node *parent, const SchemaNode &list)
+{
+    return first_among(parent != nullptr ? lyd_child(parent) : root, list);
+}
+
+const lyd_node *next_instance(const lyd_node *entry)
+{
+    const lyd_node *next = entry->next;
+    return next != nullptr && next->schema == entry->schema ? next : nullptr;
+}
+
+std::string path_text(const lyd_node *node)
+{
+    if (node == nullptr) {
+        return {};
+    }
+    const bool is_entry = node->schema->nodetype == LYS_LIST;
+    return path_text(lyd_parent(node)) + "/" + node->schema->name +
+           (is_entry ? braces(key_texts(node)) : "");
+}
+
+std::string list_path_text(const lyd_node *parent, const SchemaNode &list)
+{
+    return path_text(parent) + "/" + list.name;
+}
+
+std::string quote_key(const std::string &key)
+{
+    if (!key.empty() && key.front() != '"' && key.find_first_of(" {}") == std::string::npos) {
+        return key;
+    }
+    std::string quoted = "\"";
+    for (const char c : key) {
+        quoted += c == '"' || c == '\\' ? std::string{'\\', c} : std::string(1, c);
+    }
+    return quoted + "\"";
+}
+
+std::string braces(const std::vector<std::string> &keys)
+{
+    std::string text;
+    for (const std::string &key : keys) {
+        text += (text.empty() ? "{" : " ") + quote_key(key);
+    }
+    return text.empty() ? text : text + "}";
+}
+
+} // namespace engine

@@ -1,0 +1,83 @@
+/** Paths of the client interface: text with directives, schema nodes, data nodes, keypaths. */
+#pragma once
+
+#include "engine/schema/schema.h"
+
+#include <cstdarg>
+#include <string>
+#include <vector>
+
+namespace engine
+{
+
+/** A path that the schema knows. */
+struct Path {
+    struct Step {
+        const SchemaNode *node = nullptr;
+        std::vector<std::string> keys; /**< By the key leaves' own types; empty: none were given. */
+    };
+    std::vector<Step> steps;
+
+    /** The last step's node. */
+    const SchemaNode *schema() const { return steps.back().node; }
+    /** As the operator knows it. */
+    std::string text() const;
+};
+
+/**
+ * Reads a path with its directives.
+ * @param start  For a relative path; null for an absolute one.
+ * @throws Error  CONFD_ERR_BADPATH, with the path and the element at fault.
+ */
+Path read_path(const Schema &schema, const SchemaNode *start, const char *format, va_list args);
+
+/** The same for an absolute path without directives. */
+Path read_path(const Schema &schema, const std::string &text);
+
+/** The same for a schema node: keys may stand in the path or be left out, and are not looked at. */
+const SchemaNode &read_schema_path(const Schema &schema, const SchemaNode *start,
+                                   const char *format, va_list args);
+
+/**
+ * Finds the data node of a path. For a path that ends in a list without keys this is null: see
+ * find_parent.
+ * @throws Error  CONFD_ERR_BADPATH when a list above the end has no keys.
+ */
+const lyd_node *find_node(const lyd_node *root, const Path &path);
+
+/** Finds the data node above the path's last step. Null when it is not there. */
+const lyd_node *find_parent(const lyd_node *root, const Path &path);
+
+/**
+ * Path of the first list entry or presence container above the path's last step that is not
+ * there; empty when all are.
+ */
+std::string missing_above(const lyd_node *root, const Path &path);
+
+/** First entry of a list or leaf-list below a node (null: at the top); null when there is none. */
+const lyd_node *first_instance(const lyd_node *root, const lyd_node *parent,
+                               const SchemaNode &list);
+
+/** The next entry of the same list. */
+const lyd_node *next_instance(const lyd_node *entry);
+
+/** Keypath of a data node. Texts are copies; release with free_keypath. */
+void fill_keypath(confd_hkeypath_t &keypath, const lyd_node *node);
+/** Keypath of a list below a node, without keys. */
+void fill_list_keypath(confd_hkeypath_t &keypath, const lyd_node *parent, const SchemaNode &list);
+void free_keypath(confd_hkeypath_t &keypath);
+
+/** Brace notation. */
+std::string path_text(const lyd_node *node);
+std::string list_path_text(const lyd_node *parent, const SchemaNode &list);
+
+/** Keys as they stand in a path, such as {1 1 3}; empty when there are none. */
+std::string braces(const std::vector<std::string> &keys);
+
+/**
+ * A key value as it stands in braces: itself, or quoted when it has a blank, a brace or a quote in
+ * front, or is empty. Inside quotes a backslash stands before a quote or a backslash.
+ */
+std::string quote_key(const std::string &key);
+
+} // namespace engine

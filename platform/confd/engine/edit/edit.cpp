@@ -1,0 +1,381 @@
+#include "engine/edit/edit.h"
+
+#include "engine/data/normalise.h"
+#include "engine/data/path.h"
+#include "engine/data/problems.h"
+#include "engine/edit/edit_tree.h"
+
+#include <cstring>
+#include <map>
+#include <stdexcept>
+
+namespace engine
+{
+
+/** Carries out an edit on a copy of the configuration. Gathers what does not fit and goes on. */
+class EditApplier
+{
+public:
+    EditApplier(const Datastore &running, std::string source)
+        : m_running(running), m_candidate(running.copy()), m_source(std::move(source))
+    {
+    }
+
+    Datastore apply(const EditTree &edit)
+    {
+        apply_siblings(edit.root.get(), nullptr, edit.default_operation);
+        if (!m_problems.empty()) {
+            throw InputError(std::move(m_problems));
+        }
+        normalise_siblings(edit.root.get(), nullptr);
+        return std::move(m_candidate);
+    }
+
+private:
+    void apply_siblings(const lyd_node *first, lyd_node *parent, Operation inherited);
+    void apply_node(const lyd_node *node, lyd_node *parent, Operation operation);
+    void apply_inner(const lyd_node *node, lyd_node *parent, lyd_node *target, Operation operation);
+    void apply_value(const lyd_node *node, lyd_node *parent, lyd_node *target);
+    void normalise_siblings(const lyd_node *first, lyd_node *parent);
+    void refuse_two_values(const lyd_node *first);
+    void refuse_two_cases(const lyd_node *first, Operation inherited);
+    void refuse_key_deletion(const lyd_node *entry);
+
+    lyd_node *find(const lyd_node *node, const lyd_node *parent) const;
+    lyd_node *insert_copy(const lyd_node *node, lyd_node *parent);
+    void remove(lyd_node *node);
+    void remove_other_cases(const lyd_node *node);
+    void remove_case(const lysc_node *unselected, const lyd_node *parent);
+
+    void place(const lyd_node *node, lyd_node *target);
+    lyd_node *find_anchor(const lyd_node *node, lyd_node *target);
+
+    void add_problem(const lyd_node *node, const std::string &message, const std::string &hint)
+    {
+        m_problems.push_back({m_source, 0, edit_path(node), message, hint});
+    }
+    lyd_node *siblings_below(const lyd_node *parent) const
+    {
+        return parent != nullptr ? lyd_child(parent) : m_candidate.root();
+    }
+
+    const Datastore &m_running;
+    Datastore m_candidate;
+    std::string m_source;
+    std::vector<Problem> m_problems;
+};
+
+namespace
+{
+
+/** A default that YANG supplies is in the tree, but nobody has set it. */
+bool is_set(const lyd_node *node)
+{
+    return node != nullptr && (node->flags & LYD_DEFAULT) == 0;
+}
+
+bool is_plain_container(const lyd_node *node)
+{
+    return node->schema->nodetype == LYS_CONTAINER && (node->schema->flags & LYS_PRESENCE) == 0;
+}
+
+bool is_in_case(const lysc_node *schema)
+{
+    return schema->parent != nullptr && schema->parent->nodetype == LYS_CASE;
+}
+
+lyd_node *first_of(lyd_node *siblings, const lysc_node *schema)
+{
+    lyd_node *match = nullptr;
+    lyd_find_sibling_val(siblings, schema, nullptr, 0, &match);
+    return match;
+}
+
+/** Value of a node's metadata; null when it has none of that name. */
+const char *metadata(const lyd_node *node, const char *name)
+{
+    const auto *meta = lyd_find_meta(node->meta, nullptr, name);
+    return meta != nullptr ? lyd_get_meta_value(meta) : nullptr;
+}
+
+void require_success(LY_ERR result)
+{
+    if (result != LY_SUCCESS) {
+        throw std::runtime_error("a node of the edit cannot be put into the configuration");
+    }
+}
+
+} // namespace
+
+/** Deletions come first: another case of the same choice may take the place. */
+void EditApplier::apply_siblings(const lyd_node *first, lyd_node *parent, Operation inherited)
+{
+    refuse_two_values(first);
+    refuse_two_cases(first, inherited);
+    for (const bool deletions : {true, false}) {
+        for (const auto *node = first; node != nullptr; node = node->next) {
+            const auto operation = own_operation(node).value_or(inherited);
+            if (is_deletion(operation) == deletions) {
+                apply_node(node, parent, operation);
+            }
+        }
+    }
+}
+
+void EditApplier::apply_node(const lyd_node *node, lyd_node *parent, Operation operation)
+{
+    lyd_node *target = find(node, parent);
+    if (is_deletion(operation)) {
+        if (is_set(target)) {
+            remove(target);
+        } else if (operation == Operation::kDelete) {
+            add_problem(node, "Cannot be deleted: it does not exist",
+                        "the operation remove deletes what may be there");
+        }
+        return;
+    }
+    if (operation == Operation::kCreate && is_set(target)) {
+        add_problem(node, "Cannot be created: it exists already",
+                    "the operation merge changes what is there, replace replaces it");
+        return;
+    }
+    if (operation == Operation::kNone && target == nullptr && !is_plain_container(node)) {
+        add_problem(node, "It does not exist",
+                    "without an operation, an edit goes only through what is there");
+        return;
+    }
+    if ((node->schema->nodetype & LYD_NODE_INNER) != 0) {
+        apply_inner(node, parent, target, operation);
+    } else if (operation != Operation::kNone) {
+        apply_value(node, parent, target);
+    }
+}
+
+/** A container or list entry. */
+void EditApplier::apply_inner(const lyd_node *node, lyd_node *parent, lyd_node *target,
+                              Operation operation)
+{
+    refuse_key_deletion(node);
+    if (target == nullptr) {
+        target = insert_copy(node, parent);
+    } else if (operation == Operation::kReplace) {
+        while (lyd_node *child = lyd_child_no_keys(target)) {
+            remove(child);
+        }
+    }
+    place(node, target);
+    apply_siblings(lyd_child_no_keys(node), target, operation);
+    // A plain container is the case that it stands in only as long as something is in it.
+    if (is_plain_container(target) && is_in_case(target->schema) && !is_set(target)) {
+        remove(target);
+    }
+}
+
+/** A leaf or an entry of a leaf-list. */
+void EditApplier::apply_value(const lyd_node *node, lyd_node *parent, lyd_node *target)
+{
+    const bool same = is_set(target) && lyd_compare_single(node, target, 0) == LY_SUCCESS;
+    if (!same) {
+        if (target != nullptr) {
+            remove(target);
+        }
+        target = insert_copy(node, parent);
+    }
+    place(node, target);
+}
+
+/**
+ * Brings what the edit put into the configuration into key order, and encrypts it. Only there: all
+ * else is as it was in the running configuration, and large.
+ */
+void EditApplier::normalise_siblings(const lyd_node *first, lyd_node *parent)
+{
+    if (parent == nullptr) {
+        order_siblings(m_candidate.m_root);
+    } else if (lyd_node *child = lyd_child(parent); child != nullptr) {
+        order_siblings(child);
+    }
+    for (const auto *node = first; node != nullptr; node = node->next) {
+        if (lyd_node *target = find(node, parent); target != nullptr) {
+            encrypt_if_clear(target, &m_running);
+            normalise_siblings(lyd_child_no_keys(node), target);
+        }
+    }
+}
+
+void EditApplier::refuse_two_values(const lyd_node *first)
+{
+    for (const auto *node = first; node != nullptr && node->next != nullptr; node = node->next) {
+        const auto *schema = node->schema; // libyang puts nodes of the same schema together
+        if (schema != nullptr && schema->nodetype == LYS_LEAF && schema == node->next->schema) {
+            add_problem(node, "It is there more than once", "a leaf has one value");
+        }
+    }
+}
+
+/** The cases of a choice exclude each other: setting nodes of two would keep one of them only. */
+void EditApplier::refuse_two_cases(const lyd_node *first, Operation inherited)
+{
+    struct Chosen {
+        const lysc_node *in_case;
+        const lyd_node *node;
+    };
+    std::map<const lysc_node *, Chosen> choices;
+    for (const auto *node = first; node != nullptr; node = node->next) {
+        if (node->schema == nullptr || is_deletion(own_operation(node).value_or(inherited))) {
+            continue;
+        }
+        for (const auto *schema = node->schema; is_in_case(schema);
+             schema = schema->parent->parent) {
+            const auto *in_case = schema->parent;
+            const auto [found, is_new] =
+                choices.try_emplace(in_case->parent, Chosen{in_case, node});
+            if (!is_new && found->second.in_case != in_case) {
+                add_problem(node,
+                            std::string("Cannot be set together with ") +
+                                found->second.node->schema->name,
+                            "only one of them can be there");
+                break;
+            }
+        }
+    }
+}
+
+void EditApplier::refuse_key_deletion(const lyd_node *entry)
+{
+    for (const auto *key = lyd_child(entry); key != nullptr && lysc_is_key(key->schema);
+         key = key->next) {
+        const auto operation = own_operation(key);
+        if (operation && is_deletion(*operation)) {
+            add_problem(key, "A key cannot be deleted", "put the operation on the list entry");
+        }
+    }
+}
+
+/** What an edit's node means in the candidate; null when it is not there. */
+lyd_node *EditApplier::find(const lyd_node *node, const lyd_node *parent) const
+{
+    lyd_node *siblings = siblings_below(parent);
+    const auto *schema = schema_of(m_candidate.schema(), node)->yang;
+    if ((schema->nodetype & (LYS_LIST | LYS_LEAFLIST)) == 0) {
+        return first_of(siblings, schema);
+    }
+    lyd_node *match = nullptr;
+    lyd_find_sibling_first(siblings, node, &match);
+    return match;
+}
+
+/** Without what is below, but for a list entry's keys. */
+lyd_node *EditApplier::insert_copy(const lyd_node *node, lyd_node *parent)
+{
+    lyd_node *copy = nullptr;
+    require_success(
+        lyd_dup_single(node, reinterpret_cast<lyd_node_inner *>(parent), LYD_DUP_NO_META, &copy));
+    if (parent == nullptr) {
+        require_success(lyd_insert_sibling(m_candidate.m_root, copy, &m_candidate.m_root));
+    }
+    if (is_plain_container(copy)) {
+        copy->flags |= LYD_DEFAULT; // until something is put into it
+    } else {
+        remove_other_cases(copy);
+    }
+    return copy;
+}
+
+void EditApplier::remove(lyd_node *node)
+{
+    if (node == m_candidate.m_root) {
+        m_candidate.m_root = node->next;
+    }
+    lyd_free_tree(node);
+}
+
+/** The node selects the cases that it stands in, and those that plain containers above it do. */
+void EditApplier::remove_other_cases(const lyd_node *node)
+{
+    const auto *parent = lyd_parent(node);
+    for (const auto *schema = node->schema; is_in_case(schema); schema = schema->parent->parent) {
+        const auto *choice = reinterpret_cast<const lysc_node_choice *>(schema->parent->parent);
+        for (const lysc_node_case *other = choice->cases; other != nullptr;
+             other = reinterpret_cast<const lysc_node_case *>(other->next)) {
+            if (&other->node != schema->parent) {
+                remove_case(&other->node, parent);
+            }
+        }
+    }
+    if (parent != nullptr && is_plain_container(parent)) {
+        remove_other_cases(parent);
+    }
+}
+
+void EditApplier::remove_case(const lysc_node *unselected, const lyd_node *parent)
+{
+    const lysc_node *schema = nullptr;
+    while ((schema = lys_getnext(schema, unselected, nullptr, 0)) != nullptr) {
+        while (lyd_node *node = first_of(siblings_below(parent), schema)) {
+            remove(node);
+        }
+    }
+}
+
+/** Moves an entry of a user-ordered list or leaf-list to where yang:insert wants it. */
+void EditApplier::place(const lyd_node *node, lyd_node *target)
+{
+    const char *insert = metadata(node, "yang:insert");
+    if (insert == nullptr) {
+        return;
+    }
+    if (!Schema::of(node)->is_user_ordered()) {
+        add_problem(node, std::string("Cannot be inserted ") + insert,
+                    "the system orders this list");
+        return;
+    }
+    const bool before = std::strcmp(insert, "first") == 0 || std::strcmp(insert, "before") == 0;
+    lyd_node *anchor = find_anchor(node, target);
+    if (anchor != nullptr && anchor != target) {
+        require_success(before ? lyd_insert_before(anchor, target)
+                               : lyd_insert_after(anchor, target));
+        m_candidate.m_root = lyd_first_sibling(m_candidate.m_root);
+    }
+}
+
+/** The entry that yang:insert speaks of; null, with a problem, when there is none. */
+lyd_node *EditApplier::find_anchor(const lyd_node *node, lyd_node *target)
+{
+    const std::string insert = metadata(node, "yang:insert");
+    lyd_node *siblings = siblings_below(lyd_parent(target));
+    if (insert == "first") {
+        return first_of(siblings, node->schema);
+    }
+    if (insert == "last") {
+        lyd_node *last = target;
+        while (last->next != nullptr && last->next->schema == node->schema) {
+            last = last->next;
+        }
+        return last;
+    }
+    const std::string name = Schema::of(node)->is_list() ? "yang:key" : "yang:value";
+    const char *wanted = metadata(node, name.c_str());
+    const std::string where = "Cannot be inserted " + insert;
+    if (wanted == nullptr) {
+        add_problem(node, where + " an entry: " + name + " is missing", "");
+        return nullptr;
+    }
+    lyd_node *anchor = nullptr;
+    const auto result =
+        lyd_find_sibling_val(siblings, node->schema, wanted, std::strlen(wanted), &anchor);
+    if (result == LY_ENOTFOUND) {
+        add_problem(node, where + " " + wanted + ": there is no such entry", "");
+    } else if (result != LY_SUCCESS) {
+        const auto why = take_problems(m_candidate.schema(), m_source);
+        add_problem(node, where + " " + wanted + ": " + why.front().message, "");
+    }
+    return anchor;
+}
+
+Datastore apply_edit(const Datastore &running, const Source &edit)
+{
+    return EditApplier(running, edit.name).apply(parse_edit(running.schema(), edit));
+}
+
+} // namespace engine

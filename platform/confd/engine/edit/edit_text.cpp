@@ -1,0 +1,141 @@
+#include "engine/edit/edit_text.h"
+
+#include <algorithm>
+#include <cctype>
+
+namespace engine
+{
+namespace
+{
+
+bool is_blank(char c)
+{
+    return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+}
+
+bool is_name_character(char c)
+{
+    return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '-' || c == '_' || c == '.';
+}
+
+unsigned line_at(const std::string &text, std::size_t place)
+{
+    const auto end = text.begin() + static_cast<std::ptrdiff_t>(place);
+    return 1 + static_cast<unsigned>(std::count(text.begin(), end, '\n'));
+}
+
+std::size_t skip_blanks(const std::string &text, std::size_t place)
+{
+    while (place < text.size() && is_blank(text[place])) {
+        ++place;
+    }
+    return place;
+}
+
+bool has_at(const std::string &text, std::size_t place, std::string_view wanted)
+{
+    return place <= text.size() && text.compare(place, wanted.size(), wanted) == 0;
+}
+
+/** The character before a name and its prefix, if it has one; NUL at the beginning. */
+char before_name(const std::string &text, std::size_t name)
+{
+    std::size_t place = name;
+    if (place > 0 && text[place - 1] == ':') {
+        --place;
+        while (place > 0 && is_name_character(text[place - 1])) {
+            --place;
+        }
+    }
+    return place > 0 ? text[place - 1] : '\0';
+}
+
+/** @param end  Behind the name of an element. */
+bool element_has_value(const std::string &text, std::size_t end, std::string_view value)
+{
+    const auto close = text.find('>', end);
+    if (close == std::string::npos) {
+        return false;
+    }
+    const auto content = skip_blanks(text, close + 1);
+    return has_at(text, content, value) &&
+           has_at(text, skip_blanks(text, content + value.size()), "<");
+}
+
+/** @param end  Behind the name of a member. */
+bool member_has_value(const std::string &text, std::size_t end, std::string_view value)
+{
+    auto content = skip_blanks(text, skip_blanks(text, end + 1) + 1);
+    content += has_at(text, content, "\"") ? 1 : 0;
+    return has_at(text, content, value);
+}
+
+/** Whether the name at that place is an element's or a member's, with that value. */
+bool is_node_at(const std::string &text, std::size_t place, std::string_view name,
+                std::string_view value)
+{
+    const auto end = place + name.size();
+    switch (before_name(text, place)) {
+    case '<':
+        return end < text.size() && (is_blank(text[end]) || text[end] == '/' || text[end] == '>') &&
+               (value.empty() || element_has_value(text, end, value));
+    case '"':
+        return has_at(text, end, "\"") && has_at(text, skip_blanks(text, end + 1), ":") &&
+               (value.empty() || member_has_value(text, end, value));
+    default:
+        return false;
+    }
+}
+
+template <typename Predicate>
+unsigned line_of_only(const std::string &text, std::string_view name, const Predicate &is_match)
+{
+    auto only = std::string::npos;
+    for (auto place = text.find(name); place != std::string::npos;
+         place = text.find(name, place + 1)) {
+        if (is_match(place)) {
+            if (only != std::string::npos) {
+                return 0;
+            }
+            only = place;
+        }
+    }
+    return only != std::string::npos ? line_at(text, only) : 0;
+}
+
+} // namespace
+
+unsigned line_of_node(const std::string &text, std::string_view name, std::string_view value)
+{
+    return line_of_only(text, name,
+                        [&](std::size_t place) { return is_node_at(text, place, name, value); });
+}
+
+unsigned line_of_attribute(const std::string &text, std::string_view name)
+{
+    return line_of_only(text, name, [&](std::size_t place) {
+        return place > 0 && is_blank(text[place - 1]) &&
+               has_at(text, skip_blanks(text, place + name.size()), "=");
+    });
+}
+
+std::vector<QualifiedMember> find_members(const std::string &text, const std::string &name)
+{
+    std::vector<QualifiedMember> members;
+    const std::string ending = ":" + name + "\"";
+    for (auto colon = text.find(ending); colon != std::string::npos;
+         colon = text.find(ending, colon + 1)) {
+        std::size_t begin = colon;
+        while (begin > 0 && is_name_character(text[begin - 1])) {
+            --begin;
+        }
+        const bool is_member = begin > 0 && text[begin - 1] == '"' &&
+                               has_at(text, skip_blanks(text, colon + ending.size()), ":");
+        if (is_member) {
+            members.push_back({text.substr(begin, colon - begin), name, line_at(text, colon)});
+        }
+    }
+    return members;
+}
+
+} // namespace engine

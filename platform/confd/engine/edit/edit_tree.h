@@ -1,0 +1,62 @@
+/** An edit as it was written: a tree of nodes with operations. For the edit's own files only. */
+#pragma once
+
+#include "engine/data/datastore.h"
+#include "engine/data/error.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace engine
+{
+
+/** Of the operation attribute, and of the elements that may stand around the data. */
+inline constexpr const char *kNetconfNamespace = "urn:ietf:params:xml:ns:netconf:base:1.0";
+
+/** What an edit wants of a node. */
+enum class Operation { kMerge, kReplace, kCreate, kDelete, kRemove, kNone };
+
+inline bool is_deletion(Operation operation)
+{
+    return operation == Operation::kDelete || operation == Operation::kRemove;
+}
+
+/** Owns a tree with all its siblings. */
+using OwnedTree = std::unique_ptr<lyd_node, decltype(&lyd_free_all)>;
+
+struct EditTree {
+    /** Nodes of the model, but for leaves to delete that were written without a value: those are
+     *  opaque nodes. Null when there is nothing to do. */
+    OwnedTree root{nullptr, lyd_free_all};
+    /** Of nodes that have none and inherit none. */
+    Operation default_operation = Operation::kMerge;
+};
+
+/** @throws InputError  With all names and values that the model does not allow. */
+EditTree parse_edit(const Schema &schema, const Source &edit);
+
+/**
+ * What the model does not allow in a tree that was parsed with opaque nodes.
+ * @param strict  What a strict parse of the same text complained about: it knows a line.
+ */
+std::vector<Problem> find_faults(const Schema &schema, const Source &edit, const EditTree &tree,
+                                 const std::vector<Problem> &strict);
+
+/** An opaque node as what it is. */
+const lyd_node_opaq &as_opaque(const lyd_node *node);
+
+/** The operation that the node itself carries, if any. */
+std::optional<Operation> own_operation(const lyd_node *node);
+
+/** Name of an operation that the node itself carries, known or not; null when there is none. */
+const char *operation_text(const lyd_node *node);
+
+/** Schema node of a node of an edit, opaque or not; null for what the model does not know. */
+const SchemaNode *schema_of(const Schema &schema, const lyd_node *node);
+
+/** Brace notation, for opaque nodes as well. */
+std::string edit_path(const lyd_node *node);
+
+} // namespace engine

@@ -1,0 +1,74 @@
+#include "engine/schema/schema.h"
+
+#include "engine/schema/schema_loader.h"
+
+#include <algorithm>
+
+namespace engine
+{
+
+const SchemaNode *SchemaNode::child(std::string_view child_name) const
+{
+    const SchemaNode *node = first_child();
+    while (node != nullptr && node->name != child_name) {
+        node = node->next_sibling();
+    }
+    return node;
+}
+
+bool SchemaNode::is_presence() const
+{
+    return is_container() && (yang->flags & LYS_PRESENCE) != 0;
+}
+
+bool SchemaNode::is_user_ordered() const
+{
+    return (is_list() || is_leaf_list()) && (yang->flags & LYS_ORDBY_USER) != 0;
+}
+
+bool SchemaNode::is_key() const
+{
+    return (yang->flags & LYS_KEY) != 0 && is_leaf();
+}
+
+std::string SchemaNode::path() const
+{
+    return (up() != nullptr ? up()->path() : "") + "/" + name;
+}
+
+std::shared_ptr<const Schema> Schema::load(const ModelSource &source)
+{
+    const std::shared_ptr<Schema> schema(new Schema);
+    SchemaLoader(*schema).load(source);
+    return schema;
+}
+
+Schema::~Schema()
+{
+    for (const auto &node : m_nodes) {
+        node->probe.reset(); // Its values are the context's.
+    }
+    ly_ctx_destroy(m_context);
+}
+
+const SchemaNode *Schema::top(std::string_view name) const
+{
+    const auto found = std::find_if(m_tops.begin(), m_tops.end(),
+                                    [name](const SchemaNode *node) { return node->name == name; });
+    return found != m_tops.end() ? *found : nullptr;
+}
+
+const char *Schema::name_of(std::uint32_t tag) const
+{
+    const auto found = m_names.find(tag);
+    return found != m_names.end() ? found->second.c_str() : nullptr;
+}
+
+const SchemaNode *shared_by(const ValidationPoint &point, const Dependency &dependency)
+{
+    // A point asked once is about the list itself, so only what is above it is shared.
+    const bool is_list_itself = point.once && dependency.common == point.node;
+    return is_list_itself ? point.node->up() : dependency.common;
+}
+
+} // namespace engine

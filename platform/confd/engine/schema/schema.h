@@ -1,0 +1,151 @@
+/** The loaded data model: nodes, types, tags and validation points. */
+#pragma once
+
+#include "confd_lib.h"
+#include "engine/schema/yang.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+/** Type of a leaf's values: the C interface's opaque type. */
+struct confd_type {
+    confd_vtype vtype = C_NOEXISTS;  /**< Of the values; C_UNION for a union. */
+    const lysc_type *yang = nullptr; /**< A leafref's target type. */
+    std::vector<confd_type> members; /**< Of a union, in order. */
+    bool encrypted = false;          /**< aes-cfb-128-encrypted-string. */
+};
+
+namespace engine
+{
+
+/** What the engine needs to know of a model; it knows no model itself. */
+struct ModelSource {
+    struct Text {
+        std::string name; /**< Module or submodule name. */
+        std::string yang;
+    };
+    std::vector<Text> texts;
+    std::string main_module;
+    std::uint32_t ns = 0; /**< Tag of the main module's namespace. */
+    std::uint32_t (*tag_of)(std::string_view name) = nullptr;
+};
+
+struct SchemaNode;
+
+/** A subtree whose change causes a validation point to be asked. */
+struct Dependency {
+    const SchemaNode *target = nullptr;
+    /** Deepest node above (or equal to) both the point's node and the target, whose instances they
+     *  share; null for an absolute path: it reaches all instances. */
+    const SchemaNode *common = nullptr;
+};
+
+/** One `tailf:validate` statement. */
+struct ValidationPoint {
+    std::string name;   /**< Validation point, under which a callback is registered. */
+    std::string opaque; /**< Opaque string. */
+    const SchemaNode *node = nullptr;
+    std::vector<Dependency> dependencies; /**< Empty: asked at every commit. A leaf's own is in. */
+    bool once = false;
+    int priority = 0;
+    std::string description; /**< Of the node that it sits on. */
+};
+
+/**
+ * Node whose instances a point and its dependency share: a change reaches the point's instances
+ * below the changed node's. Null when it reaches all.
+ */
+const SchemaNode *shared_by(const ValidationPoint &point, const Dependency &dependency);
+
+struct FreeEntry {
+    void operator()(lyd_node *entry) const { lyd_free_tree(entry); }
+};
+/** A list entry that stands in no configuration. */
+using LooseEntry = std::unique_ptr<lyd_node, FreeEntry>;
+
+/** A node of the schema; choices and cases are not nodes. Also reachable from libyang's node. */
+struct SchemaNode : confd_cs_node {
+    const lysc_node *yang = nullptr;
+    std::string name;
+    confd_type type_storage;                /**< info.type points here when the node has values. */
+    std::vector<std::uint32_t> key_storage; /**< info.keys points here on a list. */
+    std::vector<const SchemaNode *> key_nodes;
+    int object_size = 0; /**< Values in the value array of an entry. */
+    /**
+     * On a list: what entries are looked up with. libyang finds an entry by the hash of a ready
+     * one; making that anew takes several times longer than changing the keys of the last one. Null
+     * until the first lookup.
+     */
+    mutable LooseEntry probe;
+
+    const SchemaNode *up() const { return static_cast<const SchemaNode *>(parent); }
+    const SchemaNode *first_child() const { return static_cast<const SchemaNode *>(children); }
+    const SchemaNode *next_sibling() const { return static_cast<const SchemaNode *>(next); }
+    /** Child of that name; null if there is none. */
+    const SchemaNode *child(std::string_view child_name) const;
+
+    bool is_list() const { return yang->nodetype == LYS_LIST; }
+    bool is_leaf() const { return yang->nodetype == LYS_LEAF; }
+    bool is_leaf_list() const { return yang->nodetype == LYS_LEAFLIST; }
+    bool is_container() const { return yang->nodetype == LYS_CONTAINER; }
+    bool is_presence() const;
+    bool is_empty_leaf() const { return is_leaf() && type_storage.vtype == C_XMLTAG; }
+    bool is_user_ordered() const;
+    bool is_key() const;
+
+    /** Path without keys, such as /config/interface/gpon/onu. */
+    std::string path() const;
+};
+
+class Schema
+{
+public:
+    /** @throws std::runtime_error  The model is broken, has tags that collide, or uses what the
+     *                              engine does not serve; the text says what and where. */
+    static std::shared_ptr<const Schema> load(const ModelSource &source);
+    ~Schema();
+    Schema(const Schema &) = delete;
+    Schema &operator=(const Schema &) = delete;
+
+    ly_ctx *context() const { return m_context; }
+    const lys_module *module() const { return m_module; }
+    std::uint32_t ns() const { return m_ns; }
+
+    /** Top-level node of that name; null if there is none. */
+    const SchemaNode *top(std::string_view name) const;
+    const std::vector<const SchemaNode *> &tops() const { return m_tops; }
+    /** The engine's node of libyang's. Null for nodes of other modules. */
+    static const SchemaNode *of(const lysc_node *node)
+    {
+        return static_cast<const SchemaNode *>(node->priv);
+    }
+    static const SchemaNode *of(const lyd_node *node)
+    {
+        return node->schema ? of(node->schema) : nullptr;
+    }
+
+    /** Name of a tag; null if no node has it. */
+    const char *name_of(std::uint32_t tag) const;
+    /** In the order in which they are asked: by priority, then as in the model. */
+    const std::vector<ValidationPoint> &points() const { return m_points; }
+
+private:
+    friend class SchemaLoader;
+    Schema() = default;
+
+    ly_ctx *m_context = nullptr;
+    const lys_module *m_module = nullptr;
+    std::string m_module_name;
+    std::uint32_t m_ns = 0;
+    std::vector<std::unique_ptr<SchemaNode>> m_nodes;
+    std::vector<const SchemaNode *> m_tops;
+    std::unordered_map<std::uint32_t, std::string> m_names;
+    std::vector<ValidationPoint> m_points;
+    std::vector<ModelSource::Text> m_texts; /**< libyang asks for imports by name. */
+};
+
+} // namespace engine

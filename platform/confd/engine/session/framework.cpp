@@ -1,0 +1,131 @@
+#include "engine/session/framework.h"
+
+#include <algorithm>
+
+namespace engine
+{
+namespace
+{
+
+Framework *g_current = nullptr;
+
+const char *name_of(SocketKind kind)
+{
+    return kind == SocketKind::kMaapi ? "MAAPI" : "CDB";
+}
+
+} // namespace
+
+Transaction::Transaction(int handle, const Datastore &committed, Datastore candidate)
+    : m_handle(handle), m_committed(committed), m_candidate(std::move(candidate))
+{
+}
+
+Transaction::~Transaction() = default;
+
+const std::vector<Change> &Transaction::changes() const
+{
+    if (!m_changes) {
+        m_changes = compare(m_committed, m_candidate);
+    }
+    return *m_changes;
+}
+
+int Transaction::add_resource(std::unique_ptr<TransactionResource> resource)
+{
+    const int number = m_next_resource++;
+    m_resources.emplace(number, std::move(resource));
+    return number;
+}
+
+TransactionResource *Transaction::find_resource(int number) const
+{
+    const auto found = m_resources.find(number);
+    return found != m_resources.end() ? found->second.get() : nullptr;
+}
+
+bool Transaction::drop_resource(int number)
+{
+    return m_resources.erase(number) > 0;
+}
+
+Framework::Framework(Datastore running) : m_running(std::move(running))
+{
+    if (g_current != nullptr) {
+        throw Error(CONFD_ERR_BADSTATE, "the framework runs already in this process");
+    }
+    g_current = this;
+}
+
+Framework::~Framework()
+{
+    g_current = nullptr;
+}
+
+Framework &Framework::current()
+{
+    if (g_current == nullptr) {
+        throw Error(CONFD_ERR_BADSTATE, "the framework does not run in this process");
+    }
+    return *g_current;
+}
+
+bool Framework::exists()
+{
+    return g_current != nullptr;
+}
+
+int Framework::open_socket(SocketKind kind)
+{
+    const int sock = m_next_socket++;
+    m_sockets.emplace(sock, kind);
+    return sock;
+}
+
+void Framework::close_socket(int sock)
+{
+    m_sockets.erase(sock);
+}
+
+void Framework::require_socket(int sock, SocketKind kind) const
+{
+    const auto found = m_sockets.find(sock);
+    if (found == m_sockets.end()) {
+        throw Error(CONFD_ERR_BADSTATE, "socket " + std::to_string(sock) + " is not open");
+    }
+    if (found->second != kind) {
+        throw Error(CONFD_ERR_BADSTATE, "socket " + std::to_string(sock) + " is a " +
+                                            name_of(found->second) + " socket, not a " +
+                                            name_of(kind) + " socket");
+    }
+}
+
+int Framework::open_sockets(SocketKind kind) const
+{
+    return static_cast<int>(
+        std::count_if(m_sockets.begin(), m_sockets.end(),
+                      [kind](const auto &entry) { return entry.second == kind; }));
+}
+
+Transaction &Framework::begin(Datastore candidate)
+{
+    const int handle = m_next_transaction++;
+    auto transaction = std::make_unique<Transaction>(handle, m_running, std::move(candidate));
+    return *m_transactions.emplace(handle, std::move(transaction)).first->second;
+}
+
+Transaction &Framework::transaction(int handle)
+{
+    const auto found = m_transactions.find(handle);
+    if (found == m_transactions.end()) {
+        throw Error(CONFD_ERR_NOSESSION, "there is no transaction " + std::to_string(handle));
+    }
+    return *found->second;
+}
+
+void Framework::end(int handle)
+{
+    m_transactions.erase(handle);
+}
+
+} // namespace engine

@@ -1,0 +1,102 @@
+/** The running framework: committed configuration, transactions and sockets. */
+#pragma once
+
+#include "engine/data/changes.h"
+#include "engine/data/error.h"
+#include "engine/session/hooks.h"
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace engine
+{
+
+/** What a transaction must release when it ends: cursors and queries that clients left. */
+class TransactionResource
+{
+public:
+    virtual ~TransactionResource() = default;
+};
+
+/** A candidate being validated, with what clients opened in it. */
+class Transaction
+{
+public:
+    Transaction(int handle, const Datastore &committed, Datastore candidate);
+    ~Transaction();
+    Transaction(const Transaction &) = delete;
+    Transaction &operator=(const Transaction &) = delete;
+
+    int handle() const { return m_handle; }
+    const Datastore &committed() const { return m_committed; }
+    const Datastore &candidate() const { return m_candidate; }
+    /** Computed on the first call. */
+    const std::vector<Change> &changes() const;
+
+    /** @return A number above 0 that find_resource knows. */
+    int add_resource(std::unique_ptr<TransactionResource> resource);
+    /** Null when there is none of that number. */
+    TransactionResource *find_resource(int number) const;
+    /** @return Whether there was one. */
+    bool drop_resource(int number);
+
+private:
+    int m_handle;
+    const Datastore &m_committed;
+    Datastore m_candidate;
+    mutable std::optional<std::vector<Change>> m_changes;
+    std::map<int, std::unique_ptr<TransactionResource>> m_resources;
+    int m_next_resource = 1;
+};
+
+enum class SocketKind { kMaapi, kCdb };
+
+/**
+ * The framework of this process; the client library's calls find it through `current`. At most one
+ * exists at a time. Not thread-safe: the host validates on one thread.
+ */
+class Framework
+{
+public:
+    /** @param running  The committed configuration, checked. */
+    explicit Framework(Datastore running);
+    ~Framework();
+    Framework(const Framework &) = delete;
+    Framework &operator=(const Framework &) = delete;
+
+    /** @throws Error  CONFD_ERR_BADSTATE when there is none. */
+    static Framework &current();
+    static bool exists();
+
+    const Schema &schema() const { return m_running.schema(); }
+    const Datastore &running() const { return m_running; }
+
+    /** @return A socket number above 0. */
+    int open_socket(SocketKind kind);
+    void close_socket(int sock);
+    /** @throws Error  CONFD_ERR_BADSTATE: closed, never opened, or of the other kind. */
+    void require_socket(int sock, SocketKind kind) const;
+    int open_sockets(SocketKind kind) const;
+
+    /** Starts a transaction on a candidate (checked by the caller, or deliberately not). */
+    Transaction &begin(Datastore candidate);
+    /** @throws Error  CONFD_ERR_NOSESSION: unknown handle. */
+    Transaction &transaction(int handle);
+    void end(int handle);
+
+    /** Whether maapi_install_crypto_keys has been called in this process. */
+    bool crypto_keys_installed = false;
+
+private:
+    Datastore m_running;
+    std::map<int, SocketKind> m_sockets;
+    std::map<int, std::unique_ptr<Transaction>> m_transactions;
+    int m_next_socket = 1;
+    int m_next_transaction = 1;
+};
+
+} // namespace engine

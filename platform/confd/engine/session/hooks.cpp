@@ -1,0 +1,71 @@
+#include "engine/session/hooks.h"
+
+#include "engine/data/error.h"
+
+#include <algorithm>
+
+namespace engine
+{
+
+Hooks &Hooks::instance()
+{
+    static Hooks hooks;
+    return hooks;
+}
+
+void Hooks::fail_call(std::uint64_t n, int code, bool from_then_on)
+{
+    m_until_failure = n;
+    m_code = code;
+    m_from_then_on = from_then_on;
+    m_has_failed = false;
+}
+
+void Hooks::fail_no_more()
+{
+    m_until_failure = 0;
+}
+
+void Hooks::reset_counts()
+{
+    m_counts.clear();
+}
+
+std::map<std::string, std::uint64_t> Hooks::counts() const
+{
+    std::map<std::string, std::uint64_t> by_name;
+    for (const auto &[name, count] : m_counts) {
+        by_name[name] += count; // Two libraries may have the same literal at two addresses.
+    }
+    return by_name;
+}
+
+void Hooks::count(const char *name)
+{
+    const auto found = std::find_if(m_counts.begin(), m_counts.end(),
+                                    [name](const auto &entry) { return entry.first == name; });
+    if (found != m_counts.end()) {
+        ++found->second;
+    } else {
+        m_counts.emplace_back(name, 1);
+    }
+}
+
+void Hooks::on_call(const char *name)
+{
+    count(name);
+    if (m_until_failure == 0) {
+        return;
+    }
+    if (m_until_failure > 1) {
+        --m_until_failure;
+        return;
+    }
+    if (!m_from_then_on) {
+        m_until_failure = 0;
+    }
+    m_has_failed = true;
+    throw Error(m_code, "forced failure");
+}
+
+} // namespace engine
