@@ -19,7 +19,7 @@
 #include "report/report_explain.h"
 #include "report/report_json.h"
 #include "report/report_text.h"
-#include "support/base_card.h"
+#include "base_card.h"
 #include "zlog_host.h"
 
 #include <sstream>

@@ -7,7 +7,7 @@
 #include "client.h"
 #include "engine/data/crypto.h"
 #include "engine/edit/edit.h"
-#include "support/base_card.h"
+#include "base_card.h"
 
 #include <confd_cdb.h>
 #include <confd_maapi.h>

@@ -1,6 +1,6 @@
 #include "engine/session/validation.h"
 
-#include "card_xml.h"
+#include "support/card_xml.h"
 #include "engine/edit/edit.h"
 #include "small_model.h"
 #include "support/model.h"

@@ -198,8 +198,7 @@ class Workshop:
         tests = [self.place / "tests", "--gtest_brief=1", "--gtest_fail_fast"]
         for command in (tests + ["--gtest_filter=*RecordedRun*"],
                         tests + ["--gtest_filter=-*RecordedRun*"],
-                        [self.build / "bin/soak", "1", ROOT / "examples", folder / "libmutant.so"],
-                        [self.build / "bin/test_startup"]):
+                        [self.build / "bin/soak", "1", ROOT / "examples", folder / "libmutant.so"]):
             if not passes(command, folder):
                 return "killed"
         return "survived"

@@ -122,7 +122,9 @@ struct Path {
 
 std::string sized(int size)
 {
-    return std::string("[").append(std::to_string(size)).append("]");
+    std::ostringstream text;
+    text << "[" << size << "]";
+    return text.str();
 }
 
 std::string sized(const confd_tag_value_t *values, int count)
@@ -156,7 +158,7 @@ extern "C" {
         const Path path(fmt, args);                                                                \
         va_end(args);                                                                              \
         static const auto real = original(#name, &name);                                           \
-        return made(#name + std::string(note) + " " + path.text, [&] {                             \
+        return made(std::string(#name).append(note).append(" ").append(path.text), [&] {                             \
             return real(NAMES passed, fmt, path.words[0], path.words[1], path.words[2],            \
                         path.words[3]);                                                            \
         });                                                                                        \
@@ -166,13 +168,12 @@ extern "C" {
     result name declared                                                                           \
     {                                                                                              \
         static const auto real = original(#name, &name);                                           \
-        return made(#name + std::string(note), [&] { return real passed; });                       \
+        return made(std::string(#name).append(note), [&] { return real passed; });                       \
     }
 
 PATH_CALL(maapi_exists, "", (int sock, int th), (sock, th))
 PATH_CALL(maapi_num_instances, "", (int sock, int th), (sock, th))
 PATH_CALL(maapi_get_elem, "", (int sock, int th, confd_value_t *v), (sock, th, v))
-PATH_CALL(maapi_get_str_elem, sized(n), (int sock, int th, char *buf, int n), (sock, th, buf, n))
 PATH_CALL(maapi_get_u_int32_elem, "", (int sock, int th, uint32_t *v), (sock, th, v))
 PATH_CALL(maapi_get_bool_elem, "", (int sock, int th, int *v), (sock, th, v))
 PATH_CALL(maapi_get_ipv4_elem, "", (int sock, int th, in_addr *v), (sock, th, v))
@@ -229,6 +230,21 @@ int velconfd_config_session_start(void *context)
     });
 }
 
+int maapi_get_str_elem(int sock, int th, char *buf, int n, const char *fmt, ...)
+{
+    if (client().leaf_text) {
+        std::snprintf(buf, static_cast<std::size_t>(n), "%s", client().leaf_text->c_str());
+        return CONFD_OK;
+    }
+    va_list args;
+    va_start(args, fmt);
+    const Path path(fmt, args);
+    va_end(args);
+    static const auto read = original("maapi_get_str_elem", &maapi_get_str_elem);
+    return made("maapi_get_str_elem" + sized(n) + " " + path.text,
+                [&] { return read(sock, th, buf, n, fmt, path.words[0], path.words[1]); });
+}
+
 int maapi_get_list_elem(int sock, int th, confd_value_t **values, int *n, const char *fmt, ...)
 {
     va_list args;
@@ -241,6 +257,7 @@ int maapi_get_list_elem(int sock, int th, confd_value_t **values, int *n, const 
         if (result == CONFD_OK) {
             client().lent = *values;
             (*values)->val.u8 = client().ethernet_port.value_or((*values)->val.u8);
+            (*values)->type = client().mistyped_ports ? C_INT32 : (*values)->type;
         }
         return result;
     });
@@ -286,7 +303,7 @@ int maapi_get_next(maapi_cursor *mc)
 {
     static const auto get_next = original("maapi_get_next", &maapi_get_next);
     const int result = made("maapi_get_next", [&] { return get_next(mc); });
-    if (client().enumeration_keys_as_numbers && mc->keys[0].type == C_ENUM_VALUE) {
+    if (client().mistyped_ports && mc->keys[0].type == C_ENUM_VALUE) {
         mc->keys[0].type = C_INT32;
     }
     return result;
@@ -309,11 +326,27 @@ void confd_trans_seterr(confd_trans_ctx *tctx, const char *fmt, ...)
     std::free(text);
 }
 
+zlog_category_t *velmw_trace_init(void *handle, const char *name)
+{
+    static const auto create = original("velmw_trace_init", &velmw_trace_init);
+    return client().no_category ? nullptr : create(handle, name);
+}
+
+void velmw_print_backtrace(void)
+{
+    if (client().throw_faults) {
+        client().fault = "backtrace, ";
+        return;
+    }
+    static const auto print = original("velmw_print_backtrace", &velmw_print_backtrace);
+    print();
+}
+
 void velmw_gen_fault(int severity, const char *function, const char *file, int line,
                      const char *message)
 {
     if (client().throw_faults) {
-        throw FaultReport(std::to_string(severity) + " " + function + " " + file + ":" +
+        throw FaultReport(client().fault + std::to_string(severity) + " " + function + " " + file + ":" +
                           std::to_string(line) + " " + message);
     }
     static const auto report = original("velmw_gen_fault", &velmw_gen_fault);

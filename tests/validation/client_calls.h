@@ -29,16 +29,21 @@ struct ClientDouble {
     std::vector<ClientCall> *record = nullptr;
     /** Every XPath expression evaluates to this text, though the call answers an error. */
     std::optional<std::string> xpath_text;
+    /** Every leaf that is read as a text has this one. */
+    std::optional<std::string> leaf_text;
     /** The first port of every list of Ethernet ports. */
     std::optional<std::uint8_t> ethernet_port;
-    /** Type of list keys that are enumerations: the model's own, or plain numbers. */
-    bool enumeration_keys_as_numbers = false;
+    /** Ports come as plain numbers: keys that are enumerations, entries of leaf-lists. */
+    bool mistyped_ports = false;
     /** The schema knows the name of no tag. */
     bool nameless_tags = false;
     /** What a session that cannot be opened answers. */
     int no_session = -1;
+    /** The middleware has no trace category to give. */
+    bool no_category = false;
     /** Fault reports are thrown: the process lives on. */
     bool throw_faults = false;
+    std::string fault; /**< What has come before the report. */
     /** Memory that the plug-in has to free: a leaf-list's array, an XPath text. */
     void *lent = nullptr;
     /** The monotonic clock shows this and goes on by `clock_step` with each look; none: the real. */

@@ -109,7 +109,7 @@ private:
         return requests;
     }
 
-    /** Asks about one request, in a transaction of its own. @return The answer in words. */
+    /** Asks about one request, in a transaction of its own. Return The answer in words. */
     std::string ask_rule(std::size_t request)
     {
         client().clock = std::chrono::nanoseconds(0);
@@ -222,7 +222,7 @@ private:
     bool m_with_failures = false;
 };
 
-TEST_P(RecordedRun, takes_the_steps_that_are_written)
+TEST_P(RecordedRun, TakesTheStepsThatAreWritten)
 {
     auto sections = read_sections(GetParam());
     ASSERT_FALSE(sections.empty());
@@ -254,7 +254,7 @@ std::vector<fs::path> all_files()
 INSTANTIATE_TEST_SUITE_P(Rules, RecordedRun, testing::ValuesIn(all_files()),
                          [](const auto &file) { return file.param.stem().string(); });
 
-TEST(RecordedRuns, show_every_rule)
+TEST(RecordedRuns, ShowEveryRule)
 {
     for (const auto &point : test_support::schema()->points()) {
         const auto file = kRoot / "tests/validation/runs" / (point.opaque + ".txt");

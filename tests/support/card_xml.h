@@ -1,4 +1,4 @@
-/** Pieces of the card's configuration as XML, for tests that compare configurations. */
+/** Pieces of the card's configuration as XML. */
 #pragma once
 
 #include <string>
@@ -23,6 +23,13 @@ inline const std::string kCreate = "nc:operation='create'";
 inline const std::string kReplace = "nc:operation='replace'";
 inline const std::string kDelete = "nc:operation='delete'";
 inline const std::string kRemove = "nc:operation='remove'";
+
+/** A profile, or another entry with a name for its key: named("profile/gpon/rg-profile", "home"). */
+inline std::string named(const std::string &path, const std::string &name,
+                         const std::string &inside = "")
+{
+    return xml(path, xml("name", name) + inside);
+}
 
 /** A service port as an edit may name it: without the mandatory nodes. */
 inline std::string port_edit(int id, const std::string &inside, const std::string &attributes = "")
