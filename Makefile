@@ -4,6 +4,7 @@ PRESET ?= desk
 JOBS ?= $(shell nproc)
 BENCH_ARGS ?=
 SECONDS ?= 60
+FILES ?=
 
 build_dir := build/$(PRESET)
 bin_dir := $(build_dir)/bin
@@ -12,7 +13,7 @@ source_dirs := src platform model host tests bench fuzz
 linted := ^$(CURDIR)/(src|platform|model|host)/
 
 .DEFAULT_GOAL := help
-.PHONY: help run test test-powerpc sizes packages test-packages bench plot soak fuzz coverage docs build \
+.PHONY: help run test test-powerpc sizes packages test-packages bench plot mutants soak fuzz coverage docs build \
     configure deps format lint clean
 
 help: ## Lists these commands
@@ -64,6 +65,9 @@ bench: build ## Builds, then runs the benchmarks (BENCH_ARGS="--benchmark_filter
 plot: ## Draws docs/performance.svg from the last benchmarks
 	@cmake/install-deps.sh plot
 	gnuplot -e "data='$(build_dir)/bench-curves.dat'; image='docs/performance.svg'" bench/curves.gp
+
+mutants: build ## Plants faults in the plug-in and tells which no test notices (FILES="trace.cpp ...")
+	nice tests/mutants/mutants.py $(build_dir) $(FILES)
 
 soak: build ## Runs all golden cases 400 times in one process and looks for what grows
 	$(bin_dir)/soak 400 examples

@@ -79,7 +79,8 @@ public:
         if (answer.verdict == engine::Verdict::kAccepted) {
             return;
         }
-        std::string &text = answer.verdict == engine::Verdict::kRejected ? m_objections : m_warnings;
+        std::string &text =
+            answer.verdict == engine::Verdict::kRejected ? m_objections : m_warnings;
         text += "  " + engine::path_of(request) + " (" + request.point->opaque + ")\n";
         std::istringstream lines(answer.text);
         for (std::string line; std::getline(lines, line);) {

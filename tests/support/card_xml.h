@@ -24,7 +24,8 @@ inline const std::string kReplace = "nc:operation='replace'";
 inline const std::string kDelete = "nc:operation='delete'";
 inline const std::string kRemove = "nc:operation='remove'";
 
-/** A profile, or another entry with a name for its key: named("profile/gpon/rg-profile", "home"). */
+/** A profile, or another entry with a name for its key: named("profile/gpon/rg-profile", "home").
+ */
 inline std::string named(const std::string &path, const std::string &name,
                          const std::string &inside = "")
 {

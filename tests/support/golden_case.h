@@ -41,7 +41,8 @@ inline GoldenCase read_golden_case(const std::shared_ptr<const engine::Schema> &
     }
     running.check("running.xml");
     const auto whole = folder / "candidate.xml";
-    const auto edit = exists(folder / "change.xml") ? folder / "change.xml" : folder / "overbook.xml";
+    const auto edit =
+        exists(folder / "change.xml") ? folder / "change.xml" : folder / "overbook.xml";
     Datastore candidate = exists(whole)
                               ? Datastore::parse(schema, engine::read_source(whole), &running)
                               : engine::apply_edit(running, engine::read_source(edit));

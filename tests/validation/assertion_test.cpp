@@ -18,8 +18,7 @@ namespace
 
 using namespace test_support;
 
-const std::string kValidator =
-    "(int32_t, confd_trans_ctx*, confd_hkeypath_t*, confd_value_t*)";
+const std::string kValidator = "(int32_t, confd_trans_ctx*, confd_hkeypath_t*, confd_value_t*)";
 
 class Assertions : public CardTest
 {
@@ -82,7 +81,9 @@ TEST_F(Assertions, OfNewValues)
     confd_value_t newval;
     CONFD_SET_INT32(&newval, 1);
     expect_assertion(
-        [&] { ask(ponlink_fec_confirmation, "/config/interface/gpon{1 1 2}/upstream-fec", &newval); },
+        [&] {
+            ask(ponlink_fec_confirmation, "/config/interface/gpon{1 1 2}/upstream-fec", &newval);
+        },
         "gpon_ponlink_fec_confirm", "", "(newval)->type == C_BOOL");
     expect_assertion(
         [&] { tr069_profile_password_length_check_func(sock(), tctx(), nullptr, &newval); },
@@ -94,13 +95,12 @@ TEST_F(Assertions, OfPorts)
     const std::string rg_profile = named(
         "rg-profile", "a", named("wan-ip-connection", "b", xml("itf-grouping/ports/port", "eth1")));
     const std::string mapping =
-        named("vlan-mapping", "b", xml("uni/ethernet", "1") +
-                                       xml("match/outer", xml("vlan-id", "1") + xml("cos", "1")));
+        named("vlan-mapping", "b",
+              xml("uni/ethernet", "1") + xml("match/outer", xml("vlan-id", "1") + xml("cos", "1")));
     given("", xml("profile/gpon", rg_profile + named("service-profile", "a", mapping)));
     client().mistyped_ports = true;
     expect_assertion([&] { ask(validate_itf_grp, "/config/profile/gpon/rg-profile{a}"); },
-                     "gpon_itf_grp_validation", "",
-                     "(&port_cursor.keys[0])->type == C_ENUM_VALUE");
+                     "gpon_itf_grp_validation", "", "(&port_cursor.keys[0])->type == C_ENUM_VALUE");
     for (const auto &[validator, source] : {std::pair{&validate_vlan_limit, "gpon_vlan_limit"},
                                             std::pair{&validate_vlan_match, "gpon_vlan_match"}}) {
         expect_assertion(
@@ -170,8 +170,8 @@ TEST_F(Assertions, OfServicePorts)
                 service_port_get_leafs(values, sp, interface, onu, gem, match_vlan, action_vlan);
             },
             "valid_service_port", "int service_port_get_leafs(confd_value_t*, uint32_t&, ",
-            "(&values[SP_CONFD_VAL_OFFSET_" + std::string(wrong.name) + "])->type == " +
-                wrong.type);
+            "(&values[SP_CONFD_VAL_OFFSET_" + std::string(wrong.name) +
+                "])->type == " + wrong.type);
     }
 }
 

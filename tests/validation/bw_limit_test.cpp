@@ -3,6 +3,8 @@
 #include "gpon_bw_limit.h"
 #include "support/card_xml.h"
 
+#include <locale>
+
 namespace
 {
 
@@ -116,8 +118,8 @@ TEST_F(BandwidthLimit, SumsTheTcontsOfALineProfile)
 
 TEST_F(BandwidthLimit, ReadsAgainAtEveryCheck)
 {
-    const std::string onus = xml("interface", link(3, onu(1, xml("profile-references/line-profile",
-                                                                 "a"))));
+    const std::string onus =
+        xml("interface", link(3, onu(1, xml("profile-references/line-profile", "a"))));
     const auto ask_link = [this] {
         return ask(validate_max_bandwidth_ponlink, "/config/gpon{1/1}/pon-link{3}/port").text;
     };
@@ -131,6 +133,30 @@ TEST_F(BandwidthLimit, ReadsAgainAtEveryCheck)
     EXPECT_THAT(ask_link(), testing::StartsWith("Total bandwidth exceeds"));
     given("", onus + settings);
     EXPECT_EQ(ask_link(), "Line profile a doesn't not exist.");
+}
+
+TEST_F(BandwidthLimit, NumbersDoNotObeyTheLocaleOfTheHost)
+{
+    struct Grouping : std::numpunct<char> {
+        char do_thousands_sep() const override { return '.'; }
+        std::string do_grouping() const override { return "\1"; }
+    };
+    given("", xml("profile/gpon", bandwidth("b", "type-1", fixed(1200000)) + line("a", {"b"})) +
+                  xml("interface", link(1, onu(1, xml("profile-references/line-profile", "a")))));
+    const auto ask_all = [this] {
+        return ask(validate_max_bandwidth_global, "/config/profile/gpon/line-profile").text;
+    };
+    const std::locale before =
+        std::locale::global(std::locale(std::locale::classic(), new Grouping));
+    const std::string capacities = ask_all();
+    platform_settings.max_tconts_bw_type_1 = 0;
+    const std::string counts = ask_all();
+    std::locale::global(before);
+    EXPECT_EQ(capacities, "Total bandwidth exceeds GPON interface 1/1/1 capacity (1107504 kbits/s)"
+                          "\nFixed bandwidth exceeds GPON interface 1/1/1 capacity (442752 "
+                          "kbits/s)\n");
+    EXPECT_EQ(counts, "Line Profile a cannot have more than 0 TCONTs with bandwidth traffic type "
+                      "1.");
 }
 
 } // namespace

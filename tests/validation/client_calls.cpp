@@ -69,10 +69,7 @@ auto made(const std::string &text, const Call &call)
         std::vector<ClientCall> &record;
         std::size_t place;
         std::uint64_t before;
-        ~AtEnd()
-        {
-            record[place].failing_call = calls_that_count() > before ? before + 1 : 0;
-        }
+        ~AtEnd() { record[place].failing_call = calls_that_count() > before ? before + 1 : 0; }
     } const at_end{*record, place, before};
     return call();
 }
@@ -136,6 +133,22 @@ std::string sized(const confd_tag_value_t *values, int count)
     return text.str();
 }
 
+template <typename Print, typename Value>
+int printed(Print *print, char *buf, int n, const Value *value)
+{
+    if (const auto &text = client().printed) {
+        return std::snprintf(buf, static_cast<std::size_t>(n), "%s", text->c_str());
+    }
+    return print(buf, n, value);
+}
+
+void lend([[maybe_unused]] void *memory)
+{
+#if !defined(__SANITIZE_ADDRESS__) // A sanitizer sees by itself what is not freed.
+    client().lent = memory;
+#endif
+}
+
 /** The socket of the library for that which the plug-in was given. */
 int session_socket(int shown)
 {
@@ -158,7 +171,7 @@ extern "C" {
         const Path path(fmt, args);                                                                \
         va_end(args);                                                                              \
         static const auto real = original(#name, &name);                                           \
-        return made(std::string(#name).append(note).append(" ").append(path.text), [&] {                             \
+        return made(std::string(#name).append(note).append(" ").append(path.text), [&] {           \
             return real(NAMES passed, fmt, path.words[0], path.words[1], path.words[2],            \
                         path.words[3]);                                                            \
         });                                                                                        \
@@ -168,7 +181,7 @@ extern "C" {
     result name declared                                                                           \
     {                                                                                              \
         static const auto real = original(#name, &name);                                           \
-        return made(std::string(#name).append(note), [&] { return real passed; });                       \
+        return made(std::string(#name).append(note), [&] { return real passed; });                 \
     }
 
 PATH_CALL(maapi_exists, "", (int sock, int th), (sock, th))
@@ -206,15 +219,24 @@ PLAIN_CALL(int, maapi_query_stop, "", (int sock, int qh), (sock, qh))
 PLAIN_CALL(int, maapi_install_crypto_keys, "", (int sock), (sock))
 PLAIN_CALL(int, confd_decrypt, sized(len), (const char *in, int len, char *out), (in, len, out))
 PLAIN_CALL(int, confd_max_object_size, "", (confd_cs_node * node), (node))
-PLAIN_CALL(int, confd_pp_value, sized(n), (char *buf, int n, const confd_value_t *v), (buf, n, v))
-PLAIN_CALL(int, confd_pp_kpath, sized(n), (char *buf, int n, const confd_hkeypath_t *kp),
-           (buf, n, kp))
 PLAIN_CALL(int, confd_val2str, sized(n),
            (confd_type * type, const confd_value_t *v, char *buf, int n), (type, v, buf, n))
 PLAIN_CALL(int, velconfd_maapi_socket_get, "", (void *context), (context))
 PLAIN_CALL(void, velconfd_config_session_end, "", (void *context), (context))
 PLAIN_CALL(int, zlog_level_enabled, sized(level), (zlog_category_t * category, const int level),
            (category, level))
+
+int confd_pp_value(char *buf, int n, const confd_value_t *v)
+{
+    static const auto print = original("confd_pp_value", &confd_pp_value);
+    return made("confd_pp_value" + sized(n), [&] { return printed(print, buf, n, v); });
+}
+
+int confd_pp_kpath(char *buf, int n, const confd_hkeypath_t *kp)
+{
+    static const auto print = original("confd_pp_kpath", &confd_pp_kpath);
+    return made("confd_pp_kpath" + sized(n), [&] { return printed(print, buf, n, kp); });
+}
 
 int velconfd_config_session_start(void *context)
 {
@@ -255,9 +277,13 @@ int maapi_get_list_elem(int sock, int th, confd_value_t **values, int *n, const 
     return made("maapi_get_list_elem " + path.text, [&] {
         const int result = read(sock, th, values, n, fmt, path.words[0], path.words[1]);
         if (result == CONFD_OK) {
-            client().lent = *values;
+            lend(*values);
             (*values)->val.u8 = client().ethernet_port.value_or((*values)->val.u8);
             (*values)->type = client().mistyped_ports ? C_INT32 : (*values)->type;
+        } else { // What a failed read leaves is nobody's to free.
+            static confd_value_t nobodys;
+            *values = &nobodys;
+            *n = 1;
         }
         return result;
     });
@@ -276,7 +302,7 @@ int maapi_xpath_eval_expr(int sock, int th, const char *expr, char **res, void (
     static const auto evaluate = original("maapi_xpath_eval_expr", &maapi_xpath_eval_expr);
     return made("maapi_xpath_eval_expr " + std::string(expr), [&] {
         const int result = evaluate(sock, th, expr, res, trace, nullptr);
-        client().lent = *res;
+        lend(*res);
         return result;
     });
 }
@@ -346,14 +372,15 @@ void velmw_gen_fault(int severity, const char *function, const char *file, int l
                      const char *message)
 {
     if (client().throw_faults) {
-        throw FaultReport(client().fault + std::to_string(severity) + " " + function + " " + file + ":" +
-                          std::to_string(line) + " " + message);
+        client().fault += std::to_string(severity) + " " + function + " " + file + ":" +
+                          std::to_string(line) + " " + message;
+        throw std::runtime_error(client().fault);
     }
     static const auto report = original("velmw_gen_fault", &velmw_gen_fault);
     report(severity, function, file, line, message);
 }
 
-#if !defined(__SANITIZE_ADDRESS__) // A sanitizer sees by itself what is not freed.
+#if !defined(__SANITIZE_ADDRESS__)
 void __libc_free(void *memory);
 
 void free(void *memory) noexcept

@@ -7,7 +7,6 @@
 #include <chrono>
 #include <cstdint>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -18,11 +17,6 @@ struct ClientCall {
     std::uint64_t failing_call = 0;
 };
 
-/** Reported instead of ending the process. */
-struct FaultReport : std::runtime_error {
-    using std::runtime_error::runtime_error;
-};
-
 /** One for the process; a test that changes it restores the defaults with `client() = {}`. */
 struct ClientDouble {
     /** Where calls are recorded; null: nowhere. */
@@ -31,6 +25,8 @@ struct ClientDouble {
     std::optional<std::string> xpath_text;
     /** Every leaf that is read as a text has this one. */
     std::optional<std::string> leaf_text;
+    /** What every value and every keypath is printed as. */
+    std::optional<std::string> printed;
     /** The first port of every list of Ethernet ports. */
     std::optional<std::uint8_t> ethernet_port;
     /** Ports come as plain numbers: keys that are enumerations, entries of leaf-lists. */
@@ -41,12 +37,13 @@ struct ClientDouble {
     int no_session = -1;
     /** The middleware has no trace category to give. */
     bool no_category = false;
-    /** Fault reports are thrown: the process lives on. */
+    /** A fault report is kept and thrown as an exception: the process lives on. */
     bool throw_faults = false;
-    std::string fault; /**< What has come before the report. */
+    std::string fault;
     /** Memory that the plug-in has to free: a leaf-list's array, an XPath text. */
     void *lent = nullptr;
-    /** The monotonic clock shows this and goes on by `clock_step` with each look; none: the real. */
+    /** The monotonic clock shows this and goes on by `clock_step` with each look; none: the real.
+     */
     std::optional<std::chrono::nanoseconds> clock;
     std::chrono::nanoseconds clock_step{0};
 };

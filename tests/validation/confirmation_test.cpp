@@ -63,9 +63,9 @@ TEST_P(Count, IsADecimalNumberWithAnythingBehindIt)
     EXPECT_EQ(ask_with("128").result, profile.empty() ? CONFD_OK : CONFD_VALIDATION_WARN);
     for (const char *no_number : {"", "NaN", "- 1"}) {
         EXPECT_EQ(ask_with(no_number), rejected(GetParam().conversion_failure)) << no_number;
-        EXPECT_THAT(trace(12), testing::ElementsAre(testing::AllOf(
-                                   testing::StartsWith("There was an error ("),
-                                   testing::HasSubstr(") (stoi) checking "))));
+        EXPECT_THAT(trace(12),
+                    testing::ElementsAre(testing::AllOf(testing::StartsWith("There was an error ("),
+                                                        testing::HasSubstr(") (stoi) checking "))));
     }
     for (const char *out_of_range : {"2147483648", "-2147483649", "99999999999999999999"}) {
         EXPECT_THROW(ask_with(out_of_range), std::out_of_range) << out_of_range;
@@ -93,11 +93,29 @@ TEST_F(PublishedWarnings, AreReadThroughTheirPointers)
         const Outcome outcome =
             warning == &LINE_PROF_WARN_MSG
                 ? ask(line_profile_confirmation, "/config/profile/gpon/line-profile{p}")
-            : warning == &FEC_WARN_MSG ? ask(ponlink_fec_confirmation, fec, &on)
-                                       : ask(service_port_delete_all_warning, "/config/service-port");
+            : warning == &FEC_WARN_MSG
+                ? ask(ponlink_fec_confirmation, fec, &on)
+                : ask(service_port_delete_all_warning, "/config/service-port");
         EXPECT_EQ(outcome, warned("100%s sure?"));
         *warning = before;
     }
+}
+
+TEST_F(PublishedWarnings, AreCutWhereTheirBufferEnds)
+{
+    const std::string onus = xml("interface", link(1, onu(1)));
+    given(onus + port(1) + port(2), test_support::checked_config(onus));
+    confd_value_t on;
+    CONFD_SET_BOOL(&on, 1);
+    const std::string text(9000, 't');
+    const Outcome cut = warned(text.substr(0, 8191));
+    const char *const fec = std::exchange(FEC_WARN_MSG, text.c_str());
+    const char *const delete_all = std::exchange(SP_DEL_ALL_WARN_MSG, text.c_str());
+    EXPECT_EQ(ask(ponlink_fec_confirmation, "/config/interface/gpon{1 1 1}/upstream-fec", &on),
+              cut);
+    EXPECT_EQ(ask(service_port_delete_all_warning, "/config/service-port"), cut);
+    FEC_WARN_MSG = fec;
+    SP_DEL_ALL_WARN_MSG = delete_all;
 }
 
 class FecConfirm : public CardTest

@@ -90,8 +90,7 @@ TEST_F(Frame, StoresAnyNumber)
     set_num_onus_per_ponlink(4294967295);
     set_num_ponlinks(2147483648);
     set_num_manageable_ponlinks(4294967294);
-    EXPECT_THAT(figures(platform_settings),
-                ElementsAre(1, 3, 3, -1, -2147483648LL, 4294967294LL));
+    EXPECT_THAT(figures(platform_settings), ElementsAre(1, 3, 3, -1, -2147483648LL, 4294967294LL));
 }
 
 TEST_F(Frame, TcontLimitsFollowTheSwitchBothWays)
@@ -131,10 +130,9 @@ TEST(FaultReport, NamesTheFaultAndEndsTheProcess)
                 testing::ExitedWithCode(1), "[^x]x{349}[^x]");
 }
 
-TEST(TraceCategory, IsAskedForAgainUntilTheMiddlewareIsUp)
+// Suites of this name come first: the category is created once, when a process first traces.
+TEST(TraceCategoryDeathTest, IsAskedForAgainUntilTheMiddlewareIsUp)
 {
-    // It is created once in a process: in one that nobody has traced in.
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
     const auto in_new_process = [](int mistakes) { std::_Exit(mistakes); };
     EXPECT_EXIT(
         {
@@ -154,7 +152,6 @@ TEST(TraceCategory, IsAskedForAgainUntilTheMiddlewareIsUp)
             in_new_process(none && get_trace_cat() == nullptr ? 0 : 1);
         },
         testing::ExitedWithCode(0), "");
-    GTEST_FLAG_SET(death_test_style, "fast");
 }
 
 class Stopwatch : public CardTest

@@ -40,7 +40,8 @@ class OnuGatewayCheck : public CardTest
 TEST_F(OnuGatewayCheck, DoesNotReadWhatIsBeingDeleted)
 {
     given("", test_support::xml("interface", test_support::link(3, test_support::onu(5))));
-    EXPECT_EQ(ask(validate_onu_gateway_ip, "/config/interface/gpon{1 1 3}/onu{5}/management"), accepted());
+    EXPECT_EQ(ask(validate_onu_gateway_ip, "/config/interface/gpon{1 1 3}/onu{5}/management"),
+              accepted());
     EXPECT_THAT(engine::Hooks::instance().counts(),
                 testing::ElementsAre(testing::Pair("maapi_exists", 1)));
 }

@@ -49,7 +49,8 @@ TEST_F(OnuUniqueness, ReportsEveryEntryOfARepeatedValue)
 TEST_F(OnuUniqueness, FilesWhatTheMethodCallsFor)
 {
     const auto credentials = [](int id, const std::string &serial, const std::string &password) {
-        return onu(id, xml("auth-method", xml("serial-number", serial) + xml("password", password)));
+        return onu(id,
+                   xml("auth-method", xml("serial-number", serial) + xml("password", password)));
     };
     given("", xml("interface", link(3, credentials(1, "abCDef01ab", "abCDef01ab") +
                                            credentials(2, "abCd", "") + onu(4))));

@@ -42,10 +42,10 @@ struct ServicePorts {
             // Matches differ in the GEM port or in the VLAN.
             const int match = alike.count(id) != 0 ? 0 : id;
             all += port_edit(
-                id, xml("gpon", xml("id", "1/1/3") +
-                                    xml("onu", (incomplete.count(id) != 0 ? "" : xml("id", "5")) +
-                                                   xml("gem/gem-id",
-                                                       std::to_string(1 + match / 1000)))) +
+                id, xml("gpon",
+                        xml("id", "1/1/3") +
+                            xml("onu", (incomplete.count(id) != 0 ? "" : xml("id", "5")) +
+                                           xml("gem/gem-id", std::to_string(1 + match / 1000)))) +
                         xml("match/outer/vlan-id", std::to_string(1 + match % 1000)) +
                         xml("description", "d"));
         }

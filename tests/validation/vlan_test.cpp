@@ -78,8 +78,8 @@ TEST_F(VlanMappings, WithBothKindsOfPortsAreOnTheEthernetPorts)
     EXPECT_EQ(ask(validate_vlan_match, kMapping), accepted());
     std::string mappings = mapping("m", "");
     for (int i = 0; i < 20; ++i) {
-        mappings += mapping("e" + std::to_string(i), kEthernet + kVeip) +
-                    mapping("v" + std::to_string(i), kVeip);
+        mappings += mapping(std::to_string(i) + "e", kEthernet + kVeip) +
+                    mapping(std::to_string(i) + "v", kVeip);
     }
     given_mappings(mappings);
     EXPECT_EQ(ask(validate_vlan_limit, kMapping), accepted());
