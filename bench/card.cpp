@@ -1,7 +1,9 @@
 #include "card.h"
 
 #include "checker/model_schema.h"
+#include "engine/data/yang_check.h"
 #include "engine/edit/edit.h"
+#include "engine/schema/schema_loader.h"
 #include "generator/card_names.h"
 #include "generator/tree_writer.h"
 
@@ -51,7 +53,7 @@ void renumber_service_ports(std::string &text, std::uint32_t count)
 engine::Datastore parse_and_check(const engine::Source &text)
 {
     auto tree = engine::Datastore::parse(schema(), text);
-    tree.check(text);
+    engine::check_yang(tree, text);
     return tree;
 }
 
@@ -125,7 +127,7 @@ engine::Source Card::rewriting_edit() const
 engine::Datastore Card::candidate(const engine::Source &edit) const
 {
     auto result = engine::apply_edit(m_running, edit);
-    result.check(edit);
+    engine::check_yang(result, edit);
     return result;
 }
 

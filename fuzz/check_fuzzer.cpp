@@ -6,6 +6,7 @@
  * configuration and a change with a line of `=====` between them. All other inputs are decisions
  * from which edits are made that fit the data model.
  */
+#include "base_card.h"
 #include "byte_reader.h"
 #include "checker/asking.h"
 #include "checker/model_schema.h"
@@ -13,13 +14,14 @@
 #include "checker/recorder.h"
 #include "edit_maker.h"
 #include "engine/data/changes.h"
+#include "engine/data/yang_check.h"
 #include "engine/edit/edit.h"
+#include "engine/schema/schema_loader.h"
 #include "finding.h"
 #include "fm_host.h"
 #include "report/report_explain.h"
 #include "report/report_json.h"
 #include "report/report_text.h"
-#include "base_card.h"
 #include "zlog_host.h"
 
 #include <sstream>
@@ -40,7 +42,7 @@ Datastore checked(const std::string &text)
 {
     const engine::Source source{"running.xml", text};
     Datastore tree = Datastore::parse(schema(), source);
-    tree.check(source);
+    engine::check_yang(tree, source);
     return tree;
 }
 
@@ -48,7 +50,7 @@ Datastore edited(const Datastore &running, const std::string &text)
 {
     const engine::Source source{"edit.xml", text};
     Datastore candidate = engine::apply_edit(running, source);
-    candidate.check(source);
+    engine::check_yang(candidate, source);
     return candidate;
 }
 
@@ -101,7 +103,7 @@ void require_same_when_read_again(const Datastore &tree, engine::Format format)
     const std::string text = tree.print(format);
     try {
         Datastore again = Datastore::parse(schema(), {"printed", text});
-        again.check("printed");
+        engine::check_yang(again, "printed");
         require(engine::compare(tree, again).empty(),
                 "printed and read again, it differs:\n" + text);
     } catch (const engine::InputError &failure) {
@@ -127,9 +129,11 @@ void ask(Configurations configurations, host::Outcome &outcome)
     auto &transaction = framework.begin(std::move(configurations.candidate));
     const auto requests = engine::plan(transaction);
     outcome.planned = requests.size();
-    host::Progress progress(nullptr);
-    host::Recorder recorder(requests, outcome, progress);
-    host::ask_plugin({transaction, requests, CARD_PLUGIN, true}, recorder);
+    const host::Questions questions{transaction, requests, CARD_PLUGIN, true};
+    host::CheckListener nobody;
+    host::Recorder recorder(questions, outcome, nobody);
+    host::ask_plugin(questions, recorder);
+    outcome.completed = recorder.has_ended();
     framework.end(transaction.handle());
 
     require(

@@ -3,11 +3,13 @@
  * can express: a call may refuse, but then it says why; and what the client gave back, and what its
  * transaction held, is gone at the end.
  */
+#include "base_card.h"
 #include "checker/model_schema.h"
 #include "client.h"
 #include "engine/data/crypto.h"
+#include "engine/data/yang_check.h"
 #include "engine/edit/edit.h"
-#include "base_card.h"
+#include "engine/schema/schema_loader.h"
 
 #include <confd_cdb.h>
 #include <confd_maapi.h>
@@ -37,7 +39,7 @@ const Datastore &running()
     static const Datastore tree = [] {
         Datastore parsed =
             Datastore::parse(host::load_schema(), {"base card", test_support::kBaseCard});
-        parsed.check("base card");
+        engine::check_yang(parsed, "base card");
         return parsed;
     }();
     return tree;
@@ -47,7 +49,7 @@ const Datastore &candidate()
 {
     static const Datastore tree = [] {
         Datastore edited = engine::apply_edit(running(), {"edit", kEdit});
-        edited.check("edit");
+        engine::check_yang(edited, "edit");
         return edited;
     }();
     return tree;

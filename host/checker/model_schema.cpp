@@ -1,5 +1,6 @@
 #include "checker/model_schema.h"
 
+#include "engine/schema/schema_loader.h"
 #include "model.h"
 #include "tags.h"
 
@@ -15,7 +16,7 @@ std::shared_ptr<const engine::Schema> load_schema()
     source.main_module = model::kMainModule;
     source.ns = model::kNamespaceTag;
     source.tag_of = model::tag_of;
-    return engine::Schema::load(source);
+    return engine::load_schema(source);
 }
 
 } // namespace host

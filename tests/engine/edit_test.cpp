@@ -1,8 +1,9 @@
 #include "engine/edit/edit.h"
 
-#include "support/card_xml.h"
 #include "engine/data/error.h"
+#include "engine/data/yang_check.h"
 #include "small_model.h"
+#include "support/card_xml.h"
 #include "support/model.h"
 
 #include <gmock/gmock.h>
@@ -25,7 +26,7 @@ const std::string kNetconf = "xmlns='urn:ietf:params:xml:ns:netconf:base:1.0'";
 Datastore edited(const Datastore &running, const std::string &text)
 {
     auto candidate = engine::apply_edit(running, {"edit.xml", text});
-    candidate.check("edit.xml");
+    engine::check_yang(candidate, "edit.xml");
     return candidate;
 }
 
@@ -36,7 +37,7 @@ void expect_candidate(const std::string &running, const std::string &edit,
     const auto wanted = checked_config(expected).print(Format::kJson);
     auto candidate = engine::apply_edit(checked_config(running), {"edit.xml", edit});
     EXPECT_EQ(candidate.print(Format::kJson), wanted) << edit;
-    candidate.check("edit.xml");
+    engine::check_yang(candidate, "edit.xml");
     EXPECT_EQ(candidate.print(Format::kJson), wanted) << edit;
 }
 
@@ -291,7 +292,7 @@ TEST(Edit, SaysWhichOperationDoesNotFit)
         {port_edit(1, xml("match", "", kDelete)), port_1 + "/match", missing, ""},
         {xml("service-port", xml("id", "1", kDelete)), port_1 + "/id", "A key cannot be", "entry"},
         {port_edit(1, xml("statistics", "true") + xml("statistics", "false")),
-         port_1 + "/statistics", "more than once", ""},
+         port_1 + "/statistics", "Duplicate node", ""},
         {onu_5(xml("management", "", kDelete)), onu_path + "/management", missing, ""},
         {onu_5(xml("snmp", xml("real-time", "", kDelete))), onu_path + "/snmp/real-time", missing,
          ""},

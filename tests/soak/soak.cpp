@@ -71,10 +71,14 @@ struct Case {
 class Remarks : public engine::Observer
 {
 public:
-    explicit Remarks(std::set<std::string> &asked) : m_asked(asked) {}
-
-    void after(const engine::Request &request, const engine::Answer &answer) override
+    explicit Remarks(const std::vector<engine::Request> &plan, std::set<std::string> &asked)
+        : m_plan(plan), m_asked(asked)
     {
+    }
+
+    void after(std::size_t index, const engine::Answer &answer) override
+    {
+        const engine::Request &request = m_plan[index];
         m_asked.insert(request.point->opaque);
         if (answer.verdict == engine::Verdict::kAccepted) {
             return;
@@ -90,6 +94,7 @@ public:
     const std::string &text() const { return m_objections.empty() ? m_warnings : m_objections; }
 
 private:
+    const std::vector<engine::Request> &m_plan;
     std::string m_objections;
     std::string m_warnings;
     std::set<std::string> &m_asked;
@@ -150,9 +155,10 @@ private:
         engine::Framework framework(one.golden.running.copy());
         velconfd::Context context;
         const auto &transaction = framework.begin(one.golden.candidate.copy());
-        Remarks remarks(m_asked);
+        const auto plan = engine::plan(transaction);
+        Remarks remarks(plan, m_asked);
         engine::validate(
-            transaction, engine::plan(transaction), m_plugin.validation_point(),
+            transaction, plan, m_plugin.validation_point(),
             [this](auto... all) { return m_plugin.validate(all...); }, context.word(), false,
             remarks);
         if (remarks.text() != one.expected) {

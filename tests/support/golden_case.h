@@ -1,6 +1,7 @@
 /** Golden cases as the tests read them: a folder with a change, and what stands above it. */
 #pragma once
 
+#include "engine/data/yang_check.h"
 #include "engine/edit/edit.h"
 
 #include <fm_host.h>
@@ -39,7 +40,7 @@ inline GoldenCase read_golden_case(const std::shared_ptr<const engine::Schema> &
     if (const auto file = inherited(folder, "running.xml")) {
         running = Datastore::parse(schema, engine::read_source(*file));
     }
-    running.check("running.xml");
+    engine::check_yang(running, "running.xml");
     const auto whole = folder / "candidate.xml";
     const auto edit =
         exists(folder / "change.xml") ? folder / "change.xml" : folder / "overbook.xml";
@@ -47,11 +48,11 @@ inline GoldenCase read_golden_case(const std::shared_ptr<const engine::Schema> &
                               ? Datastore::parse(schema, engine::read_source(whole), &running)
                               : engine::apply_edit(running, engine::read_source(edit));
     if (checked) {
-        candidate.check("candidate");
+        engine::check_yang(candidate, "candidate");
     }
     const auto card = inherited(folder, "card.json");
     return {std::move(running), std::move(candidate),
-            card ? fm::read_card(*card) : fm::default_card()};
+            card ? fm::parse_card(engine::read_source(*card).text) : fm::default_card()};
 }
 
 } // namespace test_support

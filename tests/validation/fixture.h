@@ -2,7 +2,8 @@
 #pragma once
 
 #include "client_calls.h"
-#include "engine/data/path.h"
+#include "engine/data/keypath.h"
+#include "engine/data/path_reader.h"
 #include "engine/session/framework.h"
 #include "gpon_card_valid.h"
 #include "platform_settings.h"

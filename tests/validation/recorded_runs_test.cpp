@@ -11,6 +11,7 @@
 #include "support/golden_case.h"
 
 #include <fstream>
+#include <numeric>
 #include <regex>
 #include <set>
 #include <utility>
@@ -63,7 +64,7 @@ void write_sections(const fs::path &file, const std::vector<Section> &sections)
 class Listener : public engine::Observer
 {
 public:
-    void after(const Request & /*request*/, const Answer &given) override { answer = given; }
+    void after(std::size_t /*request*/, const Answer &given) override { answer = given; }
     Answer answer;
 };
 
@@ -156,6 +157,17 @@ private:
         return held.cursors == 0 ? "" : "; cursors left: " + std::to_string(held.cursors);
     }
 
+    static std::string in_words(const zlog_host::Line &line)
+    {
+        return std::to_string(line.level) + " " + line.file + " " + line.function + ": " +
+               line.text;
+    }
+
+    static std::string without_digits(const std::string &text)
+    {
+        return std::regex_replace(text, std::regex("[0-9]+"), "");
+    }
+
     static std::string in_one_line(const std::string &text)
     {
         const std::string line = std::regex_replace(text, std::regex("\n"), "\\n");
@@ -167,6 +179,7 @@ private:
         // The last error of the client library shows in some lines.
         engine::Hooks::instance().fail_call(1, CONFD_ERR_OS);
         maapi_exists(sock(), tctx()->thandle, "/config");
+        engine::Hooks::instance().reset_counts();
         std::vector<ClientCall> calls;
         client().record = &calls;
         zlog_host::write_to([&calls](const zlog_host::Line &line) {
@@ -175,12 +188,15 @@ private:
                 calls.back().text == "zlog_level_enabled[" + std::to_string(line.level) + "]") {
                 calls.pop_back();
             }
-            calls.push_back({"    " + std::to_string(line.level) + " " + line.file + " " +
-                             line.function + ": " + line.text});
+            calls.push_back({"    " + in_words(line)});
         });
         const std::string answer = ask_rule();
         client().record = nullptr;
-        zlog_host::set_level(zlog_host::kOff);
+        zlog_host::write_to([](const zlog_host::Line &) {});
+        m_usual_lines.clear();
+        for (const ClientCall &call : calls) {
+            m_usual_lines.insert(without_digits(in_one_line(call.text)));
+        }
         std::string steps;
         for (const ClientCall &call : calls) {
             steps += "    " + in_one_line(call.text) + "\n";
@@ -188,16 +204,27 @@ private:
                 steps += answers_to_failures(call.failing_call, answer);
             }
         }
-        zlog_host::set_level(10);
         return steps + "  " + answer + "\n";
     }
 
-    /** What the rule answers when the call fails, where that is another answer. */
+    /** What the rule answers when the call fails, and the lines that only then are written. */
     std::string answers_to_failures(std::uint64_t call, const std::string &answer)
     {
-        const std::string once = answer_to_failure(call, false);
         const std::string for_good = answer_to_failure(call, true);
-        return (once != answer ? "      | " + once + "\n" : "") +
+        std::set<std::string> new_lines;
+        zlog_host::write_to([&](const zlog_host::Line &line) {
+            const std::string text = "    " + in_one_line(in_words(line));
+            const bool is_own = line.category == "gpon-valid" || line.category == "debug";
+            if (is_own && m_usual_lines.count(without_digits(text)) == 0) {
+                new_lines.insert("      |" + text + "\n");
+            }
+        });
+        const std::string once = answer_to_failure(call, false);
+        zlog_host::write_to([](const zlog_host::Line &) {});
+        const bool is_fault = once.rfind("ends", 0) == 0; // What follows is not reached.
+        const std::string lines =
+            is_fault ? "" : std::accumulate(new_lines.begin(), new_lines.end(), std::string());
+        return (once != answer || !lines.empty() ? "      | " + once + "\n" + lines : "") +
                (for_good != once ? "      | and all after it: " + for_good + "\n" : "");
     }
 
@@ -218,6 +245,7 @@ private:
     }
 
     bool m_with_failures = false;
+    std::set<std::string> m_usual_lines; /**< Of the run without a failure; no digits. */
 };
 
 TEST_P(RecordedRun, TakesTheStepsThatAreWritten)

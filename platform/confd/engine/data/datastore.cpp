@@ -23,10 +23,10 @@ LYD_FORMAT yang_format(Format format)
     return format == Format::kJson ? LYD_JSON : LYD_XML;
 }
 
-[[noreturn]] void fail(const Source &source, const std::string &path, const std::string &message,
-                       const std::string &hint)
+[[noreturn]] void fail(Fault fault, const Source &source, const std::string &path,
+                       const std::string &message, const std::string &hint)
 {
-    throw InputError({{source.name, 0, path, message, hint}});
+    throw InputError({{fault, source.name, 0, path, message, hint}});
 }
 
 /** One that carries operations is an edit: taking it for a whole configuration would empty the
@@ -35,7 +35,7 @@ void refuse_metadata(const lyd_node *siblings, const Source &source)
 {
     for (; siblings != nullptr; siblings = siblings->next) {
         if (siblings->meta != nullptr) {
-            fail(source, path_text(siblings),
+            fail(Fault::kUnknownAttribute, source, path_text(siblings),
                  std::string("The attribute ") + siblings->meta->name + " belongs into edits",
                  "this is read as a whole configuration");
         }
@@ -46,11 +46,12 @@ void refuse_metadata(const lyd_node *siblings, const Source &source)
 void require_one_root(const lyd_node *root, const Schema &schema, const Source &source)
 {
     if (root == nullptr) {
-        fail(source, "", "There is no configuration in it", root_hint(schema));
+        fail(Fault::kNoConfiguration, source, "", "There is no configuration in it",
+             root_hint(schema));
     }
     for (; root->next != nullptr; root = root->next) {
         if (root->schema == root->next->schema && root->schema->nodetype == LYS_CONTAINER) {
-            fail(source, path_text(root), "It is there more than once",
+            fail(Fault::kDuplicate, source, path_text(root), "Duplicate node",
                  "a file holds one configuration");
         }
     }
@@ -87,7 +88,8 @@ Source read_source(const std::string &path)
     }
     if (!file.is_open() || file.bad()) {
         const std::string reason = errno != 0 ? std::strerror(errno) : "It cannot be read";
-        throw InputError({{path, 0, "", reason, "a file with a configuration is wanted"}});
+        throw InputError(
+            {{Fault::kUnreadable, path, 0, "", reason, "a file with a configuration is wanted"}});
     }
     return source;
 }
@@ -151,7 +153,7 @@ std::string Datastore::print(Format format) const
 void Datastore::normalise(const Datastore *committed)
 {
     order_by_keys(m_root);
-    encrypt_leaves(m_root, committed);
+    encrypt_leaves(m_root, committed != nullptr ? committed->root() : nullptr);
 }
 
 } // namespace engine

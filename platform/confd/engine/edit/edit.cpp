@@ -3,7 +3,7 @@
 #include "engine/data/normalise.h"
 #include "engine/data/path.h"
 #include "engine/data/problems.h"
-#include "engine/edit/edit_tree.h"
+#include "engine/edit/edit_reader.h"
 
 #include <cstring>
 #include <map>
@@ -50,9 +50,10 @@ private:
     void place(const lyd_node *node, lyd_node *target);
     lyd_node *find_anchor(const lyd_node *node, lyd_node *target);
 
-    void add_problem(const lyd_node *node, const std::string &message, const std::string &hint)
+    void add_problem(Fault fault, const lyd_node *node, const std::string &message,
+                     const std::string &hint)
     {
-        m_problems.push_back({m_source, 0, edit_path(node), message, hint});
+        m_problems.push_back({fault, m_source, 0, edit_path(node), message, hint});
     }
     lyd_node *siblings_below(const lyd_node *parent) const
     {
@@ -129,18 +130,18 @@ void EditApplier::apply_node(const lyd_node *node, lyd_node *parent, Operation o
         if (is_set(target)) {
             remove(target);
         } else if (operation == Operation::kDelete) {
-            add_problem(node, "Cannot be deleted: it does not exist",
+            add_problem(Fault::kDataMissing, node, "Cannot be deleted: it does not exist",
                         "the operation remove deletes what may be there");
         }
         return;
     }
     if (operation == Operation::kCreate && is_set(target)) {
-        add_problem(node, "Cannot be created: it exists already",
+        add_problem(Fault::kDataExists, node, "Cannot be created: it exists already",
                     "the operation merge changes what is there, replace replaces it");
         return;
     }
     if (operation == Operation::kNone && target == nullptr && !is_plain_container(node)) {
-        add_problem(node, "It does not exist",
+        add_problem(Fault::kDataMissing, node, "It does not exist",
                     "without an operation, an edit goes only through what is there");
         return;
     }
@@ -197,7 +198,7 @@ void EditApplier::normalise_siblings(const lyd_node *first, lyd_node *parent)
     }
     for (const auto *node = first; node != nullptr; node = node->next) {
         if (lyd_node *target = find(node, parent); target != nullptr) {
-            encrypt_if_clear(target, &m_running);
+            encrypt_if_clear(target, m_running.root());
             normalise_siblings(lyd_child_no_keys(node), target);
         }
     }
@@ -208,7 +209,7 @@ void EditApplier::refuse_two_values(const lyd_node *first)
     for (const auto *node = first; node != nullptr && node->next != nullptr; node = node->next) {
         const auto *schema = node->schema; // libyang puts nodes of the same schema together
         if (schema != nullptr && schema->nodetype == LYS_LEAF && schema == node->next->schema) {
-            add_problem(node, "It is there more than once", "a leaf has one value");
+            add_problem(Fault::kDuplicate, node, "Duplicate node", "a leaf has one value");
         }
     }
 }
@@ -231,7 +232,7 @@ void EditApplier::refuse_two_cases(const lyd_node *first, Operation inherited)
             const auto [found, is_new] =
                 choices.try_emplace(in_case->parent, Chosen{in_case, node});
             if (!is_new && found->second.in_case != in_case) {
-                add_problem(node,
+                add_problem(Fault::kExclusive, node,
                             std::string("Cannot be set together with ") +
                                 found->second.node->schema->name,
                             "only one of them can be there");
@@ -247,7 +248,8 @@ void EditApplier::refuse_key_deletion(const lyd_node *entry)
          key = key->next) {
         const auto operation = own_operation(key);
         if (operation && is_deletion(*operation)) {
-            add_problem(key, "A key cannot be deleted", "put the operation on the list entry");
+            add_problem(Fault::kInvalidAttribute, key, "A key cannot be deleted",
+                        "put the operation on the list entry");
         }
     }
 }
@@ -326,7 +328,7 @@ void EditApplier::place(const lyd_node *node, lyd_node *target)
         return;
     }
     if (!Schema::of(node)->is_user_ordered()) {
-        add_problem(node, std::string("Cannot be inserted ") + insert,
+        add_problem(Fault::kInvalidAttribute, node, std::string("Cannot be inserted ") + insert,
                     "the system orders this list");
         return;
     }
@@ -358,17 +360,20 @@ lyd_node *EditApplier::find_anchor(const lyd_node *node, lyd_node *target)
     const char *wanted = metadata(node, name.c_str());
     const std::string where = "Cannot be inserted " + insert;
     if (wanted == nullptr) {
-        add_problem(node, where + " an entry: " + name + " is missing", "");
+        add_problem(Fault::kInvalidAttribute, node, where + " an entry: " + name + " is missing",
+                    "");
         return nullptr;
     }
     lyd_node *anchor = nullptr;
     const auto result =
         lyd_find_sibling_val(siblings, node->schema, wanted, std::strlen(wanted), &anchor);
     if (result == LY_ENOTFOUND) {
-        add_problem(node, where + " " + wanted + ": there is no such entry", "");
+        add_problem(Fault::kDataMissing, node, where + " " + wanted + ": there is no such entry",
+                    "");
     } else if (result != LY_SUCCESS) {
         const auto why = take_problems(m_candidate.schema(), m_source);
-        add_problem(node, where + " " + wanted + ": " + why.front().message, "");
+        add_problem(Fault::kInvalidAttribute, node,
+                    where + " " + wanted + ": " + why.front().message, "");
     }
     return anchor;
 }

@@ -1,7 +1,7 @@
-/** Explains what the model does not allow in an edit: all of it, not just the first. */
+#include "engine/edit/edit_faults.h"
+
 #include "engine/data/problems.h"
 #include "engine/edit/edit_text.h"
-#include "engine/edit/edit_tree.h"
 
 #include <cstring>
 
@@ -61,7 +61,8 @@ private:
     void explain_list(const lyd_node *entry, const SchemaNode &list);
     void explain_value(const lyd_node *leaf, const SchemaNode &schema);
     bool fits(const lyd_node *leaf, const SchemaNode &schema) const;
-    void add(const lyd_node *node, const std::string &message, const std::string &hint);
+    void add(Fault fault, const lyd_node *node, const std::string &message,
+             const std::string &hint);
     unsigned strict_line(const lyd_node *node, const std::string &message);
 
     /** A search for a line reads the whole text: not for every fault of a hopeless one. */
@@ -87,14 +88,14 @@ void FaultFinder::explain(const lyd_node *node)
     if (schema == nullptr) {
         explain_unknown(node);
     } else if (operation != nullptr && !own_operation(node)) {
-        add(node, std::string("Invalid operation ") + operation,
+        add(Fault::kInvalidAttribute, node, std::string("Invalid operation ") + operation,
             "one of merge, replace, create, delete, remove");
     } else if (schema->is_list()) {
         explain_list(node, *schema);
     } else if (schema->is_leaf() || schema->is_leaf_list()) {
         explain_value(node, *schema);
     } else {
-        add(node, "It holds other nodes, not a value", "");
+        add(Fault::kInvalidValue, node, "It holds other nodes, not a value", "");
     }
 }
 
@@ -104,12 +105,13 @@ void FaultFinder::explain_unknown(const lyd_node *node)
     const std::string name = as_opaque(node).name.name;
     const auto *above = parent != nullptr ? schema_of(m_schema, parent) : nullptr;
     if (above == nullptr) {
-        add(node,
+        add(Fault::kUnknownNode, node,
             "Node \"" + name + "\" not found in the \"" + m_schema.module()->name + "\" module.",
             root_hint(m_schema));
         return;
     }
-    add(node, "Node \"" + name + "\" not found as a child of \"" + above->name + "\" node.",
+    add(Fault::kUnknownNode, node,
+        "Node \"" + name + "\" not found as a child of \"" + above->name + "\" node.",
         hint_of_names(*above));
 }
 
@@ -123,13 +125,14 @@ void FaultFinder::explain_list(const lyd_node *entry, const SchemaNode &list)
             child = child->next;
         }
         if (child == nullptr) {
-            add(entry, "List instance is missing its key \"" + key->name + "\".", "");
+            add(Fault::kIncomplete, entry,
+                "List instance is missing its key \"" + key->name + "\".", "");
         } else if (!fits(child, *key)) {
             explain_value(child, *key);
         }
     }
     if (problems.size() == before) {
-        add(entry, "It cannot be used", "");
+        add(Fault::kInvalidData, entry, "Invalid list entry", "");
     }
 }
 
@@ -145,21 +148,22 @@ void FaultFinder::explain_value(const lyd_node *leaf, const SchemaNode &schema)
 {
     ly_err_clean(m_schema.context(), nullptr);
     if (fits(leaf, schema)) {
-        add(leaf, "It cannot be used", "");
+        add(Fault::kInvalidData, leaf, "Invalid value", "");
         return;
     }
     const auto why = take_problems(m_schema, m_edit.name);
-    add(leaf, why.front().message, hint_of_values(schema));
+    add(Fault::kInvalidValue, leaf, why.front().message, hint_of_values(schema));
 }
 
-void FaultFinder::add(const lyd_node *node, const std::string &message, const std::string &hint)
+void FaultFinder::add(Fault fault, const lyd_node *node, const std::string &message,
+                      const std::string &hint)
 {
     unsigned line = strict_line(node, message);
     if (line == 0 && may_search()) {
         const auto &opaque = as_opaque(node);
         line = line_of_node(m_edit.text, opaque.name.name, value_of(opaque));
     }
-    problems.push_back({m_edit.name, line, edit_path(node), message, hint});
+    problems.push_back({fault, m_edit.name, line, edit_path(node), message, hint});
 }
 
 /** The strict parse knows the line of one fault, the first in the text. */
@@ -189,8 +193,8 @@ void FaultFinder::visit_attributes(const lyd_node *siblings)
                 const std::string prefix = qualified.prefix != nullptr ? qualified.prefix : "";
                 const std::string name = (prefix.empty() ? "" : prefix + ":") + qualified.name;
                 const unsigned line = may_search() ? line_of_attribute(m_edit.text, name) : 0;
-                problems.push_back({m_edit.name, line, edit_path(node), "Unknown attribute " + name,
-                                    kAttributeHint});
+                problems.push_back({Fault::kUnknownAttribute, m_edit.name, line, edit_path(node),
+                                    "Unknown attribute " + name, kAttributeHint});
             }
         }
         visit_attributes(lyd_child(node));
@@ -203,7 +207,7 @@ void FaultFinder::check_metadata()
     for (const char *name : {"operation", "insert", "key", "value"}) {
         for (const auto &member : find_members(m_edit.text, name)) {
             if (!ly_ctx_get_module_implemented(m_schema.context(), member.module.c_str())) {
-                problems.push_back({m_edit.name, member.line, "",
+                problems.push_back({Fault::kUnknownAttribute, m_edit.name, member.line, "",
                                     "Unknown metadata " + member.module + ":" + name,
                                     kMetadataHint});
             }
