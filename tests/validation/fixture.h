@@ -3,6 +3,7 @@
 
 #include "framework.h"
 #include "gpon_card_valid.h"
+#include "named_functions.h"
 #include "path.h"
 #include "platform_settings.h"
 #include "support/model.h"
@@ -52,7 +53,11 @@ protected:
     CardTest()
     {
         zlog_host::set_level(10);
-        zlog_host::write_to([this](const zlog_host::Line &line) { m_trace.push_back(line); });
+        zlog_host::write_to([this](const zlog_host::Line &line) {
+            m_trace.push_back(line);
+            EXPECT_TRUE(line.category != "gpon-valid" || is_from_a_named_function(line))
+                << line.file << ' ' << line.function << ": " << line.text;
+        });
     }
     ~CardTest() override
     {

@@ -96,12 +96,12 @@ TEST_F(OneShotSwitch, an_unchanged_switch_asks_for_no_onus)
     EXPECT_EQ(engine::Hooks::instance().counts().count("maapi_query_start"), 0U);
 }
 
-TEST_F(OneShotSwitch, tells_a_value_without_a_name)
+TEST_F(OneShotSwitch, tells_a_tag_without_a_name_as_its_number)
 {
     given_onus(onu(1));
     const NamelessTags nameless;
     EXPECT_EQ(ask_switch(), accepted());
-    EXPECT_THAT(trace(12), Contains(" : \n"));
+    EXPECT_THAT(trace(12), Contains(" 833143253: \n"));
 }
 
 TEST_F(OneShotSwitch, failing_calls)
