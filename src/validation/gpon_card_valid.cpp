@@ -29,6 +29,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <stdexcept>
 #include <string>
 
 using validation::Candidate;
@@ -99,6 +100,24 @@ void read_capacities(const fm_slot_t &slot)
     set_num_manageable_ponlinks(count);
 }
 
+/**
+ * Calls a validator. Running out of memory rejects the change; the only exception that leaves the
+ * library is the one for a count that does not fit an int.
+ */
+int call(const ValidatorEntry &entry, confd_trans_ctx *tctx, confd_hkeypath_t *kp,
+         confd_value_t *newval, int maapi_sock)
+{
+    try {
+        return entry.validator(maapi_sock, tctx, kp, newval);
+    } catch (const std::out_of_range &) {
+        throw;
+    } catch (const std::exception &failure) {
+        TRACE_AS(validate, kTraceDecision, "Validator of %s failed (%s).", entry.key,
+                 failure.what());
+        return CONFD_ERR;
+    }
+}
+
 } // namespace
 
 int lib_init()
@@ -127,7 +146,7 @@ int validate(confd_trans_ctx *tctx, confd_hkeypath_t *kp, confd_value_t *newval)
     const int maapi_sock = velconfd_maapi_socket_get(tctx->vcb_opaque);
     for (const ValidatorEntry &entry : kValidators) {
         if (std::strcmp(tctx->validate_opaque, entry.key) == 0) {
-            return entry.validator(maapi_sock, tctx, kp, newval);
+            return call(entry, tctx, kp, newval, maapi_sock);
         }
     }
     return 0;

@@ -50,7 +50,12 @@ struct Wan {
 
 void reject_port(confd_trans_ctx *tctx, std::int32_t port, std::int32_t vlan)
 {
-    const char *name = kPortNames.at(static_cast<std::size_t>(port));
+    const auto position = static_cast<std::size_t>(port);
+    if (position >= kPortNames.size()) {
+        TRACE_AS(check_port_vlan, kTraceDecision, "Port value %d has no name.", port);
+        return;
+    }
+    const char *name = kPortNames[position];
     if (port >= kFirstWirelessPort) {
         confd_trans_seterr(tctx, "Port %s cannot be used in more than one interface grouping",
                            name);

@@ -12,6 +12,7 @@ namespace
 
 std::optional<std::string> xpath_answer;
 bool enumeration_keys_as_numbers = false;
+std::optional<int> enumeration_keys;
 bool nameless_tags = false;
 
 /** The client library's own function of that name. */
@@ -39,6 +40,15 @@ EnumerationKeysAsNumbers::EnumerationKeysAsNumbers()
 EnumerationKeysAsNumbers::~EnumerationKeysAsNumbers()
 {
     enumeration_keys_as_numbers = false;
+}
+
+EnumerationKeys::EnumerationKeys(int value)
+{
+    enumeration_keys = value;
+}
+EnumerationKeys::~EnumerationKeys()
+{
+    enumeration_keys.reset();
 }
 
 NamelessTags::NamelessTags()
@@ -79,6 +89,9 @@ int maapi_get_next(maapi_cursor *mc)
     const int result = get_next(mc);
     if (enumeration_keys_as_numbers && mc->keys[0].type == C_ENUM_VALUE) {
         mc->keys[0].type = C_INT32;
+    }
+    if (enumeration_keys && mc->keys[0].type == C_ENUM_VALUE) {
+        mc->keys[0].val.enumvalue = *enumeration_keys;
     }
     return result;
 }

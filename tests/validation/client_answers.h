@@ -28,6 +28,16 @@ public:
     EnumerationKeysAsNumbers &operator=(const EnumerationKeysAsNumbers &) = delete;
 };
 
+/** Keys of list entries that are enumerations are delivered with this value. */
+class EnumerationKeys
+{
+public:
+    explicit EnumerationKeys(int value);
+    ~EnumerationKeys();
+    EnumerationKeys(const EnumerationKeys &) = delete;
+    EnumerationKeys &operator=(const EnumerationKeys &) = delete;
+};
+
 /** The schema knows the name of no tag. */
 class NamelessTags
 {
