@@ -17,6 +17,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <new>
 #include <sstream>
 
 namespace
@@ -332,6 +333,9 @@ int maapi_get_next(maapi_cursor *mc)
     if (client().mistyped_ports && mc->keys[0].type == C_ENUM_VALUE) {
         mc->keys[0].type = C_INT32;
     }
+    if (client().port_value && mc->keys[0].type == C_ENUM_VALUE) {
+        mc->keys[0].val.enumvalue = *client().port_value;
+    }
     return result;
 }
 
@@ -350,6 +354,23 @@ void confd_trans_seterr(confd_trans_ctx *tctx, const char *fmt, ...)
     made(std::string("confd_trans_seterr") + (by_argument ? " %s " : " ") + text,
          [&] { set(tctx, "%s", text); });
     std::free(text);
+}
+
+void zlog(zlog_category_t *category, const char *file, size_t filelen, const char *func,
+          size_t funclen, long line, int level, const char *format, ...)
+{
+    // Nothing that the client library calls may throw: such a function does not allocate.
+    const bool may_throw = std::strncmp(func, "diff_iter", 9) != 0;
+    if (may_throw && client().lines_until_bad_alloc != 0 && --client().lines_until_bad_alloc == 0) {
+        throw std::bad_alloc();
+    }
+    std::array<char, 10000> text{};
+    va_list args;
+    va_start(args, format);
+    std::vsnprintf(text.data(), text.size(), format, args);
+    va_end(args);
+    static const auto write = original("zlog", &zlog);
+    write(category, file, filelen, func, funclen, line, level, "%s", text.data());
 }
 
 zlog_category_t *velmw_trace_init(void *handle, const char *name)

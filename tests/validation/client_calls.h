@@ -29,12 +29,16 @@ struct ClientDouble {
     std::optional<std::string> printed;
     /** The first port of every list of Ethernet ports. */
     std::optional<std::uint8_t> ethernet_port;
+    /** Value of list keys that are enumerations. */
+    std::optional<int> port_value;
     /** Ports come as plain numbers: keys that are enumerations, entries of leaf-lists. */
     bool mistyped_ports = false;
     /** The schema knows the name of no tag. */
     bool nameless_tags = false;
     /** What a session that cannot be opened answers. */
     int no_session = -1;
+    /** Trace lines until memory runs out in one; 0: it does not. */
+    int lines_until_bad_alloc = 0;
     /** The middleware has no trace category to give. */
     bool no_category = false;
     /** A fault report is kept and thrown as an exception: the process lives on. */

@@ -118,6 +118,17 @@ TEST_F(PublishedWarnings, AreCutWhereTheirBufferEnds)
     SP_DEL_ALL_WARN_MSG = delete_all;
 }
 
+TEST_F(PublishedWarnings, ComeWithLinesInThePlaceOfTheCheck)
+{
+    given(named("profile/gpon/line-profile", "p"));
+    ask(line_profile_confirmation, "/config/profile/gpon/line-profile{p}");
+    EXPECT_THAT(trace_lines(), testing::SizeIs(3));
+    for (const zlog_host::Line &line : trace_lines()) {
+        EXPECT_EQ(line.file, "src/validation/gpon_line_profile_confirm");
+        EXPECT_EQ(line.line, trace_lines().front().line) << "the shared code has other lines";
+    }
+}
+
 class FecConfirm : public CardTest
 {
 };

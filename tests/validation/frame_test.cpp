@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <cstdlib>
+#include <stdexcept>
 
 extern "C" int host_in_c_finds_the_point(void);
 
@@ -121,6 +122,16 @@ TEST_F(Frame, AcceptsAnUnknownKeyWithoutAskingTheFramework)
     EXPECT_EQ(take_outcome(validate(tctx(), &keypath, nullptr)), accepted());
     EXPECT_THAT(engine::Hooks::instance().counts(), testing::IsEmpty());
     EXPECT_THAT(trace_lines(), testing::IsEmpty());
+}
+
+TEST_F(Frame, LetsAnExceptionOutThatTheHostMayKnow)
+{
+    given("");
+    client().xpath_text = "2147483648";
+    char key[] = "onu_snmp_rt_warn";
+    tctx()->validate_opaque = key;
+    confd_hkeypath_t keypath{};
+    EXPECT_THROW(validate(tctx(), &keypath, nullptr), std::out_of_range);
 }
 
 TEST(FaultReport, NamesTheFaultAndEndsTheProcess)

@@ -197,6 +197,9 @@ private:
         for (const ClientCall &call : calls) {
             m_usual_lines.insert(without_digits(in_one_line(call.text)));
         }
+        if (m_with_failures) {
+            expect_rejection_without_memory();
+        }
         std::string steps;
         for (const ClientCall &call : calls) {
             steps += "    " + in_one_line(call.text) + "\n";
@@ -242,6 +245,24 @@ private:
             by_error += (by_error.empty() ? "" : "; ") + std::string(name) + ": " + answer;
         }
         return answers.size() == 1 ? *answers.begin() : by_error;
+    }
+
+    /** Wherever memory runs out, the rule is left in order, and all that it held is released. */
+    void expect_rejection_without_memory()
+    {
+        std::string last_line;
+        zlog_host::write_to([&](const zlog_host::Line &line) { last_line = line.text; });
+        for (int line = 1;; ++line) {
+            client().lines_until_bad_alloc = line;
+            const std::string answer = ask_rule();
+            if (std::exchange(client().lines_until_bad_alloc, 0) != 0) {
+                break;
+            }
+            EXPECT_THAT(answer, testing::StartsWith("rejected")) << "line " << line;
+            EXPECT_EQ(last_line,
+                      "Validator of " + GetParam().stem().string() + " failed (std::bad_alloc).");
+        }
+        zlog_host::write_to([](const zlog_host::Line &) {});
     }
 
     bool m_with_failures = false;
