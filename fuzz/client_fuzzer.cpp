@@ -8,7 +8,6 @@
 #include "engine/data/crypto.h"
 #include "engine/data/yang_check.h"
 #include "engine/edit/edit.h"
-#include "engine/schema/schema_loader.h"
 #include "support/base_card.h"
 
 #include <confd_cdb.h>
@@ -38,7 +37,7 @@ const Datastore &running()
 {
     static const Datastore tree = [] {
         Datastore parsed =
-            Datastore::parse(host::load_schema(), {"base card", test_support::kBaseCard});
+            Datastore::parse(host::model_schema(), {"base card", test_support::kBaseCard});
         engine::check_yang(parsed, "base card");
         return parsed;
     }();

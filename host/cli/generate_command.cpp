@@ -21,7 +21,7 @@ std::unique_ptr<TreeWriter> make_writer(const GenerateOptions &options, std::ost
     if (options.format == engine::Format::kJson) {
         return std::make_unique<JsonWriter>(out, std::string(model::kMainModule));
     }
-    return std::make_unique<XmlWriter>(out, load_schema()->module()->ns);
+    return std::make_unique<XmlWriter>(out, model_schema()->module()->ns);
 }
 
 void write_configuration(const GenerateOptions &options, std::ostream &out)

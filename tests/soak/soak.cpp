@@ -7,7 +7,6 @@
 #include "checker/plugin.h"
 #include "engine/data/yang_check.h"
 #include "engine/edit/edit.h"
-#include "engine/schema/schema_loader.h"
 #include "engine/session/framework.h"
 #include "engine/session/validation.h"
 #include "steps.h"
@@ -97,7 +96,7 @@ private:
 class Soak
 {
 public:
-    Soak() : m_plugin(CARD_PLUGIN), m_card(host::load_schema())
+    Soak() : m_plugin(CARD_PLUGIN), m_card(host::model_schema())
     {
         m_plugin.init();
         const engine::Source source{"base card", test_support::kBaseCard};
