@@ -3,13 +3,12 @@
  * can express: a call may refuse, but then it says why; and what the client gave back, and what its
  * transaction held, is gone at the end.
  */
-#include "base_card.h"
 #include "checker/model_schema.h"
 #include "client.h"
 #include "engine/data/crypto.h"
 #include "engine/data/yang_check.h"
 #include "engine/edit/edit.h"
-#include "engine/schema/schema_loader.h"
+#include "base_card.h"
 
 #include <confd_cdb.h>
 #include <confd_maapi.h>
@@ -38,7 +37,7 @@ const Datastore &running()
 {
     static const Datastore tree = [] {
         Datastore parsed =
-            Datastore::parse(host::load_schema(), {"base card", test_support::kBaseCard});
+            Datastore::parse(host::model_schema(), {"base card", test_support::kBaseCard});
         engine::check_yang(parsed, "base card");
         return parsed;
     }();

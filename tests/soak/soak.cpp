@@ -174,7 +174,7 @@ private:
         }
     }
 
-    std::shared_ptr<const engine::Schema> m_schema = host::load_schema();
+    std::shared_ptr<const engine::Schema> m_schema = host::model_schema();
     host::Plugin m_plugin;
     std::vector<Case> m_cases;
     std::set<std::string> m_asked;
