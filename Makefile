@@ -102,7 +102,8 @@ build: configure ## Builds everything
 # A folder that was configured for the program alone is configured again, and keeps what is built.
 configure:
 	@cmake/install-deps.sh program tests
-	@grep -qs '^GPON_TESTS:BOOL=ON' $(build_dir)/CMakeCache.txt || cmake --preset $(PRESET)
+	@{ test -f $(build_dir)/build.ninja && grep -q '^GPON_TESTS:BOOL=ON' $(build_dir)/CMakeCache.txt; } || \
+	    cmake --preset $(PRESET)
 
 format: ## Formats all sources
 	@cmake/install-deps.sh format
