@@ -4,7 +4,7 @@
 
 int main(int argc, char **argv)
 {
-    // Folders whose libraries libyang would load: whoever sets the environment may not add code.
+    // libyang loads libraries from the folders that these name; the environment must not bring in code.
     unsetenv("LIBYANG_TYPES_PLUGINS_DIR");
     unsetenv("LIBYANG_EXTENSIONS_PLUGINS_DIR");
     return host::run_program(argc, argv, host::process_console());

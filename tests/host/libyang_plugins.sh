@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# gpon-validate loads no library that the environment offers to libyang. generate_base_h, which takes any,
-# shows that the offer is a real one.
+# gpon-validate ignores the plug-in folders that the environment names for libyang. generate_base_h, which
+# does not, is the control.
 # Usage: libyang_plugins.sh LIBRARY MODEL GENERATE_BASE_H GPON_VALIDATE [EMULATOR...]
 set -euo pipefail
 
@@ -8,8 +8,8 @@ library=$1 model=$2 generate_base_h=$3 gpon_validate=$4
 shift 4
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
-mkdir "$scratch/offered"
-cp "$library" "$scratch/offered/"
+mkdir "$scratch/plugins"
+cp "$library" "$scratch/plugins/"
 
 fail() {
     echo "$*" >&2
@@ -17,11 +17,11 @@ fail() {
 }
 
 for kind in TYPES EXTENSIONS; do
-    offer=(env "LIBYANG_${kind}_PLUGINS_DIR=$scratch/offered" "MARK_FILE=$scratch/mark" "$@")
-    "${offer[@]}" "$generate_base_h" "$model" "$scratch/base.h" > /dev/null 2>&1 || true
+    with_plugins=(env "LIBYANG_${kind}_PLUGINS_DIR=$scratch/plugins" "MARK_FILE=$scratch/mark" "$@")
+    "${with_plugins[@]}" "$generate_base_h" "$model" "$scratch/base.h" > /dev/null 2>&1 || true
     [ -s "$scratch/mark" ] || fail "libyang loads no library of LIBYANG_${kind}_PLUGINS_DIR"
     rm "$scratch/mark"
-    "${offer[@]}" "$gpon_validate" points > "$scratch/log" 2>&1 || fail "$(cat "$scratch/log")"
+    "${with_plugins[@]}" "$gpon_validate" points > "$scratch/log" 2>&1 || fail "$(cat "$scratch/log")"
     [ ! -e "$scratch/mark" ] || fail "gpon-validate loads a library of LIBYANG_${kind}_PLUGINS_DIR"
 done
-echo "Offered types and extensions are not loaded."
+echo "gpon-validate loads neither types nor extensions from folders that the environment names."
