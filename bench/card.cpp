@@ -3,7 +3,6 @@
 #include "checker/model_schema.h"
 #include "engine/data/yang_check.h"
 #include "engine/edit/edit.h"
-#include "engine/schema/schema_loader.h"
 #include "generator/card_names.h"
 #include "generator/tree_writer.h"
 
@@ -85,8 +84,7 @@ host::CardShape shape_of(std::uint32_t links, std::uint64_t seed)
 
 std::shared_ptr<const engine::Schema> schema()
 {
-    static const auto loaded = host::load_schema();
-    return loaded;
+    return host::model_schema();
 }
 
 Card::Card(std::uint32_t links)

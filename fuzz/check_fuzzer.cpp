@@ -6,6 +6,7 @@
  * configuration and a change with a line of `=====` between them. All other inputs are decisions
  * from which edits are made that fit the data model.
  */
+#include "base_card.h"
 #include "byte_reader.h"
 #include "checker/asking.h"
 #include "checker/model_schema.h"
@@ -15,13 +16,11 @@
 #include "engine/data/changes.h"
 #include "engine/data/yang_check.h"
 #include "engine/edit/edit.h"
-#include "engine/schema/schema_loader.h"
 #include "finding.h"
 #include "fm_host.h"
 #include "report/report_explain.h"
 #include "report/report_json.h"
 #include "report/report_text.h"
-#include "support/base_card.h"
 #include "zlog_host.h"
 
 #include <sstream>
@@ -32,16 +31,10 @@ namespace
 using engine::Datastore;
 using fuzz::require;
 
-const std::shared_ptr<const engine::Schema> &schema()
-{
-    static const auto loaded = host::load_schema();
-    return loaded;
-}
-
 Datastore checked(const std::string &text)
 {
     const engine::Source source{"running.xml", text};
-    Datastore tree = Datastore::parse(schema(), source);
+    Datastore tree = Datastore::parse(host::model_schema(), source);
     engine::check_yang(tree, source);
     return tree;
 }
@@ -85,7 +78,7 @@ Configurations from_decisions(fuzz::ByteReader bytes)
 {
     use_some_card(bytes);
     Datastore running = checked(test_support::kBaseCard);
-    fuzz::EditMaker maker(*schema(), bytes);
+    fuzz::EditMaker maker(*host::model_schema(), bytes);
     if (bytes.one_in(2)) {
         try {
             running = edited(running, maker.make());
@@ -102,7 +95,7 @@ void require_same_when_read_again(const Datastore &tree, engine::Format format)
 {
     const std::string text = tree.print(format);
     try {
-        Datastore again = Datastore::parse(schema(), {"printed", text});
+        Datastore again = Datastore::parse(host::model_schema(), {"printed", text});
         engine::check_yang(again, "printed");
         require(engine::compare(tree, again).empty(),
                 "printed and read again, it differs:\n" + text);

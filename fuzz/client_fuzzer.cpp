@@ -8,8 +8,7 @@
 #include "engine/data/crypto.h"
 #include "engine/data/yang_check.h"
 #include "engine/edit/edit.h"
-#include "engine/schema/schema_loader.h"
-#include "support/base_card.h"
+#include "base_card.h"
 
 #include <confd_cdb.h>
 #include <confd_maapi.h>
@@ -38,7 +37,7 @@ const Datastore &running()
 {
     static const Datastore tree = [] {
         Datastore parsed =
-            Datastore::parse(host::load_schema(), {"base card", test_support::kBaseCard});
+            Datastore::parse(host::model_schema(), {"base card", test_support::kBaseCard});
         engine::check_yang(parsed, "base card");
         return parsed;
     }();

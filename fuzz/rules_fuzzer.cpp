@@ -4,7 +4,6 @@
  */
 #include "checker/model_schema.h"
 #include "engine/data/yang_check.h"
-#include "engine/schema/schema_loader.h"
 #include "engine/session/framework.h"
 #include "engine/session/validation.h"
 #include "finding.h"
@@ -68,16 +67,10 @@ private:
     const std::vector<engine::Request> &m_requests;
 };
 
-const std::shared_ptr<const engine::Schema> &schema()
-{
-    static const auto loaded = host::load_schema();
-    return loaded;
-}
-
 const Datastore &empty_configuration()
 {
     static const Datastore empty = [] {
-        Datastore tree(schema());
+        Datastore tree(host::model_schema());
         engine::check_yang(tree, "empty configuration");
         return tree;
     }();
@@ -89,7 +82,7 @@ Datastore card_of(const Trial &trial)
     const engine::Source source{"card.xml",
                                 "<config xmlns=\"urn:olt:gpon:base\">" + trial.card + "</config>"};
     try {
-        Datastore card = Datastore::parse(schema(), source);
+        Datastore card = Datastore::parse(host::model_schema(), source);
         engine::check_yang(card, source);
         return card;
     } catch (const engine::InputError &failure) {

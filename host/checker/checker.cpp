@@ -35,7 +35,7 @@ auto timed(std::vector<Phase> &phases, const char *name, const Work &work)
 
 Datastore load_running(const std::optional<engine::Source> &source, std::vector<Phase> &phases)
 {
-    const auto schema = timed(phases, "model", load_schema);
+    const auto schema = timed(phases, "model", model_schema);
     Datastore running = timed(phases, "load", [&] {
         return source ? Datastore::parse(schema, *source) : Datastore(schema);
     });
