@@ -178,7 +178,7 @@ TEST(DatastoreParse, RefusesWhatIsNoConfiguration)
         test_support::parse_config("<service-port nc:operation='delete'><id>1</id></service-port>");
     });
     ASSERT_THAT(problems, SizeIs(1));
-    EXPECT_EQ(problems[0].path, "/config/service-port{1}");
+    EXPECT_EQ(problems[0].path, "/config/service-port");
     EXPECT_THAT(problems[0].message, HasSubstr("operation"));
 }
 

@@ -114,8 +114,6 @@ TEST(Edit, OperationsGiveTheCandidate)
         {ports("4"), mapping(xml("uni/ethernet", "4", kDelete)), mapping("")},
         {mapping(xml("veip/veip")), mapping(xml("uni/ethernet", "4", kRemove)),
          mapping(xml("veip/veip"))},
-        // Deletions go first.
-        {port(1, note), port(1, "", kCreate) + port_edit(1, "", kDelete), port(1)},
     };
     for (const auto &[running, edit, expected] : rows) {
         expect_candidate(running, config_xml(edit), expected);
@@ -175,7 +173,7 @@ TEST(Edit, PutsEntriesOfUserOrderedLeafListsWhereItIsToldAlsoAtTheTop)
     };
     const auto running = small_config(schema, entries("abc"));
     for (const auto &[edit, expected] : rows) {
-        const auto candidate = edited(running, edit);
+        const auto candidate = edited(running, xml("config", edit, kNetconf));
         std::string names;
         for (const auto *node = candidate.root(); node != nullptr; node = node->next) {
             names += lyd_get_value(node);
@@ -291,7 +289,14 @@ TEST(Edit, SaysWhichOperationDoesNotFit)
         {port_edit(1, xml("match", "", kDelete)), port_1 + "/match", missing, ""},
         {xml("service-port", xml("id", "1", kDelete)), port_1 + "/id", "A key cannot be", "entry"},
         {port_edit(1, xml("statistics", "true") + xml("statistics", "false")),
-         port_1 + "/statistics", "more than once", ""},
+         port_1 + "/statistics", "Duplicate node", "one value"},
+        {port_edit(1, xml("statistics", "true") + xml("statistics", "", kRemove)),
+         port_1 + "/statistics", "Duplicate node", "one value"},
+        {port(2) + port(3) + port(2, "", kReplace), "/config/service-port{2}", "Duplicate node",
+         "once"},
+        {mapping(ethernet("") + ethernet("")), mapping_path + "/uni", "Duplicate node", "once"},
+        {mapping(xml("uni", xml("ethernet", "1") + xml("ethernet", "2") + xml("ethernet", "1"))),
+         mapping_path + "/uni/ethernet", "Duplicate node", "once"},
         {onu_5(xml("management", "", kDelete)), onu_path + "/management", missing, ""},
         {onu_5(xml("snmp", xml("real-time", "", kDelete))), onu_path + "/snmp/real-time", missing,
          ""},
@@ -304,6 +309,11 @@ TEST(Edit, SaysWhichOperationDoesNotFit)
         {parameter(""), parameter_path, "yang:key is missing", ""},
         {parameter("yang:key=\"[foo='q']\""), parameter_path, "inserted after [foo='q']: ", ""},
         {parameter("yang:key=\"[name='q']\""), parameter_path, "there is no such entry", ""},
+        {onu_5(xml("pots", xml("port", "1"), "yang:key=\"[name='q']\"")), onu_path + "/pots{1}",
+         "yang:key has no meaning", "yang:insert"},
+        {onu_5(xml("rg-override-parameters",
+                   xml("parameter", xml("name", "x"), kRemove + " yang:insert='first'"))),
+         parameter_path, "deleted and inserted", ""},
     };
     for (const auto &[edit, path, message, hint] : rows) {
         expect_fault(running, {config_xml(edit), 0, path, message, hint});
@@ -327,6 +337,7 @@ TEST(Edit, SaysWhatTheModelDoesNotKnowOrAllow)
     };
     const std::string macs_2 = "/config/service-port{2}/max-mac-addresses";
     const std::string range = "value \"5000\" is out of the allowed range";
+    const std::string port_path = "/config/service-port";
     const std::string begin = "<config xmlns=\"urn:olt:gpon:base\">";
     const Fault faults[] = {
         {config_xml("\n" + bad_value), 2, macs_2, range, "1..4096"},
@@ -351,11 +362,11 @@ TEST(Edit, SaysWhatTheModelDoesNotKnowOrAllow)
          "Unknown attribute operation", "nc:operation"},
         {config_xml(other + port_edit(1, "", "\nxmlns:x='urn:x' x:operation='delete'")), 3,
          "/config/service-port", "Unknown attribute x:operation", "nc:operation"},
-        {json("{\"@\":{\"netconf:operation\":\"delete\"},\"id\":2}"), 3, "",
+        {json("{\"@\":{\"netconf:operation\":\"delete\"},\"id\":2}"), 3, port_path,
          "Unknown metadata netconf:operation", "ietf-netconf:operation"},
         {config_xml(other + port_edit(1, xml("statistics", "", "nc:operation='destroy'"))), 2,
          "/config/service-port{1}/statistics", "Invalid operation destroy", "one of merge"},
-        {config_xml(other + "<service-port>"), 2, "", "tag mismatch", ""},
+        {config_xml(other + "<service-port>"), 2, "", "column 17: mismatched tag", ""},
         {"<conf xmlns='urn:olt:gpon:base'/>", 1, "/conf", "not found in the \"base\"", begin},
         {"", 0, "", "There is no edit in it", begin},
         {xml("edit-config", xml("default-operation", "delete") + xml("config"), kNetconf), 0, "",

@@ -136,7 +136,7 @@ Problem problem_of(const Schema &schema, const ly_err_item &item, const std::str
     problem.source = source_name;
     problem.line = location.line;
     problem.path = brace_path(location.data.empty() ? location.schema : location.data);
-    problem.message = item.msg != nullptr ? item.msg : "It cannot be used";
+    problem.message = item.msg != nullptr ? item.msg : "Invalid input";
     problem.hint = hint_for(schema, location, problem.message);
     return problem;
 }
@@ -151,7 +151,7 @@ std::vector<Problem> take_problems(const Schema &schema, const std::string &sour
     }
     ly_err_clean(schema.context(), nullptr);
     if (problems.empty()) {
-        problems.push_back({source_name, 0, "", "It cannot be used; no reason was given", ""});
+        problems.push_back({source_name, 0, "", "Invalid input; no reason was given", ""});
     }
     return problems;
 }

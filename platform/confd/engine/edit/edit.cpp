@@ -3,11 +3,14 @@
 #include "engine/data/normalise.h"
 #include "engine/data/path.h"
 #include "engine/data/problems.h"
+#include "engine/data/text_length.h"
 #include "engine/edit/edit_tree.h"
 
 #include <cstring>
 #include <map>
+#include <set>
 #include <stdexcept>
+#include <string_view>
 
 namespace engine
 {
@@ -37,7 +40,7 @@ private:
     void apply_inner(const lyd_node *node, lyd_node *parent, lyd_node *target, Operation operation);
     void apply_value(const lyd_node *node, lyd_node *parent, lyd_node *target);
     void normalise_siblings(const lyd_node *first, lyd_node *parent);
-    void refuse_two_values(const lyd_node *first);
+    void refuse_duplicates(const lyd_node *first);
     void refuse_two_cases(const lyd_node *first, Operation inherited);
     void refuse_key_deletion(const lyd_node *entry);
 
@@ -47,6 +50,7 @@ private:
     void remove_other_cases(const lyd_node *node);
     void remove_case(const lysc_node *unselected, const lyd_node *parent);
 
+    void refuse_lost_anchor(const lyd_node *node, std::string_view insert);
     void place(const lyd_node *node, lyd_node *target);
     lyd_node *find_anchor(const lyd_node *node, lyd_node *target);
 
@@ -110,7 +114,7 @@ void require_success(LY_ERR result)
 /** Deletions come first: another case of the same choice may take the place. */
 void EditApplier::apply_siblings(const lyd_node *first, lyd_node *parent, Operation inherited)
 {
-    refuse_two_values(first);
+    refuse_duplicates(first);
     refuse_two_cases(first, inherited);
     for (const bool deletions : {true, false}) {
         for (const auto *node = first; node != nullptr; node = node->next) {
@@ -126,7 +130,9 @@ void EditApplier::apply_node(const lyd_node *node, lyd_node *parent, Operation o
 {
     lyd_node *target = find(node, parent);
     if (is_deletion(operation)) {
-        if (is_set(target)) {
+        if (node->schema != nullptr && metadata(node, "yang:insert") != nullptr) {
+            add_problem(node, "Cannot be deleted and inserted", "");
+        } else if (is_set(target)) {
             remove(target);
         } else if (operation == Operation::kDelete) {
             add_problem(node, "Cannot be deleted: it does not exist",
@@ -203,12 +209,21 @@ void EditApplier::normalise_siblings(const lyd_node *first, lyd_node *parent)
     }
 }
 
-void EditApplier::refuse_two_values(const lyd_node *first)
+/** Which of two would count? A card's operator must not have to know. */
+void EditApplier::refuse_duplicates(const lyd_node *first)
 {
-    for (const auto *node = first; node != nullptr && node->next != nullptr; node = node->next) {
-        const auto *schema = node->schema; // libyang puts nodes of the same schema together
-        if (schema != nullptr && schema->nodetype == LYS_LEAF && schema == node->next->schema) {
-            add_problem(node, "It is there more than once", "a leaf has one value");
+    std::set<const SchemaNode *> seen;
+    for (const auto *node = first; node != nullptr; node = node->next) {
+        const auto *schema = schema_of(m_candidate.schema(), node);
+        if (schema->is_list() || schema->is_leaf_list()) {
+            lyd_node *same = nullptr;
+            lyd_find_sibling_first(first, node, &same);
+            if (same != nullptr && same != node) {
+                add_problem(node, "Duplicate node", "an edit names an entry once");
+            }
+        } else if (!seen.insert(schema).second) {
+            add_problem(node, "Duplicate node",
+                        schema->is_leaf() ? "a leaf has one value" : "an edit names a node once");
         }
     }
 }
@@ -318,10 +333,22 @@ void EditApplier::remove_case(const lysc_node *unselected, const lyd_node *paren
     }
 }
 
+/** Another entry is named that has no meaning for this one. */
+void EditApplier::refuse_lost_anchor(const lyd_node *node, std::string_view insert)
+{
+    for (const char *name : {"yang:key", "yang:value"}) {
+        if (insert != "before" && insert != "after" && metadata(node, name) != nullptr) {
+            add_problem(node, std::string(name) + " has no meaning here",
+                        "it goes with yang:insert=\"before\" or \"after\"");
+        }
+    }
+}
+
 /** Moves an entry of a user-ordered list or leaf-list to where yang:insert wants it. */
 void EditApplier::place(const lyd_node *node, lyd_node *target)
 {
     const char *insert = metadata(node, "yang:insert");
+    refuse_lost_anchor(node, insert != nullptr ? insert : "");
     if (insert == nullptr) {
         return;
     }
@@ -375,7 +402,9 @@ lyd_node *EditApplier::find_anchor(const lyd_node *node, lyd_node *target)
 
 Datastore apply_edit(const Datastore &running, const Source &edit)
 {
-    return EditApplier(running, edit.name).apply(parse_edit(running.schema(), edit));
+    const EditTree tree = parse_edit(running.schema(), edit);
+    require_short_texts(tree.root.get(), edit);
+    return EditApplier(running, edit.name).apply(tree);
 }
 
 } // namespace engine

@@ -111,31 +111,4 @@ unsigned line_of_node(const std::string &text, std::string_view name, std::strin
                         [&](std::size_t place) { return is_node_at(text, place, name, value); });
 }
 
-unsigned line_of_attribute(const std::string &text, std::string_view name)
-{
-    return line_of_only(text, name, [&](std::size_t place) {
-        return place > 0 && is_blank(text[place - 1]) &&
-               has_at(text, skip_blanks(text, place + name.size()), "=");
-    });
-}
-
-std::vector<QualifiedMember> find_members(const std::string &text, const std::string &name)
-{
-    std::vector<QualifiedMember> members;
-    const std::string ending = ":" + name + "\"";
-    for (auto colon = text.find(ending); colon != std::string::npos;
-         colon = text.find(ending, colon + 1)) {
-        std::size_t begin = colon;
-        while (begin > 0 && is_name_character(text[begin - 1])) {
-            --begin;
-        }
-        const bool is_member = begin > 0 && text[begin - 1] == '"' &&
-                               has_at(text, skip_blanks(text, colon + ending.size()), ":");
-        if (is_member) {
-            members.push_back({text.substr(begin, colon - begin), name, line_at(text, colon)});
-        }
-    }
-    return members;
-}
-
 } // namespace engine
