@@ -288,15 +288,6 @@ TEST(Edit, SaysWhichOperationDoesNotFit)
         {port_edit(1, xml("statistics", "", kDelete)), port_1 + "/statistics", missing, ""},
         {port_edit(1, xml("match", "", kDelete)), port_1 + "/match", missing, ""},
         {xml("service-port", xml("id", "1", kDelete)), port_1 + "/id", "A key cannot be", "entry"},
-        {port_edit(1, xml("statistics", "true") + xml("statistics", "false")),
-         port_1 + "/statistics", "Duplicate node", "one value"},
-        {port_edit(1, xml("statistics", "true") + xml("statistics", "", kRemove)),
-         port_1 + "/statistics", "Duplicate node", "one value"},
-        {port(2) + port(3) + port(2, "", kReplace), "/config/service-port{2}", "Duplicate node",
-         "once"},
-        {mapping(ethernet("") + ethernet("")), mapping_path + "/uni", "Duplicate node", "once"},
-        {mapping(xml("uni", xml("ethernet", "1") + xml("ethernet", "2") + xml("ethernet", "1"))),
-         mapping_path + "/uni/ethernet", "Duplicate node", "once"},
         {onu_5(xml("management", "", kDelete)), onu_path + "/management", missing, ""},
         {onu_5(xml("snmp", xml("real-time", "", kDelete))), onu_path + "/snmp/real-time", missing,
          ""},
@@ -322,6 +313,42 @@ TEST(Edit, SaysWhichOperationDoesNotFit)
     const auto below_missing = config_xml(port_edit(9, xml("statistics", "true", kCreate)));
     expect_fault(running, {xml("edit-config", none + xml("config", below_missing), kNetconf), 0,
                            "/config/service-port{9}", "It does not exist", ""});
+}
+
+TEST(Edit, RefusesWhatIsGivenTwice)
+{
+    const auto twice = [](const std::string &name, const std::string &first,
+                          const std::string &second, const std::string &attributes = "") {
+        return xml(name, first) + "\n" + xml(name, second, attributes);
+    };
+    const std::string mapping_path = "/config/profile/gpon/service-profile{s}/vlan-mapping{m}";
+    const struct {
+        std::string edit;
+        unsigned line;
+        std::string path;
+    } rows[] = {
+        {port_edit(1, twice("statistics", "true", "false")), 2,
+         "/config/service-port{1}/statistics"},
+        {port_edit(1, twice("statistics", "true", "", kRemove)), 2,
+         "/config/service-port{1}/statistics"},
+        {port_edit(2, "") + port_edit(3, "") + "\n" + port_edit(2, "", kReplace), 2,
+         "/config/service-port{2}"},
+        {port_edit(1, "") + "\n" + port_edit(2, "") + port_edit(1, "", kDelete) + port_edit(3, ""),
+         2, "/config/service-port{1}"},
+        {xml("interface", link(1) + "\n" + link(2) + "\n" + link(1)), 3,
+         "/config/interface/gpon{1 1 1}"},
+        {onu_5(
+             xml("rg-override-parameters", twice("parameter", xml("name", "a"), xml("name", "a")))),
+         2, "/config/interface/gpon{1 1 3}/onu{5}/rg-override-parameters/parameter{a}"},
+        {mapping(twice("uni", xml("ethernet", "1"), xml("ethernet", "2"))), 2,
+         mapping_path + "/uni"},
+        {mapping(xml("uni", xml("ethernet", "1") + "\n" + twice("ethernet", "2", "1"))), 3,
+         mapping_path + "/uni/ethernet"},
+        {"</config>\n<config xmlns='urn:olt:gpon:base'>", 2, "/config"},
+    };
+    for (const auto &[edit, line, path] : rows) {
+        expect_fault(port(1), {config_xml(edit), line, path, "Duplicate node", ""});
+    }
 }
 
 TEST(Edit, SaysWhatTheModelDoesNotKnowOrAllow)
@@ -364,6 +391,9 @@ TEST(Edit, SaysWhatTheModelDoesNotKnowOrAllow)
          "/config/service-port", "Unknown attribute x:operation", "nc:operation"},
         {json("{\"@\":{\"netconf:operation\":\"delete\"},\"id\":2}"), 3, port_path,
          "Unknown metadata netconf:operation", "ietf-netconf:operation"},
+        {json(R"({"@":{"yang:key":"a","yang:key":"b"},"id":2})"), 3, port_path,
+         "Duplicate member yang:key", ""},
+        {json(R"({"@":{"yang:key":"a"},"id":2,"@":null})"), 3, port_path, "Duplicate member @", ""},
         {config_xml(other + port_edit(1, xml("statistics", "", "nc:operation='destroy'"))), 2,
          "/config/service-port{1}/statistics", "Invalid operation destroy", "one of merge"},
         {config_xml(other + "<service-port>"), 2, "", "column 17: mismatched tag", ""},

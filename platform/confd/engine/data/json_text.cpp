@@ -198,6 +198,7 @@ private:
 bool MetadataReader::key(string_t &name)
 {
     Level &level = m_levels.back();
+    level.member = name;
     if (level.is_metadata) {
         const std::string_view whole = name;
         const auto colon = whole.find(':');
@@ -214,7 +215,6 @@ bool MetadataReader::key(string_t &name)
         m_faults.add_duplicate(name, path(), line());
         return !m_faults.is_full();
     }
-    level.member = name;
     return true;
 }
 

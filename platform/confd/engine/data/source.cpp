@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <climits>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -131,16 +132,14 @@ bool FileReader::read_chunk()
 void FileReader::wait() const
 {
     pollfd ready{m_file.get(), POLLIN, 0};
-    constexpr std::chrono::milliseconds kLongest{1'000'000'000};
-    const auto limit = std::min<std::chrono::milliseconds>(m_limits.idle_timeout, kLongest);
-    const int timeout = limit.count() > 0 ? static_cast<int>(limit.count()) : -1;
-    const int count = ::poll(&ready, 1, timeout);
+    const auto limit = std::min<long long>(m_limits.idle_timeout.count(), INT_MAX);
+    const int count = ::poll(&ready, 1, limit > 0 ? static_cast<int>(limit) : -1);
     if (count < 0 && errno != EINTR) {
         fail_for(errno);
     }
     if (count == 0) {
-        fail(m_source.name, 0,
-             "No data for " + std::to_string(m_limits.idle_timeout.count()) + " s",
+        const auto waited = std::chrono::duration_cast<std::chrono::seconds>(m_limits.idle_timeout);
+        fail(m_source.name, 0, "No data for " + std::to_string(waited.count()) + " s",
              "nobody writes to this pipe");
     }
 }

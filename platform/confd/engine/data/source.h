@@ -24,7 +24,7 @@ struct Source {
 struct ReadLimits {
     std::size_t max_bytes = std::size_t{512} << 20U;
     /** How long a pipe may stay silent before it is given up; 0: for ever. */
-    std::chrono::seconds idle_timeout{60};
+    std::chrono::milliseconds idle_timeout = std::chrono::minutes(1);
 };
 
 /**

@@ -288,7 +288,7 @@ void XmlWriter::begin(const XML_Char *name, const XML_Char **attributes)
     m_out += "<" + element.written();
     write_lines(line());
     m_out += std::exchange(m_declarations, {});
-    for (; *attributes != nullptr; attributes += 2) {
+    for (; *attributes != nullptr && !m_faults.is_full(); attributes += 2) {
         write_attribute(element, QualifiedName(attributes[0]), attributes[1]);
     }
     write_lines(line() + count_lines(tag()));

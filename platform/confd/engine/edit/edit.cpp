@@ -4,6 +4,7 @@
 #include "engine/data/path.h"
 #include "engine/data/problems.h"
 #include "engine/data/text_length.h"
+#include "engine/edit/edit_text.h"
 #include "engine/edit/edit_tree.h"
 
 #include <cstring>
@@ -19,8 +20,8 @@ namespace engine
 class EditApplier
 {
 public:
-    EditApplier(const Datastore &running, std::string source)
-        : m_running(running), m_candidate(running.copy()), m_source(std::move(source))
+    EditApplier(const Datastore &running, const Source &source)
+        : m_running(running), m_candidate(running.copy()), m_source(source)
     {
     }
 
@@ -56,8 +57,9 @@ private:
 
     void add_problem(const lyd_node *node, const std::string &message, const std::string &hint)
     {
-        m_problems.push_back({m_source, 0, edit_path(node), message, hint});
+        m_problems.push_back({m_source.name, 0, edit_path(node), message, hint});
     }
+    void add_duplicate(const lyd_node *node, const std::string &hint);
     lyd_node *siblings_below(const lyd_node *parent) const
     {
         return parent != nullptr ? lyd_child(parent) : m_candidate.root();
@@ -65,7 +67,7 @@ private:
 
     const Datastore &m_running;
     Datastore m_candidate;
-    std::string m_source;
+    const Source &m_source;
     std::vector<Problem> m_problems;
 };
 
@@ -209,6 +211,25 @@ void EditApplier::normalise_siblings(const lyd_node *first, lyd_node *parent)
     }
 }
 
+/** With the line of an entry's last key, or of the node itself, if there are two such in the text.
+ */
+void EditApplier::add_duplicate(const lyd_node *node, const std::string &hint)
+{
+    constexpr std::size_t kMaxSearches = 20; // Each goes through the whole text.
+    add_problem(node, "Duplicate node", hint);
+    const auto *schema = schema_of(m_candidate.schema(), node);
+    const auto *term = node;
+    for (std::size_t i = 0; schema->is_list() && i < schema->key_nodes.size(); ++i) {
+        term = i == 0 ? lyd_child(node) : term->next;
+    }
+    if (m_problems.size() <= kMaxSearches) {
+        const bool has_same_value = schema->is_list() || schema->is_leaf_list();
+        const char *value = has_same_value ? lyd_get_value(term) : "";
+        const auto &name = schema->is_list() ? schema->key_nodes.back()->name : schema->name;
+        m_problems.back().line = line_of_second_node(m_source.text, name, value);
+    }
+}
+
 /** Which of two would count? A card's operator must not have to know. */
 void EditApplier::refuse_duplicates(const lyd_node *first)
 {
@@ -219,11 +240,11 @@ void EditApplier::refuse_duplicates(const lyd_node *first)
             lyd_node *same = nullptr;
             lyd_find_sibling_first(first, node, &same);
             if (same != nullptr && same != node) {
-                add_problem(node, "Duplicate node", "an edit names an entry once");
+                add_duplicate(node, "an edit names an entry once");
             }
         } else if (!seen.insert(schema).second) {
-            add_problem(node, "Duplicate node",
-                        schema->is_leaf() ? "a leaf has one value" : "an edit names a node once");
+            add_duplicate(node,
+                          schema->is_leaf() ? "a leaf has one value" : "an edit names a node once");
         }
     }
 }
@@ -394,7 +415,7 @@ lyd_node *EditApplier::find_anchor(const lyd_node *node, lyd_node *target)
     if (result == LY_ENOTFOUND) {
         add_problem(node, where + " " + wanted + ": there is no such entry", "");
     } else if (result != LY_SUCCESS) {
-        const auto why = take_problems(m_candidate.schema(), m_source);
+        const auto why = take_problems(m_candidate.schema(), m_source.name);
         add_problem(node, where + " " + wanted + ": " + why.front().message, "");
     }
     return anchor;
@@ -404,7 +425,7 @@ Datastore apply_edit(const Datastore &running, const Source &edit)
 {
     const EditTree tree = parse_edit(running.schema(), edit);
     require_short_texts(tree.root.get(), edit);
-    return EditApplier(running, edit.name).apply(tree);
+    return EditApplier(running, edit).apply(tree);
 }
 
 } // namespace engine

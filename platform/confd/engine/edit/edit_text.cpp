@@ -87,27 +87,34 @@ bool is_node_at(const std::string &text, std::size_t place, std::string_view nam
     }
 }
 
+/** Line of the last match, when there are as many as are wanted. */
 template <typename Predicate>
-unsigned line_of_only(const std::string &text, std::string_view name, const Predicate &is_match)
+unsigned line_of_last(const std::string &text, std::string_view name, unsigned wanted,
+                      const Predicate &is_match)
 {
-    auto only = std::string::npos;
-    for (auto place = text.find(name); place != std::string::npos;
+    unsigned count = 0;
+    auto last = std::string::npos;
+    for (auto place = text.find(name); place != std::string::npos && count <= wanted;
          place = text.find(name, place + 1)) {
         if (is_match(place)) {
-            if (only != std::string::npos) {
-                return 0;
-            }
-            only = place;
+            ++count;
+            last = place;
         }
     }
-    return only != std::string::npos ? line_at(text, only) : 0;
+    return count == wanted ? line_at(text, last) : 0;
 }
 
 } // namespace
 
 unsigned line_of_node(const std::string &text, std::string_view name, std::string_view value)
 {
-    return line_of_only(text, name,
+    return line_of_last(text, name, 1,
+                        [&](std::size_t place) { return is_node_at(text, place, name, value); });
+}
+
+unsigned line_of_second_node(const std::string &text, std::string_view name, std::string_view value)
+{
+    return line_of_last(text, name, 2,
                         [&](std::size_t place) { return is_node_at(text, place, name, value); });
 }
 

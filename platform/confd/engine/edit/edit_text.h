@@ -13,4 +13,8 @@ namespace engine
  */
 unsigned line_of_node(const std::string &text, std::string_view name, std::string_view value);
 
+/** Line of the second of two such nodes; 0 when there are fewer, or more. */
+unsigned line_of_second_node(const std::string &text, std::string_view name,
+                             std::string_view value);
+
 } // namespace engine
