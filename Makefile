@@ -12,7 +12,7 @@ source_dirs := src platform model host tests bench fuzz
 linted := ^$(CURDIR)/(src|platform|model|host)/
 
 .DEFAULT_GOAL := help
-.PHONY: help run test test-powerpc sizes packages test-packages bench plot soak fuzz coverage docs build \
+.PHONY: help run test test-powerpc sizes packages test-packages bench plot soak fuzz coverage docs api-docs build \
     configure deps format lint clean
 
 help: ## Lists these commands
@@ -88,6 +88,12 @@ coverage: ## Tells which lines and branches of the plug-in no test runs
 
 docs: build ## Writes docs/rules anew from the rules' facts, the model and the golden cases
 	cmake --build --preset $(PRESET) --target docs
+
+api-docs: ## Writes the public headers' documentation as pages to browse
+	@cmake/install-deps.sh api-docs
+	@mkdir -p build/api-docs
+	API_DOCS=build/api-docs doxygen docs/Doxyfile
+	@echo "Browse build/api-docs/html/index.html"
 
 build: configure ## Builds everything
 	cmake --build --preset $(PRESET) --parallel $(JOBS)

@@ -1,6 +1,7 @@
 #include "card.h"
 
 #include "checker/model_schema.h"
+#include "engine/data/yang_check.h"
 #include "engine/edit/edit.h"
 #include "generator/card_names.h"
 #include "generator/tree_writer.h"
@@ -51,7 +52,7 @@ void renumber_service_ports(std::string &text, std::uint32_t count)
 engine::Datastore parse_and_check(const engine::Source &text)
 {
     auto tree = engine::Datastore::parse(schema(), text);
-    tree.check(text);
+    engine::check_yang(tree, text);
     return tree;
 }
 
@@ -83,8 +84,7 @@ host::CardShape shape_of(std::uint32_t links, std::uint64_t seed)
 
 std::shared_ptr<const engine::Schema> schema()
 {
-    static const auto loaded = host::load_schema();
-    return loaded;
+    return host::model_schema();
 }
 
 Card::Card(std::uint32_t links)
@@ -125,7 +125,7 @@ engine::Source Card::rewriting_edit() const
 engine::Datastore Card::candidate(const engine::Source &edit) const
 {
     auto result = engine::apply_edit(m_running, edit);
-    result.check(edit);
+    engine::check_yang(result, edit);
     return result;
 }
 

@@ -53,7 +53,7 @@ public:
     {
     }
 
-    void after(const engine::Request &request, const engine::Answer &answer) override
+    void after(std::size_t request, const engine::Answer &answer) override
     {
         engine::Answer timed = answer;
         timed.time = m_time;
@@ -95,7 +95,7 @@ std::uint64_t Sum::requests() const
     return count;
 }
 
-void Sum::after(const engine::Request &, const engine::Answer &answer)
+void Sum::after(std::size_t /*request*/, const engine::Answer &answer)
 {
     time += answer.time;
     verdict = std::max(verdict, answer.verdict);

@@ -33,7 +33,7 @@ bool is_local(const std::string &call);
 class Sum : public engine::Observer
 {
 public:
-    void after(const engine::Request &request, const engine::Answer &answer) override;
+    void after(std::size_t request, const engine::Answer &answer) override;
 
     std::chrono::nanoseconds time{0};
     std::map<std::string, std::uint64_t> calls;           /**< Client calls by name. */

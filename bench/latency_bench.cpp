@@ -20,11 +20,16 @@ namespace
 class SumByRule : public engine::Observer
 {
 public:
-    void after(const engine::Request &request, const engine::Answer &answer) override
+    explicit SumByRule(const std::vector<engine::Request> &requests) : m_requests(requests) {}
+
+    void after(std::size_t request, const engine::Answer &answer) override
     {
-        rules[request.point->opaque].after(request, answer);
+        rules[m_requests[request].point->opaque].after(request, answer);
     }
     std::map<std::string, Sum> rules;
+
+private:
+    const std::vector<engine::Request> &m_requests;
 };
 
 void measure_latency(benchmark::State &state, bool is_everyday, std::chrono::microseconds latency)
@@ -37,7 +42,7 @@ void measure_latency(benchmark::State &state, bool is_everyday, std::chrono::mic
     const auto slow_plugin = recorded_plugin(kFullCard);
     Recorder::instance().set_latency(latency);
     for (auto _ : state) {
-        SumByRule sums;
+        SumByRule sums(plan);
         commit.ask(plan, sums, slow_plugin);
         for (const auto &[rule, sum] : sums.rules) {
             state.counters["requests:" + rule] = static_cast<double>(sum.requests());

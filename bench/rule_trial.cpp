@@ -16,7 +16,7 @@ namespace
 class EverySecond : public engine::Observer
 {
 public:
-    void after(const engine::Request &request, const engine::Answer &answer) override
+    void after(std::size_t request, const engine::Answer &answer) override
     {
         if (m_is_second) {
             sum.after(request, answer);

@@ -2,6 +2,7 @@
 
 #include "bandwidth_helpers.h"
 #include "card.h"
+#include "engine/schema/schema_loader.h"
 #include "model.h"
 #include "tags.h"
 
@@ -276,7 +277,7 @@ std::shared_ptr<const engine::Schema> schema_with(const YangRule &rule)
     source.main_module = model::kMainModule;
     source.ns = model::kNamespaceTag;
     source.tag_of = model::tag_of;
-    return engine::Schema::load(source);
+    return engine::load_schema(source);
 }
 
 } // namespace bench

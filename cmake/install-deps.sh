@@ -11,6 +11,7 @@ declare -A groups=(
     [plot]="gnuplot-nox"
     [fuzz]="clang libclang-rt-14-dev"
     [coverage]="gcovr"
+    [api-docs]="doxygen"
     [format]="clang-format"
     [lint]="clang-tidy cppcheck"
 )

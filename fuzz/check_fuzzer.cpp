@@ -13,6 +13,7 @@
 #include "checker/recorder.h"
 #include "edit_maker.h"
 #include "engine/data/changes.h"
+#include "engine/data/yang_check.h"
 #include "engine/edit/edit.h"
 #include "finding.h"
 #include "fm_host.h"
@@ -30,17 +31,11 @@ namespace
 using engine::Datastore;
 using fuzz::require;
 
-const std::shared_ptr<const engine::Schema> &schema()
-{
-    static const auto loaded = host::load_schema();
-    return loaded;
-}
-
 Datastore checked(const std::string &text)
 {
     const engine::Source source{"running.xml", text};
-    Datastore tree = Datastore::parse(schema(), source);
-    tree.check(source);
+    Datastore tree = Datastore::parse(host::model_schema(), source);
+    engine::check_yang(tree, source);
     return tree;
 }
 
@@ -48,7 +43,7 @@ Datastore edited(const Datastore &running, const std::string &text)
 {
     const engine::Source source{"edit.xml", text};
     Datastore candidate = engine::apply_edit(running, source);
-    candidate.check(source);
+    engine::check_yang(candidate, source);
     return candidate;
 }
 
@@ -83,7 +78,7 @@ Configurations from_decisions(fuzz::ByteReader bytes)
 {
     use_some_card(bytes);
     Datastore running = checked(test_support::kBaseCard);
-    fuzz::EditMaker maker(*schema(), bytes);
+    fuzz::EditMaker maker(*host::model_schema(), bytes);
     if (bytes.one_in(2)) {
         try {
             running = edited(running, maker.make());
@@ -100,8 +95,8 @@ void require_same_when_read_again(const Datastore &tree, engine::Format format)
 {
     const std::string text = tree.print(format);
     try {
-        Datastore again = Datastore::parse(schema(), {"printed", text});
-        again.check("printed");
+        Datastore again = Datastore::parse(host::model_schema(), {"printed", text});
+        engine::check_yang(again, "printed");
         require(engine::compare(tree, again).empty(),
                 "printed and read again, it differs:\n" + text);
     } catch (const engine::InputError &failure) {
@@ -127,9 +122,11 @@ void ask(Configurations configurations, host::Outcome &outcome)
     auto &transaction = framework.begin(std::move(configurations.candidate));
     const auto requests = engine::plan(transaction);
     outcome.planned = requests.size();
-    host::Progress progress(nullptr);
-    host::Recorder recorder(requests, outcome, progress);
-    host::ask_plugin({transaction, requests, CARD_PLUGIN, true}, recorder);
+    const host::Questions questions{transaction, requests, CARD_PLUGIN, true};
+    host::CheckListener nobody;
+    host::Recorder recorder(questions, outcome, nobody);
+    host::ask_plugin(questions, recorder);
+    outcome.completed = recorder.has_ended();
     framework.end(transaction.handle());
 
     require(

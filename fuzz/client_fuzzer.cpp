@@ -6,6 +6,7 @@
 #include "checker/model_schema.h"
 #include "client.h"
 #include "engine/data/crypto.h"
+#include "engine/data/yang_check.h"
 #include "engine/edit/edit.h"
 #include "support/base_card.h"
 
@@ -36,8 +37,8 @@ const Datastore &running()
 {
     static const Datastore tree = [] {
         Datastore parsed =
-            Datastore::parse(host::load_schema(), {"base card", test_support::kBaseCard});
-        parsed.check("base card");
+            Datastore::parse(host::model_schema(), {"base card", test_support::kBaseCard});
+        engine::check_yang(parsed, "base card");
         return parsed;
     }();
     return tree;
@@ -47,7 +48,7 @@ const Datastore &candidate()
 {
     static const Datastore tree = [] {
         Datastore edited = engine::apply_edit(running(), {"edit", kEdit});
-        edited.check("edit");
+        engine::check_yang(edited, "edit");
         return edited;
     }();
     return tree;

@@ -3,6 +3,7 @@
  * text must be the same.
  */
 #include "checker/model_schema.h"
+#include "engine/data/yang_check.h"
 #include "engine/session/framework.h"
 #include "engine/session/validation.h"
 #include "finding.h"
@@ -36,10 +37,14 @@ std::string described(const Verdict &verdict)
 class Judge : public engine::Observer
 {
 public:
-    explicit Judge(const Trial &trial) : m_trial(trial) {}
-
-    void after(const engine::Request &request, const engine::Answer &answer) override
+    Judge(const Trial &trial, const std::vector<engine::Request> &requests)
+        : m_trial(trial), m_requests(requests)
     {
+    }
+
+    void after(std::size_t index, const engine::Answer &answer) override
+    {
+        const engine::Request &request = m_requests[index];
         const Verdict given{answer.result, answer.text};
         const auto allowed = m_trial.allowed.find(engine::path_of(request));
         fuzz::require(allowed != m_trial.allowed.end(), m_trial.rule + " was asked about " +
@@ -59,19 +64,14 @@ public:
 
 private:
     const Trial &m_trial;
+    const std::vector<engine::Request> &m_requests;
 };
-
-const std::shared_ptr<const engine::Schema> &schema()
-{
-    static const auto loaded = host::load_schema();
-    return loaded;
-}
 
 const Datastore &empty_configuration()
 {
     static const Datastore empty = [] {
-        Datastore tree(schema());
-        tree.check("empty configuration");
+        Datastore tree(host::model_schema());
+        engine::check_yang(tree, "empty configuration");
         return tree;
     }();
     return empty;
@@ -82,8 +82,8 @@ Datastore card_of(const Trial &trial)
     const engine::Source source{"card.xml",
                                 "<config xmlns=\"urn:olt:gpon:base\">" + trial.card + "</config>"};
     try {
-        Datastore card = Datastore::parse(schema(), source);
-        card.check(source);
+        Datastore card = Datastore::parse(host::model_schema(), source);
+        engine::check_yang(card, source);
         return card;
     } catch (const engine::InputError &failure) {
         // The trials keep to the model: a card that is refused would test nothing.
@@ -104,7 +104,7 @@ void ask(const Trial &trial)
     fuzz::require(requests.size() == trial.allowed.size(),
                   trial.rule + " is asked about another number of places\n" + trial.card);
     velconfd::Context context;
-    Judge judge(trial);
+    Judge judge(trial, requests);
     engine::validate(transaction, requests, "gpon_validation_check", validate, context.word(), true,
                      judge);
     framework.end(transaction.handle());

@@ -11,18 +11,15 @@ namespace host
 {
 
 /**
- * Is told what happens while the plug-in is asked. What the plug-in does is uncertain, so every
- * step is told before it is taken: whoever listens knows where the plug-in was when it died.
+ * Is notified of what happens while the plug-in is asked. What the plug-in does is uncertain, so
+ * every step is told before it is taken: whoever listens knows where the plug-in was when it died.
+ * Requests are known by their index in the plan.
  */
-class AskingListener
+class AskingListener : public engine::Observer
 {
 public:
-    virtual ~AskingListener() = default;
     /** The plug-in is about to take this step. */
     virtual void step(Step step) = 0;
-    /** The request of that number (in the order of the plan) is about to be made. */
-    virtual void before(std::size_t request) = 0;
-    virtual void after(std::size_t request, const engine::Answer &answer) = 0;
     /** The plug-in cannot be used. */
     virtual void unusable(const std::vector<engine::Problem> &problems) = 0;
     /** An exception left the plug-in: nothing follows. */

@@ -41,7 +41,8 @@ void write_all(int fd, std::string_view text)
 
 Json to_json(const engine::Problem &problem)
 {
-    return {{"source", problem.source},
+    return {{"fault", static_cast<int>(problem.fault)},
+            {"source", problem.source},
             {"line", problem.line},
             {"path", problem.path},
             {"message", problem.message},
@@ -50,7 +51,11 @@ Json to_json(const engine::Problem &problem)
 
 engine::Problem to_problem(const Json &json)
 {
-    return {json.at("source"), json.at("line"), json.at("path"), json.at("message"),
+    return {static_cast<engine::Fault>(json.at("fault").get<int>()),
+            json.at("source"),
+            json.at("line"),
+            json.at("path"),
+            json.at("message"),
             json.at("hint")};
 }
 
@@ -105,8 +110,8 @@ public:
         Number value{};
         const auto [end, fault] = std::from_chars(word.data(), word.data() + word.size(), value);
         if (fault != std::errc() || end != word.data() + word.size()) {
-            throw std::runtime_error("the child process reported nonsense: " + std::string(word) +
-                                     " is no number");
+            throw std::runtime_error(
+                "the child process sent a malformed event: " + std::string(word) + " is no number");
         }
         return value;
     }
@@ -220,7 +225,7 @@ void replay_event(std::string_view line, AskingListener &listener)
             replay(Json::parse(line), listener);
         }
     } catch (const Json::exception &failure) {
-        throw std::runtime_error(std::string("the child process reported nonsense: ") +
+        throw std::runtime_error(std::string("the child process sent a malformed event: ") +
                                  failure.what());
     }
 }

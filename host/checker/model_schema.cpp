@@ -1,12 +1,15 @@
 #include "checker/model_schema.h"
 
+#include "engine/schema/schema_loader.h"
 #include "model.h"
 #include "tags.h"
 
 namespace host
 {
+namespace
+{
 
-std::shared_ptr<const engine::Schema> load_schema()
+engine::ModelSource model_source()
 {
     engine::ModelSource source;
     for (const auto &text : model::yang_texts()) {
@@ -15,7 +18,15 @@ std::shared_ptr<const engine::Schema> load_schema()
     source.main_module = model::kMainModule;
     source.ns = model::kNamespaceTag;
     source.tag_of = model::tag_of;
-    return engine::Schema::load(source);
+    return source;
+}
+
+} // namespace
+
+const std::shared_ptr<const engine::Schema> &model_schema()
+{
+    static const auto loaded = engine::load_schema(model_source());
+    return loaded;
 }
 
 } // namespace host

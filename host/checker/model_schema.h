@@ -1,4 +1,4 @@
-/** The built-in data model, loaded. */
+/** The built-in data model. */
 #pragma once
 
 #include "engine/schema/schema.h"
@@ -8,7 +8,7 @@
 namespace host
 {
 
-/** Loads the card's data model. @throws std::runtime_error */
-std::shared_ptr<const engine::Schema> load_schema();
+/** The card's data model, loaded on the first call. @throws std::runtime_error */
+const std::shared_ptr<const engine::Schema> &model_schema();
 
 } // namespace host

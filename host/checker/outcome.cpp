@@ -1,6 +1,7 @@
 #include "checker/outcome.h"
 
 #include <algorithm>
+#include <new>
 
 namespace host
 {
@@ -22,6 +23,18 @@ const char *name_of(Step step)
     return "an unknown step";
 }
 
+void add_phase(std::vector<Phase> &phases, const Phase &phase)
+{
+    const auto found = std::find_if(phases.begin(), phases.end(), [&phase](const Phase &known) {
+        return known.name == phase.name;
+    });
+    if (found == phases.end()) {
+        phases.push_back(phase);
+    } else {
+        found->time += phase.time;
+    }
+}
+
 bool Outcome::has(engine::Verdict verdict) const
 {
     return std::any_of(runs.begin(), runs.end(),
@@ -39,10 +52,23 @@ Result Outcome::result() const
     if (has(engine::Verdict::kRejected)) {
         return Result::kRejected;
     }
+    if (!completed) {
+        return Result::kNotChecked;
+    }
     if (has(engine::Verdict::kWarning) && !confirmation.answer.value_or(false)) {
         return Result::kNotConfirmed;
     }
     return Result::kAccepted;
+}
+
+std::vector<engine::Problem> problems_of(const std::exception &failure)
+{
+    if (const auto *input = dynamic_cast<const engine::InputError *>(&failure)) {
+        return input->problems();
+    }
+    const bool no_memory = dynamic_cast<const std::bad_alloc *>(&failure) != nullptr;
+    return {
+        {engine::Fault::kInternal, "", 0, "", no_memory ? "out of memory" : failure.what(), ""}};
 }
 
 std::vector<RuleSummary> summarise(const std::vector<RuleRun> &runs)

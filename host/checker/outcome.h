@@ -51,11 +51,14 @@ struct Death {
 /** How the change that was checked was given. */
 enum class ChangeForm { kNone, kEdit, kCandidate };
 
-/** Time that a part of the work took. */
+/** Time that a part of the work took. A phase may have several parts. */
 struct Phase {
     std::string name;
     std::chrono::nanoseconds time{0};
 };
+
+/** Adds the time to the phase of that name. */
+void add_phase(std::vector<Phase> &phases, const Phase &phase);
 
 /** The operator's answer to the warnings. */
 struct Confirmation {
@@ -74,13 +77,23 @@ struct Outcome {
     std::vector<RuleRun> runs;
     std::vector<engine::Problem> problems; /**< Why it could not be checked. */
     std::optional<Death> death;
-    std::string plugin_output; /**< What the plug-in wrote before it failed. */
+    std::string plugin_output; /**< What the plug-in wrote in its own process, or the end of it. */
     Confirmation confirmation;
     std::vector<Phase> phases;
+    int transaction = 0; /**< Of the check, for Checker::commit. */
+    /**
+     * Every planned request was answered, or one was rejected and that was enough, and the plug-in
+     * came to its proper end. Without this nothing is accepted.
+     */
+    bool completed = false;
 
     bool has(engine::Verdict verdict) const;
+    /** Not checked, unless there is a reason for another result. */
     Result result() const;
 };
+
+/** A failure as the problems of a report. */
+std::vector<engine::Problem> problems_of(const std::exception &failure);
 
 /** What the runs of one rule add up to. */
 struct RuleSummary {

@@ -20,7 +20,7 @@ constexpr const char *kFileName = "libgpon_card_valid.so";
 [[noreturn]] void unusable(const std::string &plugin, const std::string &message,
                            const std::string &hint)
 {
-    throw engine::InputError({{plugin, 0, "", message, hint}});
+    throw engine::InputError({{engine::Fault::kUnusablePlugin, plugin, 0, "", message, hint}});
 }
 
 std::string default_path()

@@ -1,28 +1,39 @@
 #include "checker/recorder.h"
 
+#include <stdexcept>
+
 namespace host
 {
 
 void Recorder::step(Step step)
 {
+    require(step >= m_step && !m_running, "a step");
+    require(step != Step::kFinish || is_done(), "the last step");
     m_step = step;
 }
 
 void Recorder::before(std::size_t request)
 {
-    m_running = &m_requests.at(request);
-    m_progress.at(request + 1, m_requests.size(), m_running->point->opaque);
+    require(m_step == Step::kValidate && !m_running && !is_done() && request == m_answered,
+            "a request");
+    m_running = request;
+    m_listener.asking(request + 1, m_questions.requests.size(),
+                      m_questions.requests[request].point->opaque);
 }
 
 void Recorder::after(std::size_t request, const engine::Answer &answer)
 {
-    const engine::Request &asked = m_requests.at(request);
+    require(m_running == request, "an answer");
+    const engine::Request &asked = m_questions.requests[request];
     m_outcome.runs.push_back({asked.point->opaque, engine::path_of(asked), asked.cause, answer});
-    m_running = nullptr;
+    m_rejected = m_rejected || answer.verdict == engine::Verdict::kRejected;
+    m_running.reset();
+    ++m_answered;
 }
 
 void Recorder::unusable(const std::vector<engine::Problem> &problems)
 {
+    require(!problems.empty(), "a fault without a text");
     m_outcome.problems.insert(m_outcome.problems.end(), problems.begin(), problems.end());
 }
 
@@ -32,6 +43,13 @@ void Recorder::threw(const std::string &exception)
     death.kind = Death::Kind::kException;
     death.exception = exception;
     m_outcome.death = death;
+}
+
+void Recorder::ended()
+{
+    const bool is_due = m_step == Step::kFinish ? is_done() : !m_outcome.problems.empty();
+    require(is_due && !m_running && !m_ended, "the end");
+    m_ended = true;
 }
 
 void Recorder::died(Death::Kind kind, int number)
@@ -46,11 +64,25 @@ Death Recorder::death_here() const
 {
     Death death;
     death.step = m_step;
-    if (m_running != nullptr) {
-        death.rule = m_running->point->opaque;
-        death.path = engine::path_of(*m_running);
+    if (m_running) {
+        const engine::Request &asked = m_questions.requests[*m_running];
+        death.rule = asked.point->opaque;
+        death.path = engine::path_of(asked);
     }
     return death;
+}
+
+void Recorder::require(bool is_possible, const char *event) const
+{
+    if (!is_possible || m_ended || m_outcome.death) {
+        throw std::runtime_error(std::string("the plug-in's process reported ") + event +
+                                 " that was not due");
+    }
+}
+
+bool Recorder::is_done() const
+{
+    return m_answered == m_questions.requests.size() || (m_rejected && !m_questions.all);
 }
 
 } // namespace host

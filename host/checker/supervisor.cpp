@@ -68,7 +68,7 @@ Pipe make_pipe()
 }
 
 /** Child side: never returns into the parent's code, and runs none of its destructors. */
-[[noreturn]] void be_the_child(const ChildWork &work, const Pipe &lines, const Pipe &output)
+[[noreturn]] void run_child(const ChildWork &work, const Pipe &lines, const Pipe &output)
 {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     // What the operator types is for the parent.
@@ -169,9 +169,9 @@ private:
     template <typename Take>
     static void read_all(Descriptor &from, const Take &take)
     {
-        constexpr int kMostReads = 64;
+        constexpr int kMaxReads = 64;
         std::array<char, 16384> buffer;
-        for (int reads = 0; reads < kMostReads && from.is_open(); ++reads) {
+        for (int reads = 0; reads < kMaxReads && from.is_open(); ++reads) {
             const ssize_t size = read(from.get(), buffer.data(), buffer.size());
             if (size > 0) {
                 take(std::string_view(buffer.data(), static_cast<std::size_t>(size)));
@@ -200,9 +200,9 @@ private:
     void kill_when_late()
     {
         const bool is_late =
-            m_work.patience.count() > 0 && Clock::now() - m_last_line >= m_work.patience;
-        if (is_late && !m_out_of_patience && !m_status) {
-            m_out_of_patience = true;
+            m_work.idle_timeout.count() > 0 && Clock::now() - m_last_line >= m_work.idle_timeout;
+        if (is_late && !m_timed_out && !m_status) {
+            m_timed_out = true;
             kill(m_child, SIGKILL);
         }
     }
@@ -210,7 +210,7 @@ private:
     ChildEnd end() const
     {
         ChildEnd end;
-        end.out_of_patience = m_out_of_patience;
+        end.timed_out = m_timed_out;
         if (WIFSIGNALED(*m_status)) {
             end.signal = WTERMSIG(*m_status);
         } else {
@@ -226,7 +226,7 @@ private:
     std::string m_partial_line;
     Clock::time_point m_last_line = Clock::now();
     bool m_is_busy = false;
-    bool m_out_of_patience = false;
+    bool m_timed_out = false;
     std::optional<int> m_status;
 };
 
@@ -253,7 +253,7 @@ ChildEnd run_in_child(const ChildWork &work)
         fail("cannot start a child process");
     }
     if (child == 0) {
-        be_the_child(work, lines, output);
+        run_child(work, lines, output);
     }
     lines.write_end.close();
     output.write_end.close();

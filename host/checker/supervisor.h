@@ -19,12 +19,12 @@ struct ChildWork {
     /** Is called several times a second. */
     std::function<void()> on_tick;
     /** Longest time from one line to the next; 0: no limit. The child is killed after that. */
-    std::chrono::milliseconds patience{0};
+    std::chrono::milliseconds idle_timeout{0};
 };
 
 /** How a child came to its end. */
 struct ChildEnd {
-    bool out_of_patience = false;
+    bool timed_out = false;
     int signal = 0; /**< 0: it exited. */
     int exit_status = 0;
 };

@@ -21,7 +21,7 @@ std::unique_ptr<TreeWriter> make_writer(const GenerateOptions &options, std::ost
     if (options.format == engine::Format::kJson) {
         return std::make_unique<JsonWriter>(out, std::string(model::kMainModule));
     }
-    return std::make_unique<XmlWriter>(out, load_schema()->module()->ns);
+    return std::make_unique<XmlWriter>(out, model_schema()->module()->ns);
 }
 
 void write_configuration(const GenerateOptions &options, std::ostream &out)
@@ -55,10 +55,10 @@ void write_file(const std::string &path, const Write &write)
 int run_generate(const GenerateOptions &options, const Console &console)
 {
     const CardShape &shape = options.shape;
-    if (shape.service_ports > shape.links * shape.onus * kMostServicePortsPerOnu) {
+    if (shape.service_ports > shape.links * shape.onus * kMaxServicePortsPerOnu) {
         console.err << "gpon-validate: " << shape.links * shape.onus
                     << " ONUs have no room for so many service ports: at most "
-                    << kMostServicePortsPerOnu << " for each\n";
+                    << kMaxServicePortsPerOnu << " for each\n";
         return static_cast<int>(Result::kNotChecked);
     }
     if (options.output.empty()) {

@@ -180,7 +180,7 @@ int points_of_key(const std::vector<KeyPoints> &groups, const PointsOptions &opt
 
 int run_points(const PointsOptions &options, const Console &console)
 {
-    const auto schema = load_schema();
+    const auto schema = model_schema();
     const auto groups = group_by_key(*schema);
     if (!options.key.empty()) {
         return points_of_key(groups, options, console);

@@ -1,4 +1,4 @@
-#include "generator/card_generator.h"
+#include "generator/card_gateways.h"
 
 #include "generator/card_names.h"
 
@@ -81,53 +81,53 @@ void television_connection(TreeWriter &out)
     out.close_list();
 }
 
+void wlans(std::uint32_t profile, TreeWriter &out, Random &random)
+{
+    out.open_list("wlan");
+    out.open_entry();
+    out.number("id", 1);
+    out.open("ssid");
+    out.open("auto");
+    out.empty("onu-serial-number");
+    out.text("prefix", "home-");
+    out.close();
+    out.close();
+    out.close_entry();
+
+    out.open_entry();
+    out.number("id", 2);
+    out.boolean("enabled", random.one_in(2));
+    out.open("ssid");
+    out.text("custom", "guest-" + std::to_string(profile + 1));
+    out.close();
+    out.close_entry();
+    out.close_list();
+}
+
+void wans(std::uint32_t profile, TreeWriter &out, Random &random)
+{
+    internet_connection(out);
+    if (profile % 2 == 1) {
+        voice_connection(out);
+    }
+    if (random.one_in(2)) {
+        television_connection(out);
+    }
+}
+
 } // namespace
 
-void CardGenerator::rg_profiles()
+void write_gateway_profiles(std::uint32_t count, TreeWriter &out, Random &random)
 {
-    m_out.open_list("rg-profile");
-    for (std::uint32_t i = 0; i < m_shape.rg_profiles; ++i) {
-        m_out.open_entry();
-        m_out.text("name", rg_name(i));
-        wlans(i);
-        wans(i);
-        m_out.close_entry();
+    out.open_list("rg-profile");
+    for (std::uint32_t i = 0; i < count; ++i) {
+        out.open_entry();
+        out.text("name", rg_name(i));
+        wlans(i, out, random);
+        wans(i, out, random);
+        out.close_entry();
     }
-    m_out.close_list();
-}
-
-void CardGenerator::wlans(std::uint32_t profile)
-{
-    m_out.open_list("wlan");
-    m_out.open_entry();
-    m_out.number("id", 1);
-    m_out.open("ssid");
-    m_out.open("auto");
-    m_out.empty("onu-serial-number");
-    m_out.text("prefix", "home-");
-    m_out.close();
-    m_out.close();
-    m_out.close_entry();
-
-    m_out.open_entry();
-    m_out.number("id", 2);
-    m_out.boolean("enabled", m_random.one_in(2));
-    m_out.open("ssid");
-    m_out.text("custom", "guest-" + std::to_string(profile + 1));
-    m_out.close();
-    m_out.close_entry();
-    m_out.close_list();
-}
-
-void CardGenerator::wans(std::uint32_t profile)
-{
-    internet_connection(m_out);
-    if (profile % 2 == 1) {
-        voice_connection(m_out);
-    }
-    if (m_random.one_in(2)) {
-        television_connection(m_out);
-    }
+    out.close_list();
 }
 
 } // namespace host

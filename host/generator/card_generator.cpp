@@ -1,6 +1,8 @@
 #include "generator/card_generator.h"
 
+#include "generator/card_gateways.h"
 #include "generator/card_names.h"
+#include "generator/card_profiles.h"
 
 #include <array>
 #include <iomanip>
@@ -11,14 +13,8 @@ namespace host
 namespace
 {
 
-// Upstream of a PON link in kbit/s: what all ONUs together may be guaranteed, what of it may be
-// fixed, and what each ONU costs on top.
-constexpr std::uint32_t kUpstreamCapacityKbps = 1107504;
-constexpr std::uint32_t kFixedCapacityKbps = 442752;
-constexpr std::uint32_t kOverheadPerOnuKbps = 560;
-
 /** Above this number of ONUs the card warns about monitoring in real time. */
-constexpr std::uint32_t kMostRealTimeOnus = 128;
+constexpr std::uint32_t kMaxRealTimeOnus = 128;
 
 constexpr std::array<const char *, 8> kStreets{"Mill Lane",    "Station Road", "Harbour Street",
                                                "Church Hill",  "Park Avenue",  "Market Square",
@@ -28,9 +24,7 @@ constexpr std::array<const char *, 4> kVendors{"ABCD", "EFGH", "JKLM", "NPQR"};
 } // namespace
 
 CardGenerator::CardGenerator(const CardShape &shape, TreeWriter &out)
-    : m_shape(shape), m_out(out), m_random(shape.seed),
-      m_guaranteed_limit((kUpstreamCapacityKbps / shape.onus - kOverheadPerOnuKbps) / kMostTconts),
-      m_fixed_limit(kFixedCapacityKbps / shape.onus / kMostTconts), m_first_serial(m_random.bits())
+    : m_shape(shape), m_out(out), m_random(shape.seed), m_first_serial(m_random.bits())
 {
 }
 
@@ -39,12 +33,10 @@ void CardGenerator::write()
     m_out.open("config");
     m_out.open("profile");
     m_out.open("gpon");
-    bandwidth_profiles();
-    line_profiles();
-    service_profiles();
-    rg_profiles();
-    tr069_profiles();
-    voip_profiles();
+    m_gems_of_profile = write_profiles(m_shape, m_out, m_random);
+    write_gateway_profiles(m_shape.rg_profiles, m_out, m_random);
+    write_tr069_profiles(m_out);
+    write_voip_profiles(m_out);
     m_out.close();
     m_out.close();
     interfaces();
@@ -114,7 +106,7 @@ void CardGenerator::onu(std::uint32_t link, std::uint32_t onu_id)
     }
     // Every so many ONUs, so that the whole card stays below the number that it warns about.
     const std::uint32_t place_on_card = static_cast<std::uint32_t>(m_gems_of_onu.size());
-    if (place_on_card % (16 * m_shape.onus / kMostRealTimeOnus + 1) == 0) {
+    if (place_on_card % (16 * m_shape.onus / kMaxRealTimeOnus + 1) == 0) {
         m_out.open("snmp");
         m_out.empty("real-time");
         m_out.close();

@@ -1,4 +1,4 @@
-#include "generator/card_generator.h"
+#include "generator/card_profiles.h"
 
 #include "generator/card_names.h"
 
@@ -16,15 +16,48 @@ constexpr std::array<std::uint32_t, 16> kRatesKbps{
     64, 128, 192, 256, 512, 768, 1024, 1536, 2048, 4096, 8192, 10240, 20480, 40960, 61440, 102400};
 constexpr std::uint32_t kInternetVlan = 100;
 
-} // namespace
+// Upstream of a PON link in kbit/s: what all ONUs together may be guaranteed, what of it may be
+// fixed, and what each ONU costs on top.
+constexpr std::uint32_t kUpstreamCapacityKbps = 1107504;
+constexpr std::uint32_t kFixedCapacityKbps = 442752;
+constexpr std::uint32_t kOverheadPerOnuKbps = 560;
 
-std::uint32_t CardGenerator::rate_up_to(std::uint32_t limit)
+class ProfileWriter
+{
+public:
+    ProfileWriter(const CardShape &shape, TreeWriter &out, Random &random)
+        : m_shape(shape), m_out(out), m_random(random),
+          m_guaranteed_limit((kUpstreamCapacityKbps / shape.onus - kOverheadPerOnuKbps) /
+                             kMaxTconts),
+          m_fixed_limit(kFixedCapacityKbps / shape.onus / kMaxTconts)
+    {
+    }
+
+    void bandwidth_profiles();
+    /** @return Number of GEM ports of each. */
+    std::vector<std::uint32_t> line_profiles();
+    void service_profiles();
+
+private:
+    void traffic(std::uint32_t index);
+    std::uint32_t tconts_and_gems();
+    void vlan_mapping(const std::string &name, std::uint32_t vlan, bool is_veip);
+    std::uint32_t rate_up_to(std::uint32_t limit);
+
+    const CardShape &m_shape;
+    TreeWriter &m_out;
+    Random &m_random;
+    std::uint32_t m_guaranteed_limit; /**< Of one T-CONT, in kbit/s. */
+    std::uint32_t m_fixed_limit;      /**< Of one T-CONT, in kbit/s. */
+};
+
+std::uint32_t ProfileWriter::rate_up_to(std::uint32_t limit)
 {
     const auto end = std::upper_bound(kRatesKbps.begin(), kRatesKbps.end(), limit);
     return kRatesKbps[m_random.below(static_cast<std::uint32_t>(end - kRatesKbps.begin()))];
 }
 
-void CardGenerator::bandwidth_profiles()
+void ProfileWriter::bandwidth_profiles()
 {
     m_out.open_list("bandwidth-profile");
     for (std::uint32_t i = 0; i < m_shape.bandwidth_profiles; ++i) {
@@ -38,7 +71,7 @@ void CardGenerator::bandwidth_profiles()
     m_out.close_list();
 }
 
-void CardGenerator::traffic(std::uint32_t index)
+void ProfileWriter::traffic(std::uint32_t index)
 {
     const std::size_t type = index % kTrafficTypes.size() + 1;
     const bool has_fixed = type == 1 || type == 5;
@@ -61,23 +94,24 @@ void CardGenerator::traffic(std::uint32_t index)
     m_out.close();
 }
 
-void CardGenerator::line_profiles()
+std::vector<std::uint32_t> ProfileWriter::line_profiles()
 {
+    std::vector<std::uint32_t> gems;
     m_out.open_list("line-profile");
     for (std::uint32_t i = 0; i < m_shape.line_profiles; ++i) {
         m_out.open_entry();
         m_out.text("name", line_name(i));
-        tconts_and_gems();
+        gems.push_back(tconts_and_gems());
         m_out.close_entry();
     }
     m_out.close_list();
+    return gems;
 }
 
-void CardGenerator::tconts_and_gems()
+std::uint32_t ProfileWriter::tconts_and_gems()
 {
-    const std::uint32_t tconts = 1 + m_random.below(kMostTconts);
+    const std::uint32_t tconts = 1 + m_random.below(kMaxTconts);
     const std::uint32_t gems = tconts + m_random.below(3);
-    m_gems_of_profile.push_back(gems);
 
     m_out.open_list("tcont");
     for (std::uint32_t id = 1; id <= tconts; ++id) {
@@ -96,9 +130,10 @@ void CardGenerator::tconts_and_gems()
         m_out.close_entry();
     }
     m_out.close_list();
+    return gems;
 }
 
-void CardGenerator::service_profiles()
+void ProfileWriter::service_profiles()
 {
     m_out.open_list("service-profile");
     for (std::uint32_t i = 0; i < kServiceProfiles; ++i) {
@@ -114,7 +149,7 @@ void CardGenerator::service_profiles()
     m_out.close_list();
 }
 
-void CardGenerator::vlan_mapping(const std::string &name, std::uint32_t vlan, bool is_veip)
+void ProfileWriter::vlan_mapping(const std::string &name, std::uint32_t vlan, bool is_veip)
 {
     m_out.open_entry();
     m_out.text("name", name);
@@ -139,44 +174,55 @@ void CardGenerator::vlan_mapping(const std::string &name, std::uint32_t vlan, bo
     m_out.close_entry();
 }
 
-void CardGenerator::tr069_profiles()
+} // namespace
+
+std::vector<std::uint32_t> write_profiles(const CardShape &shape, TreeWriter &out, Random &random)
 {
-    m_out.open_list("tr069-acs-profile");
-    for (std::uint32_t i = 0; i < kTr069Profiles; ++i) {
-        const std::string number = std::to_string(i + 1);
-        m_out.open_entry();
-        m_out.text("name", tr069_name(i));
-        m_out.text("url", "https://acs" + number + ".example.net:7547/");
-        m_out.text("username", "gateway");
-        m_out.text("password", "$0$secret-" + number);
-        m_out.number("periodic-inform-interval", 3600 * (i + 1));
-        m_out.close_entry();
-    }
-    m_out.close_list();
+    ProfileWriter writer(shape, out, random);
+    writer.bandwidth_profiles();
+    const auto gems = writer.line_profiles();
+    writer.service_profiles();
+    return gems;
 }
 
-void CardGenerator::voip_profiles()
+void write_tr069_profiles(TreeWriter &out)
 {
-    m_out.open_list("sip-agent-profile");
+    out.open_list("tr069-acs-profile");
+    for (std::uint32_t i = 0; i < kTr069Profiles; ++i) {
+        const std::string number = std::to_string(i + 1);
+        out.open_entry();
+        out.text("name", tr069_name(i));
+        out.text("url", "https://acs" + number + ".example.net:7547/");
+        out.text("username", "gateway");
+        out.text("password", "$0$secret-" + number);
+        out.number("periodic-inform-interval", 3600 * (i + 1));
+        out.close_entry();
+    }
+    out.close_list();
+}
+
+void write_voip_profiles(TreeWriter &out)
+{
+    out.open_list("sip-agent-profile");
     for (std::uint32_t i = 0; i < kVoipProfiles; ++i) {
         const std::string number = std::to_string(i + 1);
-        m_out.open_entry();
-        m_out.text("name", sip_name(i));
-        m_out.text("proxy-server", "sip" + number + ".example.net");
-        m_out.text("registrar-server", "sip" + number + ".example.net");
-        m_out.close_entry();
+        out.open_entry();
+        out.text("name", sip_name(i));
+        out.text("proxy-server", "sip" + number + ".example.net");
+        out.text("registrar-server", "sip" + number + ".example.net");
+        out.close_entry();
     }
-    m_out.close_list();
+    out.close_list();
 
-    m_out.open_list("media-profile");
+    out.open_list("media-profile");
     for (std::uint32_t i = 0; i < kVoipProfiles; ++i) {
-        m_out.open_entry();
-        m_out.text("name", media_name(i));
-        m_out.text("codec", i == 0 ? "pcma" : "g729");
-        m_out.number("packet-period", 20);
-        m_out.close_entry();
+        out.open_entry();
+        out.text("name", media_name(i));
+        out.text("codec", i == 0 ? "pcma" : "g729");
+        out.number("packet-period", 20);
+        out.close_entry();
     }
-    m_out.close_list();
+    out.close_list();
 }
 
 } // namespace host

@@ -84,7 +84,8 @@ Json problems(const std::vector<engine::Problem> &found)
 {
     Json array = Json::array();
     for (const auto &problem : found) {
-        array.push_back({{"source", problem.source},
+        array.push_back({{"fault", engine::names_of(problem.fault).identifier},
+                         {"source", problem.source},
                          {"line", problem.line},
                          {"path", problem.path},
                          {"message", problem.message},
@@ -157,7 +158,7 @@ Json json_report(const Outcome &outcome, bool with_explanation)
     if (outcome.death) {
         json["death"] = death(outcome);
     }
-    if (!outcome.plugin_output.empty()) {
+    if ((outcome.death || !outcome.problems.empty()) && !outcome.plugin_output.empty()) {
         json["plugin-output"] = outcome.plugin_output;
     }
     if (with_explanation) {

@@ -11,7 +11,7 @@ namespace host
 namespace
 {
 
-constexpr std::size_t kMostOutputLines = 40;
+constexpr std::size_t kMaxOutputLines = 40;
 
 std::vector<std::string> lines_of(const std::string &text)
 {
@@ -62,7 +62,7 @@ void print_plugin_output(std::ostream &out, const std::string &output)
     if (lines.empty()) {
         return;
     }
-    const std::size_t first = lines.size() > kMostOutputLines ? lines.size() - kMostOutputLines : 0;
+    const std::size_t first = lines.size() > kMaxOutputLines ? lines.size() - kMaxOutputLines : 0;
     out << (first == 0 ? "The plug-in had written:\n" : "The plug-in had written, in the end:\n");
     for (std::size_t i = first; i < lines.size(); ++i) {
         out << "  " << lines[i] << '\n';
@@ -154,7 +154,9 @@ void print_findings(std::ostream &out, const Outcome &outcome, const Style &styl
     if (outcome.death) {
         out << style.bad(sentence(*outcome.death)) << ".\n";
     }
-    print_plugin_output(out, outcome.plugin_output);
+    if (outcome.death || !outcome.problems.empty()) {
+        print_plugin_output(out, outcome.plugin_output);
+    }
 }
 
 void print_conclusion(std::ostream &out, const Outcome &outcome, const Style &style)

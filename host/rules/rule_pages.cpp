@@ -156,7 +156,7 @@ void write_file(const fs::path &path, const std::string &text)
 
 void write_pages(const fs::path &examples, const fs::path &output)
 {
-    const auto schema = host::load_schema();
+    const auto schema = host::model_schema();
     fs::create_directories(output);
     std::ostringstream index;
     index << "<!-- Generated from host/rules/rules.json: do not edit. -->\n# The rules\n\n"

@@ -1,6 +1,7 @@
 #include "session.h"
 
-#include "engine/data/path.h"
+#include "engine/data/keypath.h"
+#include "engine/data/path_reader.h"
 
 #include <cstring>
 #include <vector>

@@ -1,5 +1,7 @@
 #include "engine/data/crypto.h"
 #include "engine/data/error.h"
+#include "engine/data/yang_check.h"
+#include "engine/schema/schema_loader.h"
 #include "support/model.h"
 
 #include <gmock/gmock.h>
@@ -87,7 +89,7 @@ std::shared_ptr<const Schema> secrets_schema()
                 leaf secret { type tailf:aes-cfb-128-encrypted-string; } } } })"}};
     source.main_module = "m";
     source.tag_of = model::tag_of;
-    static const auto schema = Schema::load(source);
+    static const auto schema = engine::load_schema(source);
     return schema;
 }
 
@@ -318,14 +320,14 @@ TEST(DatastoreCheck, AddsDefaultsAndLeavesTheTreeAsItWasWhenItFails)
 {
     auto tree = test_support::parse_config(in_onu(""));
     EXPECT_THAT(values(tree, "admin-state"), IsEmpty());
-    tree.check("test.xml");
+    engine::check_yang(tree, "test.xml");
     EXPECT_THAT(values(tree, "admin-state"), ElementsAre("enabled"));
     EXPECT_EQ(tree.root()->next, nullptr);
     // Defaults are not written out.
     EXPECT_THAT(tree.print(Format::kXml), ::testing::Not(HasSubstr("admin-state")));
 
     auto faulty = test_support::parse_config(in_onu("<rg-profile>none</rg-profile>"));
-    EXPECT_THROW(faulty.check("test.xml"), InputError);
+    EXPECT_THROW(engine::check_yang(faulty, "test.xml"), InputError);
     EXPECT_THAT(values(faulty, "rg-profile"), ElementsAre("none"));
 }
 
@@ -335,13 +337,13 @@ TEST(Datastore, ReadsWhatItPrints)
          {in_onu("<description>&lt;\"quoted\"&gt;</description>"),
           std::string("<gpon><card>1/1</card><rg-one-shot-prov/></gpon>"), std::string()}) {
         auto tree = test_support::parse_config(inside);
-        tree.check("test.xml");
+        engine::check_yang(tree, "test.xml");
         for (const auto format : {Format::kXml, Format::kJson}) {
             const auto text = tree.print(format);
             SCOPED_TRACE(text);
             EXPECT_EQ(engine::format_of(text), format);
             auto again = test_support::parse(text);
-            again.check("test.xml");
+            engine::check_yang(again, "test.xml");
             EXPECT_EQ(lyd_compare_siblings(tree.root(), again.root(), LYD_COMPARE_FULL_RECURSION),
                       LY_SUCCESS);
         }
@@ -367,6 +369,7 @@ TEST(Datastore, CopiesStandAlone)
 TEST(InputError, TellsAllProblemsOneALine)
 {
     const InputError error(
-        {{"a.xml", 3, "/config", "It is wrong", "make it right"}, {"", 0, "", "Broken", ""}});
+        {{engine::Fault::kInvalidValue, "a.xml", 3, "/config", "It is wrong", "make it right"},
+         {engine::Fault::kInternal, "", 0, "", "Broken", ""}});
     EXPECT_STREQ(error.what(), "a.xml:3: /config: It is wrong (make it right)\nBroken");
 }

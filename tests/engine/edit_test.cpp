@@ -2,6 +2,7 @@
 
 #include "card_xml.h"
 #include "engine/data/error.h"
+#include "engine/data/yang_check.h"
 #include "small_model.h"
 #include "support/model.h"
 
@@ -25,7 +26,7 @@ const std::string kNetconf = "xmlns='urn:ietf:params:xml:ns:netconf:base:1.0'";
 Datastore edited(const Datastore &running, const std::string &text)
 {
     auto candidate = engine::apply_edit(running, {"edit.xml", text});
-    candidate.check("edit.xml");
+    engine::check_yang(candidate, "edit.xml");
     return candidate;
 }
 
@@ -36,7 +37,7 @@ void expect_candidate(const std::string &running, const std::string &edit,
     const auto wanted = checked_config(expected).print(Format::kJson);
     auto candidate = engine::apply_edit(checked_config(running), {"edit.xml", edit});
     EXPECT_EQ(candidate.print(Format::kJson), wanted) << edit;
-    candidate.check("edit.xml");
+    engine::check_yang(candidate, "edit.xml");
     EXPECT_EQ(candidate.print(Format::kJson), wanted) << edit;
 }
 

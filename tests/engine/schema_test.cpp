@@ -1,5 +1,6 @@
 #include "support/model.h"
 
+#include "engine/schema/schema_loader.h"
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -73,7 +74,7 @@ ModelSource small_model(const std::string &nodes)
 std::string load_error(const ModelSource &source)
 {
     try {
-        Schema::load(source);
+        engine::load_schema(source);
     } catch (const std::runtime_error &failure) {
         return failure.what();
     }
@@ -148,7 +149,7 @@ TEST(Schema, GivesEachLeafTheTypeOfTheClientInterface)
 
 TEST(Schema, KnowsDerivedFrameworkTypes)
 {
-    const auto schema = Schema::load(small_model(
+    const auto schema = engine::load_schema(small_model(
         "typedef secret { type tf:aes-cfb-128-encrypted-string { length '3..99'; } }"
         "container c { leaf one { type secret; } leaf thirteen-long { type string; }"
         " leaf three { type union { type uint8; type tf:ipv4-address-and-prefix-length; } } }"));
@@ -220,7 +221,7 @@ TEST(Schema, FindsTheValidationPointsInTheirOrder)
 
 TEST(Schema, ResolvesDependencies)
 {
-    const auto schema = Schema::load(small_model(R"(
+    const auto schema = engine::load_schema(small_model(R"(
         container aa {
           list bbb { key k; leaf k { type string; }
             choice which { case x { container cccc { leaf ddddd { type string; } } } }

@@ -1,6 +1,8 @@
 /** Models of a few lines, where the card's has no such case. */
 #pragma once
 
+#include "engine/data/yang_check.h"
+#include "engine/schema/schema_loader.h"
 #include "support/model.h"
 
 #include <cstdint>
@@ -19,7 +21,7 @@ inline std::shared_ptr<const engine::Schema> small_schema(const std::string &sta
                                  " import tailf-common { prefix tailf; } " +
                                      statements + "}"});
     source.main_module = "t";
-    return engine::Schema::load(source);
+    return engine::load_schema(source);
 }
 
 /** A checked configuration of a small model. */
@@ -27,7 +29,7 @@ inline engine::Datastore small_config(const std::shared_ptr<const engine::Schema
                                       const std::string &xml)
 {
     auto tree = engine::Datastore::parse(schema, {"small.xml", xml});
-    tree.check("small.xml");
+    engine::check_yang(tree, "small.xml");
     return tree;
 }
 

@@ -1,6 +1,7 @@
 #include "engine/session/validation.h"
 
 #include "card_xml.h"
+#include "engine/data/yang_check.h"
 #include "engine/edit/edit.h"
 #include "small_model.h"
 #include "support/model.h"
@@ -43,7 +44,7 @@ Lines asked(const std::string &running, const std::string &edit, const std::stri
 {
     auto committed = checked_config(running);
     auto candidate = engine::apply_edit(committed, {"edit.xml", config_xml(edit)});
-    candidate.check("edit.xml");
+    engine::check_yang(candidate, "edit.xml");
     Lines some;
     for (const auto &line : planned(std::move(committed), std::move(candidate))) {
         if (line.rfind(rule + " ", 0) == 0 || rule.empty()) {
@@ -272,17 +273,22 @@ TEST(Plan, PointsOnceNeedTheirParentAndMovesAreChanges)
 class Record : public engine::Observer
 {
 public:
-    void before(const Request &request) override
+    explicit Record(const std::vector<Request> &requests) : m_requests(requests) {}
+
+    void before(std::size_t request) override
     {
-        lines.push_back("ask " + engine::path_of(request));
+        lines.push_back("ask " + engine::path_of(m_requests[request]));
     }
-    void after(const Request &, const engine::Answer &answer) override
+    void after(std::size_t, const engine::Answer &answer) override
     {
         lines.push_back(std::to_string(answer.result) + " " + answer.text);
         answers.push_back(answer);
     }
     Lines lines;
     std::vector<engine::Answer> answers;
+
+private:
+    const std::vector<Request> &m_requests;
 };
 
 /** A transaction that asks for the downstream FEC leaves of three links. */
@@ -317,7 +323,7 @@ protected:
     engine::Transaction &transaction =
         framework.begin(checked_config(links(xml("downstream-fec", "true"))));
     std::vector<Request> requests = engine::plan(transaction);
-    Record record;
+    Record record{requests};
     std::size_t count = 0;
 };
 
@@ -348,7 +354,8 @@ TEST_F(Validate, EndsWithTheFirstErrorAndGathersWarnings)
     EXPECT_EQ(validate(answers({CONFD_VALIDATION_WARN, CONFD_ERR})), Verdict::kRejected);
     EXPECT_THAT(record.lines, ElementsAre(path + "1}/downstream-fec", "-3 text 1",
                                           path + "2}/downstream-fec", "-1 text 2"));
-    record = {};
+    record.lines.clear();
+    record.answers.clear();
     count = 0;
     EXPECT_EQ(validate(answers({CONFD_OK, CONFD_VALIDATION_WARN, CONFD_OK})), Verdict::kWarning);
     EXPECT_EQ(record.answers.size(), 3u);
@@ -395,9 +402,10 @@ TEST(ValidateOthers, HaveNoValueAndOnceForAListNoKeys)
         seen.push_back(context->validate_opaque + (" " + std::to_string(keypath->len)));
         return CONFD_OK;
     };
-    Record record;
-    engine::validate(transaction, engine::plan(transaction), "gpon_validation_check", callback,
-                     nullptr, false, record);
+    const auto requests = engine::plan(transaction);
+    Record record{requests};
+    engine::validate(transaction, requests, "gpon_validation_check", callback, nullptr, false,
+                     record);
     EXPECT_THAT(seen, ElementsAre("config_modified_check 2", "service_port_global_validation 2",
                                   "sp_gem_check 4", "service_port_delete_all_warning_check 2"));
 }

@@ -93,7 +93,7 @@ TEST_F(Generate, IsTheSameForASeedAndAnotherForAnother)
 
 TEST_F(Generate, TellsTheSameInXmlAndJson)
 {
-    const auto schema = host::load_schema();
+    const auto schema = host::model_schema();
     const auto source = [this](const char *format) -> engine::Source {
         return {format, generate({"--onus", "8", "--format", format}).out};
     };

@@ -94,8 +94,8 @@ INSTANTIATE_TEST_SUITE_P(
         Failure{"OtherName",
                 "name=other_check\n",
                 3,
-                {"\"other_check\", which the data model does not have",
-                 "the data model's is \"gpon_validation_check\""}}),
+                {"the validation point \"other_check\", but the data model has "
+                 "\"gpon_validation_check\""}}),
     [](const auto &tested) { return tested.param.name; });
 
 TEST_F(PluginFailure, OfAMissingFileOrEntryPointIsToldWithTheFile)

@@ -22,7 +22,7 @@ TEST_F(ProgramTest, TableOfRulesAndModelHaveTheSameKeys)
     }
     EXPECT_EQ(table.size(), host::rules().size()) << "a key stands twice";
     std::set<std::string_view> model;
-    const auto schema = host::load_schema();
+    const auto schema = host::model_schema();
     for (const auto &point : schema->points()) {
         model.insert(point.opaque);
     }

@@ -40,6 +40,7 @@ Outcome changed()
     outcome.form = host::ChangeForm::kEdit;
     outcome.change = "change.xml";
     outcome.differs = true;
+    outcome.completed = true;
     outcome.planned = 4;
     outcome.phases = {{"load", 2ms}, {"rules", 4500us}};
     return outcome;
@@ -72,9 +73,10 @@ Outcome died()
 Outcome not_checked()
 {
     Outcome outcome = changed();
-    outcome.problems = {{"change.xml", 7, "/a/b", "is wrong", "be right"},
-                        {"change.xml", 0, "", "is wrong, too", ""},
-                        {"", 0, "", "no card", ""}};
+    outcome.problems = {
+        {engine::Fault::kInvalidValue, "change.xml", 7, "/a/b", "is wrong", "be right"},
+        {engine::Fault::kMalformed, "change.xml", 0, "", "is wrong, too", ""},
+        {engine::Fault::kInvalidCard, "", 0, "", "no card", ""}};
     return outcome;
 }
 

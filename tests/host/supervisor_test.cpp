@@ -19,14 +19,14 @@ namespace
 class Supervisor : public testing::Test
 {
 protected:
-    ChildEnd run(std::function<void(int)> work, std::chrono::milliseconds patience = 0ms)
+    ChildEnd run(std::function<void(int)> work, std::chrono::milliseconds idle_timeout = 0ms)
     {
         ChildWork child;
         child.work = std::move(work);
         child.on_line = [this](std::string_view line) { lines.emplace_back(line); };
         child.on_output = [this](std::string_view text) { output += text; };
         child.on_tick = [] {};
-        child.patience = patience;
+        child.idle_timeout = idle_timeout;
         return host::run_in_child(child);
     }
 
@@ -68,7 +68,7 @@ TEST_F(Supervisor, DeliversWhatWasSaidBeforeTheEnd)
         std::raise(SIGKILL);
     });
     EXPECT_EQ(end.signal, SIGKILL);
-    EXPECT_FALSE(end.out_of_patience);
+    EXPECT_FALSE(end.timed_out);
     EXPECT_EQ(lines, std::vector<std::string>{"last"});
     EXPECT_EQ(output, "words");
 }
@@ -88,7 +88,7 @@ TEST_F(Supervisor, KillsASilentChild)
             }
         },
         500ms);
-    EXPECT_TRUE(end.out_of_patience);
+    EXPECT_TRUE(end.timed_out);
     EXPECT_EQ(end.signal, SIGKILL);
     EXPECT_EQ(lines, std::vector<std::string>{"start"});
 }
@@ -119,7 +119,7 @@ TEST_F(Supervisor, KillsAChildThatNeverStopsWriting)
             }
         },
         500ms);
-    EXPECT_TRUE(end.out_of_patience);
+    EXPECT_TRUE(end.timed_out);
 }
 
 TEST_F(Supervisor, LeavesNoChildWhenACallbackThrows)

@@ -5,6 +5,7 @@
  */
 #include "checker/model_schema.h"
 #include "checker/plugin.h"
+#include "engine/data/yang_check.h"
 #include "engine/edit/edit.h"
 #include "engine/session/framework.h"
 #include "engine/session/validation.h"
@@ -66,10 +67,14 @@ std::string with_digit(std::string text, char digit)
 class Remarks : public engine::Observer
 {
 public:
-    explicit Remarks(std::set<std::string> &rules) : m_rules(rules) {}
-
-    void after(const engine::Request &request, const engine::Answer &answer) override
+    Remarks(const std::vector<engine::Request> &plan, std::set<std::string> &rules)
+        : m_plan(plan), m_rules(rules)
     {
+    }
+
+    void after(std::size_t index, const engine::Answer &answer) override
+    {
+        const engine::Request &request = m_plan[index];
         m_rules.insert(request.point->opaque);
         if (answer.verdict != engine::Verdict::kAccepted) {
             m_texts.push_back(request.point->opaque + ": " + answer.text);
@@ -78,6 +83,7 @@ public:
     const std::vector<std::string> &texts() const { return m_texts; }
 
 private:
+    const std::vector<engine::Request> &m_plan;
     std::vector<std::string> m_texts;
     std::set<std::string> &m_rules;
 };
@@ -90,12 +96,12 @@ private:
 class Soak
 {
 public:
-    Soak() : m_plugin(CARD_PLUGIN), m_card(host::load_schema())
+    Soak() : m_plugin(CARD_PLUGIN), m_card(host::model_schema())
     {
         m_plugin.init();
         const engine::Source source{"base card", test_support::kBaseCard};
         m_card = Datastore::parse(m_card.schema_ptr(), source);
-        m_card.check(source);
+        engine::check_yang(m_card, source);
     }
 
     void validate(const soak::Step &step, char digit);
@@ -116,24 +122,27 @@ private:
                                     "xmlns:nc=\"urn:ietf:params:xml:ns:netconf:base:1.0\">" +
                                         edit + "</config>"};
         Datastore candidate = engine::apply_edit(m_card, source);
-        candidate.check(source);
+        engine::check_yang(candidate, source);
         return candidate;
     }
-    engine::Verdict ask(Datastore candidate, Remarks &remarks);
+    engine::Verdict ask(Datastore candidate, std::vector<std::string> &texts);
 
     host::Plugin m_plugin;
     Datastore m_card;
     std::set<std::string> m_asked;
 };
 
-engine::Verdict Soak::ask(Datastore candidate, Remarks &remarks)
+engine::Verdict Soak::ask(Datastore candidate, std::vector<std::string> &texts)
 {
     engine::Framework framework(m_card.copy());
     velconfd::Context context;
     const auto &transaction = framework.begin(std::move(candidate));
+    const auto plan = engine::plan(transaction);
+    Remarks remarks(plan, m_asked);
     const auto verdict = engine::validate(
-        transaction, engine::plan(transaction), m_plugin.validation_point(),
+        transaction, plan, m_plugin.validation_point(),
         [this](auto... all) { return m_plugin.validate(all...); }, context.word(), true, remarks);
+    texts = remarks.texts();
     if (context.open_sessions() != 0) {
         fail("a read session was left open");
     }
@@ -147,15 +156,15 @@ engine::Verdict Soak::ask(Datastore candidate, Remarks &remarks)
 void Soak::validate(const soak::Step &step, char digit)
 {
     Datastore candidate = edited(with_digit(step.edit, digit));
-    Remarks remarks(m_asked);
-    const auto verdict = ask(candidate.copy(), remarks);
+    std::vector<std::string> texts;
+    const auto verdict = ask(candidate.copy(), texts);
     std::vector<std::string> expected;
     for (const auto &remark : step.remarks) {
         expected.push_back(with_digit(remark, digit));
     }
-    if (remarks.texts() != expected) {
+    if (texts != expected) {
         std::string text = "the change " + step.edit + "\nwas answered with";
-        for (const auto &remark : remarks.texts()) {
+        for (const auto &remark : texts) {
             text += "\n  " + remark;
         }
         fail(text);

@@ -2,6 +2,8 @@
 #pragma once
 
 #include "engine/data/datastore.h"
+#include "engine/data/yang_check.h"
+#include "engine/schema/schema_loader.h"
 #include "tags.h"
 
 // In angle brackets, because this file has the same name.
@@ -30,7 +32,7 @@ inline engine::ModelSource model_source()
 /** The card's model, loaded once for all tests. */
 inline std::shared_ptr<const engine::Schema> schema()
 {
-    static const auto loaded = engine::Schema::load(model_source());
+    static const auto loaded = engine::load_schema(model_source());
     return loaded;
 }
 
@@ -59,7 +61,7 @@ inline engine::Datastore parse_config(const std::string &inside)
 inline engine::Datastore checked_config(const std::string &inside)
 {
     auto tree = parse_config(inside);
-    tree.check("test.xml");
+    engine::check_yang(tree, "test.xml");
     return tree;
 }
 

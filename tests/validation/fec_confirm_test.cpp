@@ -1,6 +1,7 @@
 #include "fixture.h"
 
 #include "card_xml.h"
+#include "engine/data/keypath.h"
 #include "gpon_ponlink_fec_confirm.h"
 
 namespace

@@ -1,7 +1,8 @@
 /** A card to validate on: a running configuration, a candidate, the capacities, the trace. */
 #pragma once
 
-#include "engine/data/path.h"
+#include "engine/data/keypath.h"
+#include "engine/data/path_reader.h"
 #include "engine/session/framework.h"
 #include "gpon_card_valid.h"
 #include "platform_settings.h"

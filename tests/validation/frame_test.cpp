@@ -1,6 +1,7 @@
 #include "fixture.h"
 
 #include "elapsed_time.h"
+#include "engine/data/keypath.h"
 #include "trace.h"
 
 #include <fm_host.h>

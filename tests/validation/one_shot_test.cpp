@@ -2,6 +2,7 @@
 
 #include "card_xml.h"
 #include "client_answers.h"
+#include "engine/data/keypath.h"
 #include "gpon_onu_rg_profile_validation.h"
 
 #include <base.h>

@@ -225,7 +225,7 @@ std::string text_of(FILE *file)
 class Listener : public engine::Observer
 {
 public:
-    void after(const Request & /*request*/, const Answer &given) override { answer = given; }
+    void after(std::size_t /*request*/, const Answer &given) override { answer = given; }
     Answer answer;
 };
 

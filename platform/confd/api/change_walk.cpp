@@ -1,6 +1,7 @@
 #include "api/change_walk.h"
 
 #include "engine/data/error.h"
+#include "engine/data/keypath.h"
 #include "engine/data/value.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
-/** One chunk of a query's results. */
-#include "api/query.h"
+#include "api/query_chunk.h"
+
 #include "engine/data/error.h"
-#include "engine/data/path.h"
+#include "engine/data/keypath.h"
 #include "engine/data/value.h"
 #include "engine/session/hooks.h"
 

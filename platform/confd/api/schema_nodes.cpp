@@ -1,7 +1,7 @@
 /** Calls about the loaded schema. */
 #include "api/guard.h"
 #include "engine/data/error.h"
-#include "engine/data/path.h"
+#include "engine/data/path_reader.h"
 #include "engine/session/framework.h"
 
 using engine::Framework;

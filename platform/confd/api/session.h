@@ -1,7 +1,7 @@
 /** What a call's socket and handle stand for. */
 #pragma once
 
-#include "engine/data/path.h"
+#include "engine/data/path_reader.h"
 #include "engine/session/framework.h"
 
 namespace api

@@ -13,16 +13,23 @@ using engine::SchemaNode;
 namespace
 {
 
+/** The names of tags are the loaded model's; without one, tags are printed as numbers. */
+const engine::Schema *loaded_schema()
+{
+    return engine::Framework::exists() ? &engine::Framework::current().schema() : nullptr;
+}
+
 /** A key by its leaf's type where that is known. */
 std::string key_text(const SchemaNode *list, int index, const confd_value_t &key)
 {
     const auto position = static_cast<std::size_t>(index);
     if (list != nullptr && position < list->key_nodes.size()) {
-        if (const auto text = engine::text_by_type(list->key_nodes[position]->type_storage, key)) {
+        if (const auto text = engine::text_by_type(loaded_schema(),
+                                                   list->key_nodes[position]->type_storage, key)) {
             return *text;
         }
     }
-    return engine::print_value(key);
+    return engine::print_value(loaded_schema(), key);
 }
 
 std::string keys_text(const SchemaNode *list, const confd_value_t *element)
@@ -38,8 +45,8 @@ std::string keys_text(const SchemaNode *list, const confd_value_t *element)
 const SchemaNode *node_below(const SchemaNode *above, bool is_first, const std::string &name)
 {
     if (is_first) {
-        return engine::Framework::exists() ? engine::Framework::current().schema().top(name)
-                                           : nullptr;
+        const auto *schema = loaded_schema();
+        return schema != nullptr ? schema->top(name) : nullptr;
     }
     return above != nullptr ? above->child(name) : nullptr;
 }
@@ -55,7 +62,7 @@ std::string keypath_text(const confd_hkeypath_t &keypath)
             text += keys_text(node, element);
             continue;
         }
-        const std::string name = engine::print_value(element[0]);
+        const std::string name = engine::print_value(loaded_schema(), element[0]);
         node = node_below(node, text.empty(), name);
         text += "/" + name;
     }
@@ -69,7 +76,8 @@ extern "C" {
 int confd_pp_value(char *buf, int bufsiz, const confd_value_t *v)
 {
     return api::shielded(0, [&] {
-        return api::print_to(buf, bufsiz, v != nullptr ? engine::print_value(*v) : std::string());
+        return api::print_to(
+            buf, bufsiz, v != nullptr ? engine::print_value(loaded_schema(), *v) : std::string());
     });
 }
 
@@ -83,12 +91,15 @@ int confd_pp_kpath(char *buf, int bufsiz, const confd_hkeypath_t *kp)
 int confd_val2str(struct confd_type *type, const confd_value_t *v, char *buf, int bufsiz)
 {
     return api::guarded("confd_val2str", CONFD_ERR, [&] {
-        const auto text = type != nullptr && v != nullptr ? engine::text_by_type(*type, *v)
-                                                          : std::optional<std::string>();
+        const auto text = type != nullptr && v != nullptr
+                              ? engine::text_by_type(loaded_schema(), *type, *v)
+                              : std::optional<std::string>();
         if (!text) {
-            throw engine::Error(CONFD_ERR_BADTYPE,
-                                "the value " + (v != nullptr ? engine::print_value(*v) : "(null)") +
-                                    " does not fit the type of its node");
+            throw engine::Error(
+                CONFD_ERR_BADTYPE,
+                "the value " +
+                    (v != nullptr ? engine::print_value(loaded_schema(), *v) : "(null)") +
+                    " does not fit the type of its node");
         }
         return api::print_to(buf, bufsiz, *text);
     });

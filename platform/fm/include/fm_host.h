@@ -31,9 +31,10 @@ Card default_card();
  *       "manageable_pon_links": 16 }
  *
  * `init_result` and `local_slot_result` may stand as well, to see what a failing card does.
- * @throws std::runtime_error  The text names the file, the line or member, and what would be right.
+ * @param text  Of the file.
+ * @throws std::runtime_error  The text names the line or member, and what would be right.
  */
-Card read_card(const std::string &path);
+Card parse_card(const std::string &text);
 
 /** The card that the calls of fm_gpond.h describe from now on. */
 void use_card(const Card &card);

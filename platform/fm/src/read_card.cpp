@@ -3,7 +3,6 @@
 #include <nlohmann/json.hpp>
 
 #include <cstdint>
-#include <fstream>
 #include <functional>
 #include <limits>
 #include <map>
@@ -93,23 +92,23 @@ std::string known_names()
 }
 
 /** Parses a JSON object; of a name that stands twice the library would keep the last in silence. */
-json parse_object(std::istream &stream)
+json parse_object(const std::string &text)
 {
     std::set<std::string> names;
     const auto refuse_repeats = [&names](int depth, json::parse_event_t event, json &parsed) {
         if (event == json::parse_event_t::key && depth == 1 &&
             !names.insert(parsed.get<std::string>()).second) {
-            throw std::runtime_error(parsed.get<std::string>() + " stands twice");
+            throw std::runtime_error(parsed.get<std::string>() + ": duplicate member");
         }
         return true;
     };
     json object;
     try {
-        object = json::parse(stream, refuse_repeats);
-    } catch (const json::parse_error &error) {
+        object = json::parse(text, refuse_repeats);
+    } catch (const json::exception &error) {
         // The library's text begins with its own error number, which helps no operator.
-        const std::string text = error.what();
-        throw std::runtime_error(text.substr(text.find("] ") + 2));
+        const std::string reason = error.what();
+        throw std::runtime_error(reason.substr(reason.find("] ") + 2));
     }
     if (!object.is_object()) {
         throw std::runtime_error("a card is a JSON object, such as { \"max_pon_links\": 16 }");
@@ -132,22 +131,14 @@ void read_member(Card &card, const std::string &name, const json &value)
 
 } // namespace
 
-Card read_card(const std::string &path)
+Card parse_card(const std::string &text)
 {
-    std::ifstream stream(path);
-    if (!stream) {
-        throw std::runtime_error(path + ": cannot be opened");
+    Card card;
+    const json object = parse_object(text);
+    for (const auto &[name, value] : object.items()) {
+        read_member(card, name, value);
     }
-    try {
-        Card card;
-        const json object = parse_object(stream);
-        for (const auto &[name, value] : object.items()) {
-            read_member(card, name, value);
-        }
-        return card;
-    } catch (const std::runtime_error &error) {
-        throw std::runtime_error(path + ": " + error.what());
-    }
+    return card;
 }
 
 } // namespace fm

@@ -1,5 +1,4 @@
-/** What a type takes, in words: for the operator who entered something else. */
-#include "engine/data/problems.h"
+#include "engine/data/allowed_values.h"
 
 namespace engine
 {

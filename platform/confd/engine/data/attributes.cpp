@@ -42,27 +42,29 @@ void AttributeFaults::add(const Attribute &attribute, const std::string &path, u
 {
     const std::string written(attribute.written);
     if (m_content == Content::kConfiguration && is_known(attribute)) {
-        m_problems.push_back({m_source.name, line, path,
+        m_problems.push_back({Fault::kUnknownAttribute, m_source.name, line, path,
                               "The attribute " + written + " belongs into edits",
                               "this is read as a whole configuration"});
         return;
     }
     const bool is_xml = m_format == Format::kXml;
     const char *hint = is_xml ? kXmlHint : kJsonHint;
-    m_problems.push_back({m_source.name, line, path,
+    m_problems.push_back({Fault::kUnknownAttribute, m_source.name, line, path,
                           (is_xml ? "Unknown attribute " : "Unknown metadata ") + written,
                           m_content == Content::kEdit ? hint : "a configuration has none"});
 }
 
 void AttributeFaults::add_duplicate(const std::string &name, const std::string &path, unsigned line)
 {
-    m_problems.push_back({m_source.name, line, path, "Duplicate member " + name, ""});
+    m_problems.push_back(
+        {Fault::kDuplicate, m_source.name, line, path, "Duplicate member " + name, ""});
 }
 
 void AttributeFaults::require_none()
 {
     if (is_full()) {
-        m_problems.push_back({m_source.name, 0, "", "There may be more faults", ""});
+        m_problems.push_back(
+            {Fault::kUnknownAttribute, m_source.name, 0, "", "There may be more faults", ""});
     }
     if (!m_problems.empty()) {
         throw InputError(std::move(m_problems));

@@ -21,20 +21,22 @@ LYD_FORMAT yang_format(Format format)
     return format == Format::kJson ? LYD_JSON : LYD_XML;
 }
 
-[[noreturn]] void fail(const Source &source, const std::string &path, const std::string &message,
-                       const std::string &hint)
+[[noreturn]] void fail(Fault fault, const Source &source, const std::string &path,
+                       const std::string &message, const std::string &hint)
 {
-    throw InputError({{source.name, 0, path, message, hint}});
+    throw InputError({{fault, source.name, 0, path, message, hint}});
 }
 
 void require_one_root(const lyd_node *root, const Schema &schema, const Source &source)
 {
     if (root == nullptr) {
-        fail(source, "", "There is no configuration in it", root_hint(schema));
+        fail(Fault::kNoConfiguration, source, "", "There is no configuration in it",
+             root_hint(schema));
     }
     for (; root->next != nullptr; root = root->next) {
         if (root->schema == root->next->schema && root->schema->nodetype == LYS_CONTAINER) {
-            fail(source, path_text(root), "Duplicate node", "a file holds one configuration");
+            fail(Fault::kDuplicate, source, path_text(root), "Duplicate node",
+                 "a file holds one configuration");
         }
     }
 }
@@ -110,7 +112,7 @@ std::string Datastore::print(Format format) const
 void Datastore::normalise(const Datastore *committed)
 {
     order_by_keys(m_root);
-    encrypt_leaves(m_root, committed);
+    encrypt_leaves(m_root, committed != nullptr ? committed->root() : nullptr);
 }
 
 } // namespace engine

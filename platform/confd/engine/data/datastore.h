@@ -12,7 +12,7 @@ namespace engine
 {
 
 /**
- * Owns a libyang tree. A default value that YANG supplies is in the tree once `check` has run.
+ * Owns a libyang tree. A default value that YANG supplies is in the tree once `check_yang` has run.
  * Movable; a copy is asked for by name.
  */
 class Datastore
@@ -35,15 +35,6 @@ public:
 
     Datastore copy() const;
 
-    /**
-     * YANG validity of the whole tree (mandatory, must, leafref, unique, min- and max-elements);
-     * adds default values. The source is what the errors name; with its text they have lines as
-     * far as the place at fault stands there once.
-     * @throws InputError  With every fault that libyang tells.
-     */
-    void check(const Source &source);
-    void check(const std::string &source_name) { check(Source{source_name, ""}); }
-
     /** First top-level node; null when empty. */
     lyd_node *root() const { return m_root; }
     const Schema &schema() const { return *m_schema; }
@@ -53,6 +44,7 @@ public:
 
 private:
     friend class EditApplier;
+    friend void check_yang(Datastore &tree, const Source &source);
     void normalise(const Datastore *committed); /**< Key order and encryption. */
 
     std::shared_ptr<const Schema> m_schema;

@@ -50,7 +50,7 @@ LY_ERR Document::parse(const ly_ctx *context, std::uint32_t options, lyd_node *&
         const auto place = place_of(m_text, behind);
         lyd_free_all(std::exchange(root, nullptr));
         throw InputError(
-            {{m_source.name, place.line, "",
+            {{Fault::kMalformed, m_source.name, place.line, "",
               "Text behind the end of the data in column " + std::to_string(place.column),
               "a file holds one configuration or edit"}});
     }

@@ -1,6 +1,8 @@
 /** How the engine says that something went wrong. */
 #pragma once
 
+#include "engine/data/fault.h"
+
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -23,6 +25,7 @@ private:
 
 /** One fault of a configuration or edit that somebody wrote. */
 struct Problem {
+    Fault fault = Fault::kInternal;
     std::string source; /**< File as the user named it. */
     unsigned line = 0;  /**< 0 when not known. */
     std::string

@@ -65,7 +65,7 @@ Escapes read_escapes(const Source &source, std::string_view text)
         const auto low = escape_at(text, at + kEscapeLength);
         if (*number > 0xDBFF || !low || !is_in(*low, 0xDC00, 0xDFFF)) {
             const auto place = place_of(text, at);
-            throw InputError({{source.name, place.line, "",
+            throw InputError({{Fault::kMalformed, source.name, place.line, "",
                                "Half of a surrogate pair in column " + std::to_string(place.column),
                                "a character beyond \\uffff is two escapes, \\ud8.. and \\udc.."}});
         }
@@ -226,7 +226,7 @@ bool MetadataReader::parse_error(std::size_t position, const std::string & /*las
     const std::string_view text = failure.what();
     const auto reason = text.find(": ");
     const auto place = place_of(m_text, position > 0 ? position - 1 : 0);
-    throw InputError({{m_source.name, place.line, "",
+    throw InputError({{Fault::kMalformed, m_source.name, place.line, "",
                        "Malformed JSON in column " + std::to_string(place.column) +
                            std::string(text.substr(reason != text.npos ? reason : text.size())),
                        ""}});

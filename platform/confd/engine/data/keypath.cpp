@@ -1,5 +1,4 @@
-/** Keypaths of data nodes: the last element first. */
-#include "engine/data/path.h"
+#include "engine/data/keypath.h"
 
 #include "engine/data/error.h"
 #include "engine/data/value.h"

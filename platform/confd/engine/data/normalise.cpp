@@ -114,16 +114,16 @@ const lyd_node *counterpart(const lyd_node *other_root, const lyd_node *node)
 
 /** A new initial vector would make an unchanged password look changed. */
 std::string stored_form(const lyd_node *leaf, std::string_view clear_text,
-                        const Datastore *committed)
+                        const lyd_node *committed)
 {
-    const auto *before = committed != nullptr ? counterpart(committed->root(), leaf) : nullptr;
+    const auto *before = committed != nullptr ? counterpart(committed, leaf) : nullptr;
     if (before != nullptr && decrypt(lyd_get_value(before)) == clear_text) {
         return lyd_get_value(before);
     }
     return encrypt(clear_text);
 }
 
-void encrypt_leaf(lyd_node *leaf, const Datastore *committed)
+void encrypt_leaf(lyd_node *leaf, const lyd_node *committed)
 {
     constexpr std::string_view kClearTextPrefix = "$0$";
     const std::string_view entered = lyd_get_value(leaf);
@@ -165,12 +165,12 @@ void order_by_keys(lyd_node *&root)
     }
 }
 
-void encrypt_leaves(lyd_node *root, const Datastore *committed)
+void encrypt_leaves(lyd_node *root, const lyd_node *committed)
 {
     visit_all(root, [committed](lyd_node *node) { encrypt_if_clear(node, committed); });
 }
 
-void encrypt_if_clear(lyd_node *node, const Datastore *committed)
+void encrypt_if_clear(lyd_node *node, const lyd_node *committed)
 {
     const auto *schema = Schema::of(node);
     if (schema != nullptr && schema->type_storage.encrypted) {

@@ -1,7 +1,7 @@
 /** What makes a parsed or edited tree a configuration: key order and encrypted values. */
 #pragma once
 
-#include "engine/data/datastore.h"
+#include "engine/schema/yang.h"
 
 namespace engine
 {
@@ -18,12 +18,12 @@ void order_siblings(lyd_node *&first);
 
 /**
  * Stores encrypted leaves that were entered as clear text ($0$) encrypted.
- * @param committed  Where it holds the same clear text at the same place, its cipher text is
- *                   kept. May be null.
+ * @param committed  First top-level node of the committed configuration: where it holds the same
+ * clear text at the same place, its cipher text is kept. May be null.
  */
-void encrypt_leaves(lyd_node *root, const Datastore *committed);
+void encrypt_leaves(lyd_node *root, const lyd_node *committed);
 
 /** The same for one node, which may be any. */
-void encrypt_if_clear(lyd_node *node, const Datastore *committed);
+void encrypt_if_clear(lyd_node *node, const lyd_node *committed);
 
 } // namespace engine

@@ -1,9 +1,8 @@
-/** Paths of the client interface: text with directives, schema nodes, data nodes, keypaths. */
+/** Paths: schema nodes with keys, the data nodes that they lead to, their text in braces. */
 #pragma once
 
 #include "engine/schema/schema.h"
 
-#include <cstdarg>
 #include <string>
 #include <vector>
 
@@ -23,20 +22,6 @@ struct Path {
     /** As the operator knows it. */
     std::string text() const;
 };
-
-/**
- * Reads a path with its directives.
- * @param start  For a relative path; null for an absolute one.
- * @throws Error  CONFD_ERR_BADPATH, with the path and the element at fault.
- */
-Path read_path(const Schema &schema, const SchemaNode *start, const char *format, va_list args);
-
-/** The same for an absolute path without directives. */
-Path read_path(const Schema &schema, const std::string &text);
-
-/** The same for a schema node: keys may stand in the path or be left out, and are not looked at. */
-const SchemaNode &read_schema_path(const Schema &schema, const SchemaNode *start,
-                                   const char *format, va_list args);
 
 /**
  * Finds the data node of a path. For a path that ends in a list without keys this is null: see
@@ -60,12 +45,6 @@ const lyd_node *first_instance(const lyd_node *root, const lyd_node *parent,
 
 /** The next entry of the same list. */
 const lyd_node *next_instance(const lyd_node *entry);
-
-/** Keypath of a data node. Texts are copies; release with free_keypath. */
-void fill_keypath(confd_hkeypath_t &keypath, const lyd_node *node);
-/** Keypath of a list below a node, without keys. */
-void fill_list_keypath(confd_hkeypath_t &keypath, const lyd_node *parent, const SchemaNode &list);
-void free_keypath(confd_hkeypath_t &keypath);
 
 /** Brace notation. */
 std::string path_text(const lyd_node *node);

@@ -1,5 +1,5 @@
-/** Reading of paths: first the directives are filled in, then the text is taken apart. */
-#include "engine/data/path.h"
+// First the directives are filled in, then the text is taken apart.
+#include "engine/data/path_reader.h"
 
 #include "engine/data/error.h"
 #include "engine/data/value.h"
@@ -28,12 +28,12 @@ struct FilledPath {
     }
 
     /** For messages. */
-    std::string printed() const
+    std::string printed(const Schema &schema) const
     {
         std::string result;
         auto value = values.begin();
         for (const char c : text) {
-            result += c == kValueMark ? print_value(**value++) : std::string(1, c);
+            result += c == kValueMark ? print_value(&schema, **value++) : std::string(1, c);
         }
         return result;
     }
@@ -75,8 +75,8 @@ void add_keypath(FilledPath &path, const Schema &schema, const confd_hkeypath_t 
         }
         const char *name = schema.name_of(element[0].val.xmltag.tag);
         if (name == nullptr) {
-            fail(path.printed(), "the keypath goes on with the unknown tag " +
-                                     std::to_string(element[0].val.xmltag.tag));
+            fail(path.printed(schema), "the keypath goes on with the unknown tag " +
+                                           std::to_string(element[0].val.xmltag.tag));
         }
         path.text += std::string("/") + name;
     }
@@ -197,7 +197,10 @@ private:
         m_at += is_it ? 1 : 0;
         return is_it;
     }
-    [[noreturn]] void complain(const std::string &reason) const { fail(m_path.printed(), reason); }
+    [[noreturn]] void complain(const std::string &reason) const
+    {
+        fail(m_path.printed(m_schema), reason);
+    }
 
     Path::Step read_step(const SchemaNode *above);
     /** What stands there up to one of these characters, a value, or the end. */
@@ -253,7 +256,7 @@ std::string Reader::read_name()
 {
     std::string name = read_plain("/{");
     while (!at_end() && peek() == kValueMark) {
-        name += print_value(take_value());
+        name += print_value(&m_schema, take_value());
         name += read_plain("/{");
     }
     const auto colon = name.find(':');
@@ -292,7 +295,7 @@ RawKey Reader::read_key()
         if (peek() == kValueMark) {
             const confd_value_t &value = take_value();
             key.value = key.text.empty() ? &value : nullptr;
-            key.text += print_value(value);
+            key.text += print_value(&m_schema, value);
         } else {
             key.value = nullptr;
             key.text += read_plain(" }{");
@@ -307,7 +310,7 @@ std::string Reader::read_quoted()
     std::string text;
     while (!at_end() && peek() != '"') {
         if (peek() == kValueMark) {
-            text += print_value(take_value());
+            text += print_value(&m_schema, take_value());
             continue;
         }
         accept('\\');
@@ -349,7 +352,7 @@ std::vector<std::string> Reader::convert(const SchemaNode &list,
 std::string Reader::convert(const SchemaNode &key_leaf, const RawKey &key, lyd_node *probe) const
 {
     const confd_type &type = key_leaf.type_storage;
-    const auto text = key.value != nullptr ? text_by_type(type, *key.value) : key.text;
+    const auto text = key.value != nullptr ? text_by_type(&m_schema, type, *key.value) : key.text;
     if (text && (type.vtype == C_BUF || (probe != nullptr && *text == lyd_get_value(probe)))) {
         return *text;
     }

@@ -1,10 +1,12 @@
 #include "engine/data/problems.h"
 
+#include "engine/data/allowed_values.h"
 #include "engine/data/path.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <string_view>
+#include <unordered_map>
 
 namespace engine
 {
@@ -51,8 +53,7 @@ const SchemaNode *schema_of(const Schema &schema, const std::string &data_path)
 }
 
 /** Only what was read from a file has a line; then a fault of a leaf is one of its value. */
-std::string hint_for(const Schema &schema, const FaultLocation &location,
-                     const std::string &message)
+std::string hint_for(const Schema &schema, const FaultLocation &location, Fault fault)
 {
     if (location.line == 0) {
         return {};
@@ -67,16 +68,15 @@ std::string hint_for(const Schema &schema, const FaultLocation &location,
     if (node->is_leaf() || node->is_leaf_list()) {
         return hint_of_values(*node);
     }
-    if (message.rfind("Node \"", 0) == 0) {
+    if (fault == Fault::kUnknownNode) {
         return hint_of_names(*node);
     }
     // A node that holds no value has none of its own that could be wrong: it is an attribute's.
-    const bool wrong_attribute = message.rfind("Invalid enumeration value", 0) == 0 ||
-                                 message.rfind("Invalid union value", 0) == 0;
-    return wrong_attribute ? "nc:operation is one of merge, replace, create, delete, remove; "
-                             "yang:insert one of first, last, before, after; yang:key is such as "
-                             "[name='b']"
-                           : "";
+    return fault == Fault::kInvalidValue
+               ? "nc:operation is one of merge, replace, create, delete, remove; "
+                 "yang:insert one of first, last, before, after; yang:key is such as "
+                 "[name='b']"
+               : "";
 }
 
 } // namespace
@@ -129,15 +129,41 @@ std::string brace_path(const std::string &data_path)
     return path;
 }
 
+Fault fault_of(const ly_err_item &item)
+{
+    static const std::unordered_map<std::string_view, Fault> kByTag{
+        {"instance-required", Fault::kDanglingReference}, {"data-not-unique", Fault::kNotUnique},
+        {"must-violation", Fault::kConstraint},           {"missing-choice", Fault::kIncomplete},
+        {"too-few-elements", Fault::kIncomplete},         {"too-many-elements", Fault::kTooMany}};
+    const auto tagged = item.apptag != nullptr ? kByTag.find(item.apptag) : kByTag.end();
+    if (tagged != kByTag.end()) {
+        return tagged->second;
+    }
+    switch (item.vecode) {
+    case LYVE_SYNTAX:
+    case LYVE_SYNTAX_XML:
+    case LYVE_SYNTAX_JSON:
+        return Fault::kMalformed;
+    case LYVE_REFERENCE:
+        return Fault::kUnknownNode;
+    case LYVE_DATA:
+        // Only what is read from a text has a line; the data model's own rules come later.
+        return read_location(item.path).line != 0 ? Fault::kInvalidValue : Fault::kInvalidData;
+    default:
+        return item.no == LY_EVALID ? Fault::kInvalidData : Fault::kInternal;
+    }
+}
+
 Problem problem_of(const Schema &schema, const ly_err_item &item, const std::string &source_name)
 {
     const auto location = read_location(item.path);
     Problem problem;
+    problem.fault = fault_of(item);
     problem.source = source_name;
     problem.line = location.line;
     problem.path = brace_path(location.data.empty() ? location.schema : location.data);
-    problem.message = item.msg != nullptr ? item.msg : "Invalid input";
-    problem.hint = hint_for(schema, location, problem.message);
+    problem.message = item.msg != nullptr ? item.msg : "Invalid data";
+    problem.hint = hint_for(schema, location, problem.fault);
     return problem;
 }
 
@@ -151,7 +177,8 @@ std::vector<Problem> take_problems(const Schema &schema, const std::string &sour
     }
     ly_err_clean(schema.context(), nullptr);
     if (problems.empty()) {
-        problems.push_back({source_name, 0, "", "Invalid input; no reason was given", ""});
+        problems.push_back(
+            {Fault::kInternal, source_name, 0, "", "invalid data; libyang gave no reason", ""});
     }
     return problems;
 }

@@ -17,6 +17,9 @@ struct FaultLocation {
     unsigned line = 0;
 };
 
+/** What kind of fault an error of libyang's is. */
+Fault fault_of(const ly_err_item &item);
+
 /** Takes apart the location text of a libyang error; null gives an empty location. */
 FaultLocation read_location(const char *text);
 
@@ -35,9 +38,6 @@ Problem problem_of(const Schema &schema, const ly_err_item &item, const std::str
  * forgets it.
  */
 std::vector<Problem> take_problems(const Schema &schema, const std::string &source_name);
-
-/** What a leaf of the type takes, such as "1..128" or "one of serial-number, password". */
-std::string allowed_values(const confd_type &type);
 
 /** Hint for one who gave a leaf another value. */
 std::string hint_of_values(const SchemaNode &leaf);

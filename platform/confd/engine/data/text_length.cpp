@@ -26,8 +26,8 @@ void find_long_texts(const lyd_node *siblings, const Source &source, std::vector
             const char *text = lyd_get_value(siblings);
             const std::size_t length = std::strlen(text);
             if (length > limit) {
-                found.push_back({source.name, line_of_node(source.text, schema->name, text),
-                                 path_text(siblings),
+                found.push_back({Fault::kInvalidValue, source.name,
+                                 line_of_node(source.text, schema->name, text), path_text(siblings),
                                  "Too long: " + std::to_string(length) + " bytes in UTF-8",
                                  hint_of_values(*schema)});
             }

@@ -2,7 +2,6 @@
 
 #include "engine/data/error.h"
 #include "engine/data/path.h"
-#include "engine/session/framework.h"
 
 #include <arpa/inet.h>
 
@@ -108,17 +107,17 @@ std::string address_text(int family, const void *address)
     return inet_ntop(family, address, text.data(), text.size());
 }
 
-std::string tag_text(std::uint32_t tag)
+std::string tag_text(const Schema *schema, std::uint32_t tag)
 {
-    const char *name = Framework::exists() ? Framework::current().schema().name_of(tag) : nullptr;
+    const char *name = schema != nullptr ? schema->name_of(tag) : nullptr;
     return name != nullptr ? name : "tag<" + std::to_string(tag) + ">";
 }
 
-std::string list_text(const confd_list &list)
+std::string list_text(const Schema *schema, const confd_list &list)
 {
     std::string text;
     for (unsigned int i = 0; i < list.size; ++i) {
-        text += (i == 0 ? "" : " ") + print_value(list.ptr[i]);
+        text += (i == 0 ? "" : " ") + print_value(schema, list.ptr[i]);
     }
     return text;
 }
@@ -134,11 +133,12 @@ std::optional<std::string> enum_name(const lysc_type *type, std::int32_t number)
 }
 
 /** Text of a leaf-list's values, with blanks between them. */
-std::optional<std::string> list_text_by_type(const confd_type &type, const confd_list &list)
+std::optional<std::string> list_text_by_type(const Schema *schema, const confd_type &type,
+                                             const confd_list &list)
 {
     std::string text;
     for (unsigned int i = 0; i < list.size; ++i) {
-        const auto element = text_by_type(type, list.ptr[i]);
+        const auto element = text_by_type(schema, type, list.ptr[i]);
         if (!element) {
             return std::nullopt;
         }
@@ -285,7 +285,7 @@ void free_value(confd_value_t &value)
     value = no_value();
 }
 
-std::string print_value(const confd_value_t &value)
+std::string print_value(const Schema *schema, const confd_value_t &value)
 {
     switch (value.type) {
     case C_INT8:
@@ -323,22 +323,23 @@ std::string print_value(const confd_value_t &value)
     case C_XMLTAG:
     case C_XMLBEGIN:
     case C_XMLEND:
-        return tag_text(value.val.xmltag.tag);
+        return tag_text(schema, value.val.xmltag.tag);
     case C_LIST:
-        return list_text(value.val.list);
+        return list_text(schema, value.val.list);
     default:
         return {};
     }
 }
 
-std::optional<std::string> text_by_type(const confd_type &type, const confd_value_t &value)
+std::optional<std::string> text_by_type(const Schema *schema, const confd_type &type,
+                                        const confd_value_t &value)
 {
     if (value.type == C_LIST) {
-        return list_text_by_type(type, value.val.list);
+        return list_text_by_type(schema, type, value.val.list);
     }
     if (type.vtype == C_UNION) {
         for (const confd_type &member : type.members) {
-            if (auto text = text_by_type(member, value)) {
+            if (auto text = text_by_type(schema, member, value)) {
                 return text;
             }
         }
@@ -351,7 +352,7 @@ std::optional<std::string> text_by_type(const confd_type &type, const confd_valu
         return std::nullopt;
     }
     return value.type == C_ENUM_VALUE ? enum_name(type.yang, value.val.enumvalue)
-                                      : print_value(value);
+                                      : print_value(schema, value);
 }
 
 int compare_terms(const lyd_node *a, const lyd_node *b)

@@ -62,11 +62,15 @@ confd_value_t list_value_of(const lyd_node *first);
 /** A malloc'ed copy for a client to free. */
 char *duplicate_text(std::string_view text);
 
-/** Text without type information (an enumeration as `enum<N>`). */
-std::string print_value(const confd_value_t &value);
+/**
+ * Text without type information (an enumeration as `enum<N>`).
+ * @param schema  Knows the names of tags; null: a tag is printed as its number.
+ */
+std::string print_value(const Schema *schema, const confd_value_t &value);
 
 /** Text by the type (an enumeration by its name); nothing when the value does not fit the type. */
-std::optional<std::string> text_by_type(const confd_type &type, const confd_value_t &value);
+std::optional<std::string> text_by_type(const Schema *schema, const confd_type &type,
+                                        const confd_value_t &value);
 
 /** Orders list keys: numbers, enumerations and addresses by value, texts bytewise.
  *  @return Negative, 0 or positive. Works on the stored nodes, without a copy. */

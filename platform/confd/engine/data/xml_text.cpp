@@ -182,7 +182,7 @@ private:
 
     [[noreturn]] void fail(const std::string &message, const std::string &hint) const
     {
-        throw InputError({{m_source.name, line(), "", message, hint}});
+        throw InputError({{Fault::kMalformed, m_source.name, line(), "", message, hint}});
     }
 
     [[noreturn]] void fail_as_malformed() const

@@ -4,8 +4,8 @@
 #include "engine/data/path.h"
 #include "engine/data/problems.h"
 #include "engine/data/text_length.h"
+#include "engine/edit/edit_reader.h"
 #include "engine/edit/edit_text.h"
-#include "engine/edit/edit_tree.h"
 
 #include <cstring>
 #include <map>
@@ -55,9 +55,10 @@ private:
     void place(const lyd_node *node, lyd_node *target);
     lyd_node *find_anchor(const lyd_node *node, lyd_node *target);
 
-    void add_problem(const lyd_node *node, const std::string &message, const std::string &hint)
+    void add_problem(Fault fault, const lyd_node *node, const std::string &message,
+                     const std::string &hint)
     {
-        m_problems.push_back({m_source.name, 0, edit_path(node), message, hint});
+        m_problems.push_back({fault, m_source.name, 0, edit_path(node), message, hint});
     }
     void add_duplicate(const lyd_node *node, const std::string &hint);
     lyd_node *siblings_below(const lyd_node *parent) const
@@ -133,22 +134,22 @@ void EditApplier::apply_node(const lyd_node *node, lyd_node *parent, Operation o
     lyd_node *target = find(node, parent);
     if (is_deletion(operation)) {
         if (node->schema != nullptr && metadata(node, "yang:insert") != nullptr) {
-            add_problem(node, "Cannot be deleted and inserted", "");
+            add_problem(Fault::kInvalidAttribute, node, "Cannot be deleted and inserted", "");
         } else if (is_set(target)) {
             remove(target);
         } else if (operation == Operation::kDelete) {
-            add_problem(node, "Cannot be deleted: it does not exist",
+            add_problem(Fault::kDataMissing, node, "Cannot be deleted: it does not exist",
                         "the operation remove deletes what may be there");
         }
         return;
     }
     if (operation == Operation::kCreate && is_set(target)) {
-        add_problem(node, "Cannot be created: it exists already",
+        add_problem(Fault::kDataExists, node, "Cannot be created: it exists already",
                     "the operation merge changes what is there, replace replaces it");
         return;
     }
     if (operation == Operation::kNone && target == nullptr && !is_plain_container(node)) {
-        add_problem(node, "It does not exist",
+        add_problem(Fault::kDataMissing, node, "It does not exist",
                     "without an operation, an edit goes only through what is there");
         return;
     }
@@ -205,7 +206,7 @@ void EditApplier::normalise_siblings(const lyd_node *first, lyd_node *parent)
     }
     for (const auto *node = first; node != nullptr; node = node->next) {
         if (lyd_node *target = find(node, parent); target != nullptr) {
-            encrypt_if_clear(target, &m_running);
+            encrypt_if_clear(target, m_running.root());
             normalise_siblings(lyd_child_no_keys(node), target);
         }
     }
@@ -216,7 +217,7 @@ void EditApplier::normalise_siblings(const lyd_node *first, lyd_node *parent)
 void EditApplier::add_duplicate(const lyd_node *node, const std::string &hint)
 {
     constexpr std::size_t kMaxSearches = 20; // Each goes through the whole text.
-    add_problem(node, "Duplicate node", hint);
+    add_problem(Fault::kDuplicate, node, "Duplicate node", hint);
     const auto *schema = schema_of(m_candidate.schema(), node);
     const auto *term = node;
     for (std::size_t i = 0; schema->is_list() && i < schema->key_nodes.size(); ++i) {
@@ -267,7 +268,7 @@ void EditApplier::refuse_two_cases(const lyd_node *first, Operation inherited)
             const auto [found, is_new] =
                 choices.try_emplace(in_case->parent, Chosen{in_case, node});
             if (!is_new && found->second.in_case != in_case) {
-                add_problem(node,
+                add_problem(Fault::kExclusive, node,
                             std::string("Cannot be set together with ") +
                                 found->second.node->schema->name,
                             "only one of them can be there");
@@ -283,7 +284,8 @@ void EditApplier::refuse_key_deletion(const lyd_node *entry)
          key = key->next) {
         const auto operation = own_operation(key);
         if (operation && is_deletion(*operation)) {
-            add_problem(key, "A key cannot be deleted", "put the operation on the list entry");
+            add_problem(Fault::kInvalidAttribute, key, "A key cannot be deleted",
+                        "put the operation on the list entry");
         }
     }
 }
@@ -359,7 +361,7 @@ void EditApplier::refuse_lost_anchor(const lyd_node *node, std::string_view inse
 {
     for (const char *name : {"yang:key", "yang:value"}) {
         if (insert != "before" && insert != "after" && metadata(node, name) != nullptr) {
-            add_problem(node, std::string(name) + " has no meaning here",
+            add_problem(Fault::kInvalidAttribute, node, std::string(name) + " has no meaning here",
                         "it goes with yang:insert=\"before\" or \"after\"");
         }
     }
@@ -374,7 +376,7 @@ void EditApplier::place(const lyd_node *node, lyd_node *target)
         return;
     }
     if (!Schema::of(node)->is_user_ordered()) {
-        add_problem(node, std::string("Cannot be inserted ") + insert,
+        add_problem(Fault::kInvalidAttribute, node, std::string("Cannot be inserted ") + insert,
                     "the system orders this list");
         return;
     }
@@ -406,17 +408,20 @@ lyd_node *EditApplier::find_anchor(const lyd_node *node, lyd_node *target)
     const char *wanted = metadata(node, name.c_str());
     const std::string where = "Cannot be inserted " + insert;
     if (wanted == nullptr) {
-        add_problem(node, where + " an entry: " + name + " is missing", "");
+        add_problem(Fault::kInvalidAttribute, node, where + " an entry: " + name + " is missing",
+                    "");
         return nullptr;
     }
     lyd_node *anchor = nullptr;
     const auto result =
         lyd_find_sibling_val(siblings, node->schema, wanted, std::strlen(wanted), &anchor);
     if (result == LY_ENOTFOUND) {
-        add_problem(node, where + " " + wanted + ": there is no such entry", "");
+        add_problem(Fault::kDataMissing, node, where + " " + wanted + ": there is no such entry",
+                    "");
     } else if (result != LY_SUCCESS) {
         const auto why = take_problems(m_candidate.schema(), m_source.name);
-        add_problem(node, where + " " + wanted + ": " + why.front().message, "");
+        add_problem(Fault::kInvalidAttribute, node,
+                    where + " " + wanted + ": " + why.front().message, "");
     }
     return anchor;
 }

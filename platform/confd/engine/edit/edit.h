@@ -13,7 +13,7 @@ namespace engine
  * create, delete, remove) and entries of user-ordered lists `yang:insert` (first, last, before,
  * after) with `yang:key` or, on leaf-lists, `yang:value`; in JSON the same as metadata (RFC 7952).
  * A leaf to delete needs no value (in JSON, where metadata needs one beside it, "" will do). The
- * XML may stand in a NETCONF <config> element, and that in an <edit-config> with a
+ * XML may stand in a NETCONF `<config>` element, and that in an `<edit-config>` with a
  * default-operation.
  *
  * @throws InputError  Broken text, unknown names, values out of range, an operation that the data

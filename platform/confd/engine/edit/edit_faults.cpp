@@ -1,7 +1,7 @@
-/** Explains what the model does not allow in an edit: all of it, not just the first. */
+#include "engine/edit/edit_faults.h"
+
 #include "engine/data/problems.h"
 #include "engine/edit/edit_text.h"
-#include "engine/edit/edit_tree.h"
 
 #include <cstring>
 
@@ -45,7 +45,8 @@ private:
     void explain_list(const lyd_node *entry, const SchemaNode &list);
     void explain_value(const lyd_node *leaf, const SchemaNode &schema);
     bool fits(const lyd_node *leaf, const SchemaNode &schema) const;
-    void add(const lyd_node *node, const std::string &message, const std::string &hint);
+    void add(Fault fault, const lyd_node *node, const std::string &message,
+             const std::string &hint);
     unsigned strict_line(const lyd_node *node, const std::string &message);
 
     /** A search for a line reads the whole text: not for every fault of a hopeless one. */
@@ -71,14 +72,14 @@ void FaultFinder::explain(const lyd_node *node)
     if (schema == nullptr) {
         explain_unknown(node);
     } else if (operation != nullptr && !own_operation(node)) {
-        add(node, std::string("Invalid operation ") + operation,
+        add(Fault::kInvalidAttribute, node, std::string("Invalid operation ") + operation,
             "one of merge, replace, create, delete, remove");
     } else if (schema->is_list()) {
         explain_list(node, *schema);
     } else if (schema->is_leaf() || schema->is_leaf_list()) {
         explain_value(node, *schema);
     } else {
-        add(node, "Holds other nodes, not a value", "");
+        add(Fault::kInvalidValue, node, "Holds other nodes, not a value", "");
     }
 }
 
@@ -88,12 +89,13 @@ void FaultFinder::explain_unknown(const lyd_node *node)
     const std::string name = as_opaque(node).name.name;
     const auto *above = parent != nullptr ? schema_of(m_schema, parent) : nullptr;
     if (above == nullptr) {
-        add(node,
+        add(Fault::kUnknownNode, node,
             "Node \"" + name + "\" not found in the \"" + m_schema.module()->name + "\" module.",
             root_hint(m_schema));
         return;
     }
-    add(node, "Node \"" + name + "\" not found as a child of \"" + above->name + "\" node.",
+    add(Fault::kUnknownNode, node,
+        "Node \"" + name + "\" not found as a child of \"" + above->name + "\" node.",
         hint_of_names(*above));
 }
 
@@ -107,13 +109,14 @@ void FaultFinder::explain_list(const lyd_node *entry, const SchemaNode &list)
             child = child->next;
         }
         if (child == nullptr) {
-            add(entry, "List instance is missing its key \"" + key->name + "\".", "");
+            add(Fault::kIncomplete, entry,
+                "List instance is missing its key \"" + key->name + "\".", "");
         } else if (!fits(child, *key)) {
             explain_value(child, *key);
         }
     }
     if (problems.size() == before) {
-        add(entry, "Invalid list entry", "");
+        add(Fault::kInvalidData, entry, "Invalid list entry", "");
     }
 }
 
@@ -129,21 +132,22 @@ void FaultFinder::explain_value(const lyd_node *leaf, const SchemaNode &schema)
 {
     ly_err_clean(m_schema.context(), nullptr);
     if (fits(leaf, schema)) {
-        add(leaf, "Invalid value", "");
+        add(Fault::kInvalidData, leaf, "Invalid value", "");
         return;
     }
     const auto why = take_problems(m_schema, m_edit.name);
-    add(leaf, why.front().message, hint_of_values(schema));
+    add(Fault::kInvalidValue, leaf, why.front().message, hint_of_values(schema));
 }
 
-void FaultFinder::add(const lyd_node *node, const std::string &message, const std::string &hint)
+void FaultFinder::add(Fault fault, const lyd_node *node, const std::string &message,
+                      const std::string &hint)
 {
     unsigned line = strict_line(node, message);
     if (line == 0 && may_search()) {
         const auto &opaque = as_opaque(node);
         line = line_of_node(m_edit.text, opaque.name.name, value_of(opaque));
     }
-    problems.push_back({m_edit.name, line, edit_path(node), message, hint});
+    problems.push_back({fault, m_edit.name, line, edit_path(node), message, hint});
 }
 
 /** The strict parse knows the line of one fault, the first in the text. */

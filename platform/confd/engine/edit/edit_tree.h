@@ -32,18 +32,14 @@ struct EditTree {
     Operation default_operation = Operation::kMerge;
 };
 
-/** @throws InputError  With all names and values that the model does not allow. */
-EditTree parse_edit(const Schema &schema, const Source &edit);
-
-/**
- * What the model does not allow in a tree that was parsed with opaque nodes.
- * @param strict  What a strict parse of the same text complained about: it knows a line.
- */
-std::vector<Problem> find_faults(const Schema &schema, const Source &edit, const EditTree &tree,
-                                 const std::vector<Problem> &strict);
-
 /** An opaque node as what it is. */
 const lyd_node_opaq &as_opaque(const lyd_node *node);
+
+/** Whether a name of an opaque node or attribute is one of NETCONF's own. */
+bool is_netconf(const ly_opaq_name &name, LY_VALUE_FORMAT format, const char *wanted);
+
+/** Nothing for a name that no operation has. */
+std::optional<Operation> operation_named(const char *name);
 
 /** The operation that the node itself carries, if any. */
 std::optional<Operation> own_operation(const lyd_node *node);

@@ -1,7 +1,5 @@
 #include "engine/schema/schema.h"
 
-#include "engine/schema/schema_loader.h"
-
 #include <algorithm>
 
 namespace engine
@@ -34,13 +32,6 @@ bool SchemaNode::is_key() const
 std::string SchemaNode::path() const
 {
     return (up() != nullptr ? up()->path() : "") + "/" + name;
-}
-
-std::shared_ptr<const Schema> Schema::load(const ModelSource &source)
-{
-    const std::shared_ptr<Schema> schema(new Schema);
-    SchemaLoader(*schema).load(source);
-    return schema;
 }
 
 Schema::~Schema()

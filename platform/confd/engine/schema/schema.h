@@ -23,16 +23,10 @@ struct confd_type {
 namespace engine
 {
 
-/** What the engine needs to know of a model; it knows no model itself. */
-struct ModelSource {
-    struct Text {
-        std::string name; /**< Module or submodule name. */
-        std::string yang;
-    };
-    std::vector<Text> texts;
-    std::string main_module;
-    std::uint32_t ns = 0; /**< Tag of the main module's namespace. */
-    std::uint32_t (*tag_of)(std::string_view name) = nullptr;
+/** A module or submodule. */
+struct YangText {
+    std::string name;
+    std::string yang;
 };
 
 struct SchemaNode;
@@ -105,9 +99,6 @@ struct SchemaNode : confd_cs_node {
 class Schema
 {
 public:
-    /** @throws std::runtime_error  The model is broken, has tags that collide, or uses what the
-     *                              engine does not serve; the text says what and where. */
-    static std::shared_ptr<const Schema> load(const ModelSource &source);
     ~Schema();
     Schema(const Schema &) = delete;
     Schema &operator=(const Schema &) = delete;
@@ -146,7 +137,7 @@ private:
     std::vector<const SchemaNode *> m_tops;
     std::unordered_map<std::uint32_t, std::string> m_names;
     std::vector<ValidationPoint> m_points;
-    std::vector<ModelSource::Text> m_texts; /**< libyang asks for imports by name. */
+    std::vector<YangText> m_texts; /**< libyang asks for imports by name. */
 };
 
 } // namespace engine

@@ -1,5 +1,8 @@
 #include "engine/schema/schema_loader.h"
 
+#include "engine/schema/schema_points.h"
+#include "engine/schema/schema_types.h"
+
 #include <algorithm>
 #include <stdexcept>
 
@@ -23,7 +26,7 @@ LY_ERR find_text(const char *module_name, const char *, const char *submodule_na
                  ly_module_imp_data_free_clb *free_data)
 {
     const std::string wanted = submodule_name != nullptr ? submodule_name : module_name;
-    for (const auto &text : *static_cast<const std::vector<ModelSource::Text> *>(user_data)) {
+    for (const auto &text : *static_cast<const std::vector<YangText> *>(user_data)) {
         if (text.name == wanted) {
             *format = LYS_IN_YANG;
             *data = text.yang.c_str();
@@ -81,8 +84,7 @@ int flags_of(const SchemaNode &node)
            (node.is_user_ordered() ? CS_NODE_IS_USER_ORDERED : 0);
 }
 
-} // namespace
-
+/** What libyang stored since it was last asked, as one text; forgets it. */
 std::string take_yang_errors(ly_ctx *context)
 {
     std::string text;
@@ -97,7 +99,28 @@ std::string take_yang_errors(ly_ctx *context)
     return text;
 }
 
-void SchemaLoader::load(const ModelSource &source)
+} // namespace
+
+/** Fills a Schema from the texts of a model. Every member throws std::runtime_error. */
+class SchemaLoader
+{
+public:
+    std::shared_ptr<const Schema> load(const ModelSource &source);
+
+private:
+    void load_modules();
+    SchemaNode *add_node(const lysc_node &yang, SchemaNode *parent);
+    std::vector<SchemaNode *> add_children(const lysc_node *yang_parent, SchemaNode *parent);
+    void add_tag(SchemaNode &node);
+    void describe_list(SchemaNode &node) const;
+    void adopt_nodes();
+
+    std::shared_ptr<Schema> m_loaded{new Schema};
+    Schema &m_schema = *m_loaded;
+    std::uint32_t (*m_tag_of)(std::string_view name) = nullptr;
+};
+
+std::shared_ptr<const Schema> SchemaLoader::load(const ModelSource &source)
 {
     // libyang reports through its error list alone: what it says is put into our own errors.
     ly_log_options(LY_LOSTORE);
@@ -110,6 +133,7 @@ void SchemaLoader::load(const ModelSource &source)
         m_schema.m_tops.push_back(node);
     }
     adopt_nodes();
+    return m_loaded;
 }
 
 void SchemaLoader::load_modules()
@@ -233,6 +257,11 @@ void SchemaLoader::adopt_nodes()
     for (const auto &node : m_schema.m_nodes) {
         const_cast<lysc_node *>(node->yang)->priv = node.get();
     }
+}
+
+std::shared_ptr<const Schema> load_schema(const ModelSource &source)
+{
+    return SchemaLoader().load(source);
 }
 
 } // namespace engine

@@ -1,5 +1,4 @@
-/** Validation points: `tailf:validate` statements and their substatements. */
-#include "engine/schema/schema_loader.h"
+#include "engine/schema/schema_points.h"
 
 #include <algorithm>
 #include <charconv>

@@ -1,5 +1,4 @@
-/** Types of leaves: from YANG's to those of the C interface. */
-#include "engine/schema/schema_loader.h"
+#include "engine/schema/schema_types.h"
 
 #include <algorithm>
 #include <array>

@@ -128,4 +128,15 @@ void Framework::end(int handle)
     m_transactions.erase(handle);
 }
 
+void Framework::commit(int handle)
+{
+    Transaction &ending = transaction(handle);
+    if (m_transactions.size() > 1) {
+        throw Error(CONFD_ERR_INUSE, "another transaction is open");
+    }
+    Datastore candidate = ending.release_candidate();
+    end(handle);
+    m_running = std::move(candidate);
+}
+
 } // namespace engine

@@ -34,6 +34,8 @@ public:
     int handle() const { return m_handle; }
     const Datastore &committed() const { return m_committed; }
     const Datastore &candidate() const { return m_candidate; }
+    /** Takes the candidate out of a transaction that ends. */
+    Datastore release_candidate() { return std::move(m_candidate); }
     /** Computed on the first call. */
     const std::vector<Change> &changes() const;
 
@@ -87,6 +89,11 @@ public:
     /** @throws Error  CONFD_ERR_NOSESSION: unknown handle. */
     Transaction &transaction(int handle);
     void end(int handle);
+    /**
+     * Ends the transaction and makes its candidate the committed configuration.
+     * @throws Error  CONFD_ERR_INUSE: another transaction is open, on what is committed now.
+     */
+    void commit(int handle);
 
     /** Whether maapi_install_crypto_keys has been called in this process. */
     bool crypto_keys_installed = false;

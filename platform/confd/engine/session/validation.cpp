@@ -1,6 +1,6 @@
 #include "engine/session/validation.h"
 
-#include "engine/data/path.h"
+#include "engine/data/keypath.h"
 #include "engine/data/value.h"
 
 #include <algorithm>
@@ -89,24 +89,19 @@ Answer ask(const Transaction &transaction, const Request &request, const Callbac
 
 } // namespace
 
-std::string path_of(const Request &request)
-{
-    return request.point->once ? list_path_text(request.instance, *request.point->node)
-                               : path_text(request.instance);
-}
-
 Verdict validate(const Transaction &transaction, const std::vector<Request> &requests,
                  const std::string &point_name, const Callback &callback, void *vcb_opaque,
                  bool keep_going, Observer &observer)
 {
     Verdict worst = Verdict::kAccepted;
-    for (const Request &request : requests) {
+    for (std::size_t i = 0; i < requests.size(); ++i) {
+        const Request &request = requests[i];
         if (request.point->name != point_name) {
             continue;
         }
-        observer.before(request);
+        observer.before(i);
         const Answer answer = ask(transaction, request, callback, vcb_opaque);
-        observer.after(request, answer);
+        observer.after(i, answer);
         worst = std::max(worst, answer.verdict);
         if (worst == Verdict::kRejected && !keep_going) {
             break;

@@ -1,7 +1,7 @@
-/** Asking for validation: which points, for which instances, in which order, with what outcome. */
+/** Asking a validation callback about the requests of a transaction. */
 #pragma once
 
-#include "engine/session/framework.h"
+#include "engine/session/validation_plan.h"
 
 #include <chrono>
 #include <cstdint>
@@ -12,21 +12,6 @@
 
 namespace engine
 {
-
-/** A point to ask about one instance of its node. */
-struct Request {
-    const ValidationPoint *point = nullptr;
-    const lyd_node *instance =
-        nullptr; /**< In the candidate; for a point that is asked once, the list's parent. */
-    std::string
-        cause; /**< Path of the first change that calls for it; empty: asked at every commit. */
-};
-
-/** Which points must be asked for a transaction, in the order of asking. */
-std::vector<Request> plan(const Transaction &transaction);
-
-/** Path of the node that a request is about, such as /config/interface/gpon{1 1 3}/onu. */
-std::string path_of(const Request &request);
 
 enum class Verdict { kAccepted, kWarning, kRejected };
 
@@ -42,13 +27,13 @@ struct Answer {
 /** Callback of a validation point. */
 using Callback = std::function<int(confd_trans_ctx *, confd_hkeypath_t *, confd_value_t *)>;
 
-/** Is told of each request before it is made and after it was answered. */
+/** Is notified before and after each request, by its index in the plan. */
 class Observer
 {
 public:
     virtual ~Observer() = default;
-    virtual void before(const Request &) {}
-    virtual void after(const Request &, const Answer &) {}
+    virtual void before(std::size_t /*request*/) {}
+    virtual void after(std::size_t /*request*/, const Answer & /*answer*/) {}
 };
 
 /**

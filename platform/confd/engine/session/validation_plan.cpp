@@ -1,6 +1,6 @@
-/** Which validation points the changes of a transaction call for. */
+#include "engine/session/validation_plan.h"
+
 #include "engine/data/path.h"
-#include "engine/session/validation.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -297,6 +297,12 @@ const std::string &Collector::cause_text(Cause cause)
 }
 
 } // namespace
+
+std::string path_of(const Request &request)
+{
+    return request.point->once ? list_path_text(request.instance, *request.point->node)
+                               : path_text(request.instance);
+}
 
 std::vector<Request> plan(const Transaction &transaction)
 {

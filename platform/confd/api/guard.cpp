@@ -1,4 +1,4 @@
-/** The last error, and the text that a validation leaves for the operator. */
+// The last error, and the text that a validation leaves for the operator.
 #include "api/guard.h"
 
 #include "engine/data/error.h"

@@ -1,5 +1,5 @@
-/** YANG validity of a configuration, told with every place that is at fault. */
-#include "engine/data/datastore.h"
+#include "engine/data/yang_check.h"
+
 #include "engine/data/error.h"
 #include "engine/data/normalise.h"
 #include "engine/data/path.h"
@@ -19,7 +19,7 @@ namespace
 
 /** Checking again costs as much as checking: beyond so many faults the rest is told another time.
  */
-constexpr std::size_t kMostFaults = 20;
+constexpr std::size_t kMaxFaults = 20;
 
 /** Schema node of a path with choices and cases; null when there is none. */
 const lysc_node *find_schema(const lysc_module *module, const std::string &path)
@@ -124,11 +124,12 @@ public:
         bool go_on = !is_valid();
         while (go_on) {
             add_problems();
-            go_on = m_problems.size() < kMostFaults && drop_dangling_reference() && !is_valid() &&
+            go_on = m_problems.size() < kMaxFaults && drop_dangling_reference() && !is_valid() &&
                     is_dangling(*ly_err_first(m_schema.context()));
         }
-        if (m_problems.size() >= kMostFaults) {
-            m_problems.push_back({m_source.name, 0, "", "There may be more faults", ""});
+        if (m_problems.size() >= kMaxFaults) {
+            m_problems.push_back(
+                {Fault::kInvalidData, m_source.name, 0, "", "There may be more faults", ""});
         }
         ly_err_clean(m_schema.context(), nullptr);
         return std::move(m_problems);
@@ -144,7 +145,7 @@ private:
 
     static bool is_dangling(const ly_err_item &item)
     {
-        return item.apptag != nullptr && std::string_view(item.apptag) == "instance-required";
+        return fault_of(item) == Fault::kDanglingReference;
     }
 
     /** In front: libyang goes through references from the last one. */
@@ -157,9 +158,10 @@ private:
             if (is_dangling(*item)) {
                 problem.hint = "create what it refers to, or name one that exists";
             }
-            for (const auto &place : places_of(read_location(item->path), problem.path)) {
+            const auto location = read_location(item->path);
+            for (const auto &place : places_of(location, problem.path)) {
                 problem.path = place;
-                problem.line = line_of(problem);
+                problem.line = line_of(location, problem);
                 found.push_back(problem);
             }
         }
@@ -179,29 +181,32 @@ private:
         return places.empty() ? std::vector<std::string>{told} : places;
     }
 
-    /** Line of the node at fault, if it stands in the text once: by its name, and by the value
-     *  that the message quotes. */
-    unsigned line_of(const Problem &problem) const
+    /** Line of the node at fault, if it stands in the text once: by its name and value. */
+    unsigned line_of(const FaultLocation &location, const Problem &problem) const
     {
         const auto name = problem.path.substr(problem.path.rfind('/') + 1);
-        const auto quote = problem.message.find('"');
-        const auto end = problem.message.find('"', quote + 1);
-        const bool has_value = problem.message.rfind("Invalid", 0) == 0 && end != std::string::npos;
         if (m_source.text.empty() || name.empty() || name.find('}') != std::string::npos) {
             return problem.line; // A list entry is not found by its list's name.
         }
-        const auto value =
-            has_value ? problem.message.substr(quote + 1, end - quote - 1) : std::string();
-        return line_of_node(m_source.text, name, value);
+        const auto *leaf = location.data.empty() ? nullptr : find_data(location.data);
+        const bool has_value = leaf != nullptr && (leaf->schema->nodetype & LYD_NODE_TERM) != 0;
+        return line_of_node(m_source.text, name, has_value ? lyd_get_value(leaf) : "");
+    }
+
+    lyd_node *find_data(const std::string &path) const
+    {
+        lyd_node *node = nullptr;
+        return lyd_find_path(m_root, path.c_str(), 0, &node) == LY_SUCCESS ? node : nullptr;
     }
 
     bool drop_dangling_reference()
     {
         const auto *item = ly_err_first(m_schema.context());
-        lyd_node *leaf = nullptr;
-        if (item == nullptr || item->next != nullptr || !is_dangling(*item) ||
-            lyd_find_path(m_root, read_location(item->path).data.c_str(), 0, &leaf) != LY_SUCCESS ||
-            lysc_is_key(leaf->schema)) {
+        if (item == nullptr || item->next != nullptr || !is_dangling(*item)) {
+            return false;
+        }
+        auto *leaf = find_data(read_location(item->path).data);
+        if (leaf == nullptr || lysc_is_key(leaf->schema)) {
             return false;
         }
         lyd_free_tree(leaf);
@@ -233,18 +238,19 @@ bool has_leaf_list_defaults(const Schema &schema)
 
 } // namespace
 
-void Datastore::check(const Source &source)
+void check_yang(Datastore &tree, const Source &source)
 {
-    auto *context = m_schema->context();
+    const Schema &schema = tree.schema();
+    auto *context = schema.context();
     const bool is_valid =
-        lyd_validate_all(&m_root, context, LYD_VALIDATE_NO_STATE, nullptr) == LY_SUCCESS;
+        lyd_validate_all(&tree.m_root, context, LYD_VALIDATE_NO_STATE, nullptr) == LY_SUCCESS;
     ly_err_clean(context, nullptr);
     if (!is_valid) {
-        Datastore trial = copy();
-        throw InputError(FaultFinder(*m_schema, trial.m_root, source).find());
+        Datastore trial = tree.copy();
+        throw InputError(FaultFinder(schema, trial.m_root, source).find());
     }
-    if (has_leaf_list_defaults(*m_schema)) {
-        order_by_keys(m_root); // They come in the model's order.
+    if (has_leaf_list_defaults(schema)) {
+        order_by_keys(tree.m_root); // They come in the model's order.
     }
 }
 

@@ -1,0 +1,82 @@
+/** A card held open: its data model, its committed configuration and its plug-in. */
+#pragma once
+
+#include "checker/check_listener.h"
+#include "checker/outcome.h"
+
+#include <fm_host.h>
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace host
+{
+
+/** What is to be checked. */
+struct Change {
+    ChangeForm form = ChangeForm::kNone; /**< kNone: the running configuration itself. */
+    engine::Source source;               /**< With the name under which reports mention it. */
+};
+
+/** How to check. */
+struct Policy {
+    bool all = false;                      /**< Go on after a rejection. */
+    std::chrono::seconds idle_timeout{60}; /**< For one request; 0: none. */
+    bool in_process = false; /**< Whatever ends the plug-in ends this process; no timeout. */
+};
+
+/**
+ * Checks and commits any number of changes. It knows no options, files or terminal.
+ *
+ * The framework exists once in a process, and so does a Checker. It works on one thread, and the
+ * plug-in is asked in a process of its own, forked from this one, which should have no threads.
+ */
+class Checker
+{
+public:
+    /**
+     * Loads the data model and the committed configuration, and checks that against the model.
+     * @param card     The capabilities that the plug-in asks for.
+     * @param running  Nothing: the card has no configuration yet.
+     * @param plugin   Path of the plug-in; see Plugin. It is loaded for each check.
+     * @throws engine::InputError  The configuration is not one of the model.
+     */
+    Checker(const fm::Card &card, const std::optional<engine::Source> &running, std::string plugin);
+    ~Checker();
+    Checker(const Checker &) = delete;
+    Checker &operator=(const Checker &) = delete;
+
+    /**
+     * Makes the candidate and asks the plug-in about it. Leaves no trace; whatever comes in the way
+     * is in the outcome. Warnings are not confirmed: that is the caller's to do, in the outcome.
+     */
+    Outcome check(const Change &change, const Policy &policy, CheckListener &listener);
+
+    /**
+     * Makes the candidate of the last check the committed configuration.
+     * @param outcome  Of that check, accepted, with its warnings confirmed.
+     * @throws std::logic_error  It is of another check, or was not accepted.
+     */
+    void commit(const Outcome &outcome);
+
+    const engine::Datastore &running() const { return m_framework->running(); }
+    /** What loading took. */
+    const std::vector<Phase> &load_phases() const { return m_load_phases; }
+
+private:
+    void examine(const Change &change, const Policy &policy, CheckListener &listener,
+                 Outcome &outcome);
+    void ask(const engine::Transaction &transaction, const Policy &policy, CheckListener &listener,
+             Outcome &outcome) const;
+    void end_transaction();
+
+    std::string m_running_name;
+    std::string m_plugin;
+    std::vector<Phase> m_load_phases;
+    std::unique_ptr<engine::Framework> m_framework;
+    std::optional<int> m_transaction; /**< Of the last check, as long as it can be committed. */
+};
+
+} // namespace host

@@ -1,0 +1,22 @@
+/** YANG validity of a configuration, told with every place that is at fault. */
+#pragma once
+
+#include "engine/data/datastore.h"
+
+namespace engine
+{
+
+/**
+ * Checks the whole tree (mandatory, must, leafref, unique, min- and max-elements) and adds default
+ * values.
+ * @param source  What the errors name; with its text they have lines as far as the place at fault
+ *                stands there once.
+ * @throws InputError  With every fault that libyang tells.
+ */
+void check_yang(Datastore &tree, const Source &source);
+inline void check_yang(Datastore &tree, const std::string &source_name)
+{
+    check_yang(tree, Source{source_name, ""});
+}
+
+} // namespace engine
