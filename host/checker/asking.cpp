@@ -47,7 +47,7 @@ void ask(const Questions &questions, AskingListener &listener)
     listener.step(Step::kFinish);
     if (const int result = plugin.finish(); result != 0) {
         // All answers are in: they count.
-        std::cerr << plugin.name() << ": lib_finish answered " << result << '\n';
+        std::cerr << "the plug-in's lib_finish answered " << result << '\n';
     }
 }
 

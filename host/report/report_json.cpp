@@ -167,9 +167,9 @@ Json json_report(const Outcome &outcome, bool with_explanation)
     return json;
 }
 
-std::string print_json(const Json &json)
+std::string print_json(const Json &json, bool for_terminal)
 {
-    return json.dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
+    return json.dump(2, ' ', for_terminal, Json::error_handler_t::replace) + '\n';
 }
 
 } // namespace host

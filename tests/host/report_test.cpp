@@ -178,7 +178,7 @@ protected:
     nlohmann::json report(const Outcome &outcome, bool with_explanation = false)
     {
         return nlohmann::json::parse(
-            host::print_json(host::json_report(outcome, with_explanation)));
+            host::print_json(host::json_report(outcome, with_explanation), false));
     }
 
     SchemaChecker m_checker;
