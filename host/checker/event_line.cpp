@@ -25,6 +25,15 @@ std::string to_text(const Json &json)
     return json.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
+/** Of a text without measure the beginning is told: whoever listens keeps all that is told. */
+std::string bounded(const std::string &text)
+{
+    constexpr std::size_t kMaxText = 16384;
+    return text.size() <= kMaxText
+               ? text
+               : text.substr(0, kMaxText) + "... (" + std::to_string(text.size()) + " bytes)";
+}
+
 void write_all(int fd, std::string_view text)
 {
     while (!text.empty()) {
@@ -136,7 +145,7 @@ std::string line_of(std::size_t request, const engine::Answer &answer)
         line.append(name).append(" ");
         add(count);
     }
-    return line + (answer.text.empty() ? "" : to_text(answer.text)) + "\n";
+    return line + (answer.text.empty() ? "" : to_text(bounded(answer.text))) + "\n";
 }
 
 void replay_after(Words words, AskingListener &listener)
@@ -204,7 +213,7 @@ void EventWriter::unusable(const std::vector<engine::Problem> &problems)
 
 void EventWriter::threw(const std::string &exception)
 {
-    tell(to_text({{"event", "threw"}, {"exception", exception}}) + "\n");
+    tell(to_text({{"event", "threw"}, {"exception", bounded(exception)}}) + "\n");
 }
 
 void EventWriter::ended()

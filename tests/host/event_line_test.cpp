@@ -44,7 +44,7 @@ protected:
     /** What stands in the pipe now, event by event. */
     Heard hear() const
     {
-        std::array<char, 4096> buffer{};
+        std::array<char, 65536> buffer{};
         const auto size = read(m_ends[0], buffer.data(), buffer.size());
         std::string_view text(buffer.data(), static_cast<std::size_t>(size));
         Heard heard;
@@ -94,6 +94,21 @@ TEST_F(EventLine, the_last_answer_is_told_even_when_nothing_follows)
         writer.after(3, engine::Answer());
     }
     EXPECT_EQ(hear().afters.size(), 1U);
+}
+
+TEST_F(EventLine, of_a_text_without_measure_the_beginning_is_told)
+{
+    host::EventWriter writer(writing_end(), kKey);
+    engine::Answer answer;
+    answer.text = std::string(std::size_t{64} << 20U, 'x');
+    writer.after(0, answer);
+    writer.before(1);
+    const Heard heard = hear();
+    ASSERT_EQ(heard.afters.size(), 1U);
+    EXPECT_THAT(heard.afters[0].second.text,
+                testing::AllOf(testing::StartsWith("xxx"),
+                               testing::EndsWith("... (67108864 bytes)"),
+                               testing::SizeIs(testing::Lt(20000U))));
 }
 
 TEST_F(EventLine, nonsense_is_no_event)
