@@ -5,6 +5,7 @@
 #include "checker/process_end.h"
 #include "checker/recorder.h"
 #include "checker/supervisor.h"
+#include "checker/unchecked_links.h"
 #include "engine/data/yang_check.h"
 #include "engine/edit/edit.h"
 
@@ -174,6 +175,7 @@ void Checker::ask(const engine::Transaction &transaction, const Policy &policy,
         return engine::plan(transaction);
     });
     outcome.planned = requests.size();
+    outcome.unchecked_links = find_unchecked_links(transaction, requests);
 
     const Questions questions{transaction, requests, m_plugin, policy.all};
     Recorder recorder(questions, outcome, listener);

@@ -153,6 +153,11 @@ void print_findings(std::ostream &out, const Outcome &outcome, const Style &styl
         out << style.warning("Warnings:") << '\n';
         print_runs(out, outcome, engine::Verdict::kWarning, style);
     }
+    for (const auto &unchecked : outcome.unchecked_links) {
+        out << style.warning("Not covered by a bandwidth check:") << " PON link "
+            << printable(unchecked.link) << " has no entry under " << printable(unchecked.missing)
+            << ".\n";
+    }
     if (outcome.death) {
         out << style.bad(printable(sentence(*outcome.death))) << ".\n";
     }

@@ -188,6 +188,7 @@ TEST_F(JsonReport, KeepsToItsSchema)
 {
     Outcome none = changed();
     none.form = host::ChangeForm::kNone;
+    none.unchecked_links = {{"1/1/3", "/config/gpon{1/1}/pon-link"}};
     for (const Outcome &outcome : {rejected(), died(), not_checked(), confirmed(true),
                                    confirmed(false), confirmed(std::nullopt), none}) {
         for (const bool with_explanation : {false, true}) {
