@@ -15,7 +15,7 @@ using test_support::kpath_text;
 constexpr const char *kConfig =
     "<profile><gpon>"
     "<line-profile><name>basic</name></line-profile>"
-    "<line-profile><name>it's-\"quoted\"</name></line-profile>"
+    "<line-profile><name>it's-back\\slash</name></line-profile>"
     "<rg-profile><name>home</name><wan-ip-connection><name>internet</name><itf-grouping>"
     "<ports><port>eth1</port><vlan>7</vlan></ports><ports><port>wl0</port></ports>"
     "</itf-grouping></wan-ip-connection></rg-profile></gpon></profile>"
@@ -65,8 +65,9 @@ TEST_F(Paths, AcceptedForms)
         {"/config/profile/gpon/line-profile{}", 0},
         {"/config/profile/gpon/line-profile{\"\"}", 0},
         {"/config/profile/gpon/line-profile{\"a b\"}", 0},
-        {"/config/profile/gpon/line-profile{it's-\"quoted\"}", 1},
-        {"/config/profile/gpon/line-profile{\"it's-\\\"quoted\\\"\"}", 1},
+        {"/config/profile/gpon/line-profile{it's-back\\slash}", 1},
+        {"/config/profile/gpon/line-profile{\"it's-back\\\\slash\"}", 1},
+        {"/config/profile/gpon/line-profile{\"\\it's-back\\\\slash\"}", 1},
         {"/config/profile/gpon/rg-profile{home}/wan-ip-connection{internet}/itf-grouping/"
          "ports{wl0}",
          1},
@@ -148,7 +149,7 @@ TEST_F(Paths, DirectivesOfValues)
     expect_error(CONFD_ERR_BADPATH, {"3 keys, not 2"});
 
     // A text with braces, quotes or blanks is one key; an enumeration takes its name.
-    for (const char *name : {"it's-\"quoted\"", "basic"}) {
+    for (const char *name : {"it's-back\\slash", "basic"}) {
         const auto key = text(name);
         EXPECT_EQ(maapi_exists(maapi, th, "/config/profile/gpon/line-profile{%x}", &key), 1)
             << name;
@@ -193,7 +194,7 @@ TEST_F(Paths, DirectivesOfKeypaths)
 TEST_F(Paths, PrintedKeypathsCanBeReadAgain)
 {
     const auto &tree = framework().running();
-    for (const char *path : {"/config/profile/gpon/line-profile{it's-\"quoted\"}",
+    for (const char *path : {"/config/profile/gpon/line-profile{it's-back\\slash}",
                              "/config/profile/gpon/rg-profile{home}/wan-ip-connection{internet}/"
                              "itf-grouping/ports{wl0}"}) {
         const auto *node = engine::find_node(tree.root(), engine::read_path(tree.schema(), path));

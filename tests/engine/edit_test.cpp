@@ -115,8 +115,6 @@ TEST(Edit, OperationsGiveTheCandidate)
         {ports("4"), mapping(xml("uni/ethernet", "4", kDelete)), mapping("")},
         {mapping(xml("veip/veip")), mapping(xml("uni/ethernet", "4", kRemove)),
          mapping(xml("veip/veip"))},
-        // Deletions go first.
-        {port(1, note), port(1, "", kCreate) + port_edit(1, "", kDelete), port(1)},
     };
     for (const auto &[running, edit, expected] : rows) {
         expect_candidate(running, config_xml(edit), expected);
@@ -176,7 +174,7 @@ TEST(Edit, PutsEntriesOfUserOrderedLeafListsWhereItIsToldAlsoAtTheTop)
     };
     const auto running = small_config(schema, entries("abc"));
     for (const auto &[edit, expected] : rows) {
-        const auto candidate = edited(running, edit);
+        const auto candidate = edited(running, xml("config", edit, kNetconf));
         std::string names;
         for (const auto *node = candidate.root(); node != nullptr; node = node->next) {
             names += lyd_get_value(node);
@@ -291,8 +289,6 @@ TEST(Edit, SaysWhichOperationDoesNotFit)
         {port_edit(1, xml("statistics", "", kDelete)), port_1 + "/statistics", missing, ""},
         {port_edit(1, xml("match", "", kDelete)), port_1 + "/match", missing, ""},
         {xml("service-port", xml("id", "1", kDelete)), port_1 + "/id", "A key cannot be", "entry"},
-        {port_edit(1, xml("statistics", "true") + xml("statistics", "false")),
-         port_1 + "/statistics", "Duplicate node", ""},
         {onu_5(xml("management", "", kDelete)), onu_path + "/management", missing, ""},
         {onu_5(xml("snmp", xml("real-time", "", kDelete))), onu_path + "/snmp/real-time", missing,
          ""},
@@ -305,6 +301,11 @@ TEST(Edit, SaysWhichOperationDoesNotFit)
         {parameter(""), parameter_path, "yang:key is missing", ""},
         {parameter("yang:key=\"[foo='q']\""), parameter_path, "inserted after [foo='q']: ", ""},
         {parameter("yang:key=\"[name='q']\""), parameter_path, "there is no such entry", ""},
+        {onu_5(xml("pots", xml("port", "1"), "yang:key=\"[name='q']\"")), onu_path + "/pots{1}",
+         "yang:key has no meaning", "yang:insert"},
+        {onu_5(xml("rg-override-parameters",
+                   xml("parameter", xml("name", "x"), kRemove + " yang:insert='first'"))),
+         parameter_path, "deleted and inserted", ""},
     };
     for (const auto &[edit, path, message, hint] : rows) {
         expect_fault(running, {config_xml(edit), 0, path, message, hint});
@@ -313,6 +314,42 @@ TEST(Edit, SaysWhichOperationDoesNotFit)
     const auto below_missing = config_xml(port_edit(9, xml("statistics", "true", kCreate)));
     expect_fault(running, {xml("edit-config", none + xml("config", below_missing), kNetconf), 0,
                            "/config/service-port{9}", "It does not exist", ""});
+}
+
+TEST(Edit, RefusesWhatIsGivenTwice)
+{
+    const auto twice = [](const std::string &name, const std::string &first,
+                          const std::string &second, const std::string &attributes = "") {
+        return xml(name, first) + "\n" + xml(name, second, attributes);
+    };
+    const std::string mapping_path = "/config/profile/gpon/service-profile{s}/vlan-mapping{m}";
+    const struct {
+        std::string edit;
+        unsigned line;
+        std::string path;
+    } rows[] = {
+        {port_edit(1, twice("statistics", "true", "false")), 2,
+         "/config/service-port{1}/statistics"},
+        {port_edit(1, twice("statistics", "true", "", kRemove)), 2,
+         "/config/service-port{1}/statistics"},
+        {port_edit(2, "") + port_edit(3, "") + "\n" + port_edit(2, "", kReplace), 2,
+         "/config/service-port{2}"},
+        {port_edit(1, "") + "\n" + port_edit(2, "") + port_edit(1, "", kDelete) + port_edit(3, ""),
+         2, "/config/service-port{1}"},
+        {xml("interface", link(1) + "\n" + link(2) + "\n" + link(1)), 3,
+         "/config/interface/gpon{1 1 1}"},
+        {onu_5(
+             xml("rg-override-parameters", twice("parameter", xml("name", "a"), xml("name", "a")))),
+         2, "/config/interface/gpon{1 1 3}/onu{5}/rg-override-parameters/parameter{a}"},
+        {mapping(twice("uni", xml("ethernet", "1"), xml("ethernet", "2"))), 2,
+         mapping_path + "/uni"},
+        {mapping(xml("uni", xml("ethernet", "1") + "\n" + twice("ethernet", "2", "1"))), 3,
+         mapping_path + "/uni/ethernet"},
+        {"</config>\n<config xmlns='urn:olt:gpon:base'>", 2, "/config"},
+    };
+    for (const auto &[edit, line, path] : rows) {
+        expect_fault(port(1), {config_xml(edit), line, path, "Duplicate node", ""});
+    }
 }
 
 TEST(Edit, SaysWhatTheModelDoesNotKnowOrAllow)
@@ -328,6 +365,7 @@ TEST(Edit, SaysWhatTheModelDoesNotKnowOrAllow)
     };
     const std::string macs_2 = "/config/service-port{2}/max-mac-addresses";
     const std::string range = "value \"5000\" is out of the allowed range";
+    const std::string port_path = "/config/service-port";
     const std::string begin = "<config xmlns=\"urn:olt:gpon:base\">";
     const Fault faults[] = {
         {config_xml("\n" + bad_value), 2, macs_2, range, "1..4096"},
@@ -352,11 +390,14 @@ TEST(Edit, SaysWhatTheModelDoesNotKnowOrAllow)
          "Unknown attribute operation", "nc:operation"},
         {config_xml(other + port_edit(1, "", "\nxmlns:x='urn:x' x:operation='delete'")), 3,
          "/config/service-port", "Unknown attribute x:operation", "nc:operation"},
-        {json("{\"@\":{\"netconf:operation\":\"delete\"},\"id\":2}"), 3, "",
+        {json("{\"@\":{\"netconf:operation\":\"delete\"},\"id\":2}"), 3, port_path,
          "Unknown metadata netconf:operation", "ietf-netconf:operation"},
+        {json(R"({"@":{"yang:key":"a","yang:key":"b"},"id":2})"), 3, port_path,
+         "Duplicate member yang:key", ""},
+        {json(R"({"@":{"yang:key":"a"},"id":2,"@":null})"), 3, port_path, "Duplicate member @", ""},
         {config_xml(other + port_edit(1, xml("statistics", "", "nc:operation='destroy'"))), 2,
          "/config/service-port{1}/statistics", "Invalid operation destroy", "one of merge"},
-        {config_xml(other + "<service-port>"), 2, "", "tag mismatch", ""},
+        {config_xml(other + "<service-port>"), 2, "", "column 17: mismatched tag", ""},
         {"<conf xmlns='urn:olt:gpon:base'/>", 1, "/conf", "not found in the \"base\"", begin},
         {"", 0, "", "There is no edit in it", begin},
         {xml("edit-config", xml("default-operation", "delete") + xml("config"), kNetconf), 0, "",
