@@ -6,6 +6,7 @@
  * configuration and a change with a line of `=====` between them. All other inputs are decisions
  * from which edits are made that fit the data model.
  */
+#include "base_card.h"
 #include "byte_reader.h"
 #include "checker/asking.h"
 #include "checker/model_schema.h"
@@ -20,7 +21,6 @@
 #include "report/report_explain.h"
 #include "report/report_json.h"
 #include "report/report_text.h"
-#include "support/base_card.h"
 #include "zlog_host.h"
 
 #include <sstream>

@@ -8,7 +8,7 @@
 #include "engine/data/crypto.h"
 #include "engine/data/yang_check.h"
 #include "engine/edit/edit.h"
-#include "support/base_card.h"
+#include "base_card.h"
 
 #include <confd_cdb.h>
 #include <confd_maapi.h>

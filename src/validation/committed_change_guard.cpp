@@ -1,5 +1,7 @@
 #include "committed_change_guard.h"
 
+#include "candidate.h"
+
 #include <base.h>
 
 maapi_iter_ret diffIter(confd_hkeypath_t * /*kp*/, maapi_iter_op op, confd_value_t * /*oldv*/,
@@ -18,7 +20,8 @@ std::int32_t validate_config_modify(std::int32_t maapi_sock, confd_trans_ctx *tc
 {
     bool modified = false;
     // A walk that fails leaves the flag as it is: the change is accepted.
-    maapi_keypath_diff_iterate(maapi_sock, tctx->thandle, diffIter, 0, &modified, "%h", kp);
+    validation::Candidate(maapi_sock, tctx)
+        .read(maapi_keypath_diff_iterate, diffIter, 0, &modified, "%h", kp);
     if (!modified) {
         return 0;
     }

@@ -3,6 +3,9 @@
 
 #include <velconfd.h>
 
+namespace validation
+{
+
 /** A read session on the committed configuration; ended with the object, if it was opened. */
 class CommittedSession
 {
@@ -29,3 +32,5 @@ private:
     void *m_context;
     int m_cdb_sock;
 };
+
+} // namespace validation

@@ -2,6 +2,7 @@
 
 #include "trace.h"
 
+#include <algorithm>
 #include <limits>
 #include <new>
 #include <utility>
@@ -20,6 +21,20 @@ std::unique_ptr<confd_value_t[]> make_values(std::uint32_t object_size,
         throw std::bad_array_new_length();
     }
     return std::make_unique<confd_value_t[]>(static_cast<std::size_t>(count));
+}
+
+void free_value(confd_value_t &value)
+{
+    switch (value.type) {
+    case C_NOEXISTS:
+    case C_XMLTAG:
+    case C_INT32:
+    case C_UINT32:
+        break; // Most values of thousands of entries own nothing: calls worth saving.
+    default:
+        confd_free_value(&value);
+        CONFD_SET_NOEXISTS(&value);
+    }
 }
 
 } // namespace
@@ -61,7 +76,22 @@ int ConfdGetObjsItf::getObjects()
     if (nobj <= 0) {
         return nobj;
     }
-    return static_cast<std::uint32_t>(size) == object_size ? nobj : -1;
+    const auto values_per_entry = static_cast<std::uint32_t>(size);
+    if (values_per_entry != object_size) {
+        // The array has room for object_size values of each entry: no more were handed out.
+        free_values(nobj, std::min(values_per_entry, object_size));
+        return -1;
+    }
+    return nobj;
+}
+
+void ConfdGetObjsItf::free_values(int entries, std::uint32_t values_per_entry) const
+{
+    for (int i = 0; i < entries; ++i) {
+        for (std::uint32_t v = 0; v < values_per_entry; ++v) {
+            free_value(entry(i)[v]);
+        }
+    }
 }
 
 void ConfdGetObjsItf::check_object_size() const

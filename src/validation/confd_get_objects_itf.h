@@ -11,8 +11,8 @@
  * Reader of a list of the transaction. Every value of an entry lies in one flat array, entry after
  * entry, each entry's values in schema order: value v of entry i is entry(i)[v].
  *
- * The values of the last getObjects() belong to the caller: he frees those that own memory before
- * the next call overwrites them, and after the last one.
+ * The values of the last successful getObjects() belong to the caller, who frees those that own
+ * memory before the next call overwrites them: validation::ObjectsChunk does.
  */
 class ConfdGetObjsItf
 {
@@ -36,9 +36,15 @@ public:
     /**
      * Fetches the next entries.
      * @return The number of entries; 0 at the end; -1 when they cannot be read or do not have
-     *         object_size values.
+     *         object_size values. Then there is nothing to free.
      */
     int getObjects();
+
+    /**
+     * Frees what the values of the first `count` entries of the last getObjects() own. A value that
+     * the caller has freed is C_NOEXISTS.
+     */
+    void freeObjects(int count) const { free_values(count, object_size); }
 
     /** The values of an entry of the last getObjects(). */
     confd_value_t *entry(int index) const
@@ -48,6 +54,7 @@ public:
 
 private:
     void check_object_size() const;
+    void free_values(int entries, std::uint32_t values_per_entry) const;
 
     std::uint32_t object_size;
     std::uint32_t objects_per_call;
@@ -57,3 +64,28 @@ private:
     maapi_cursor cursor;
     std::unique_ptr<confd_value_t[]> values;
 };
+
+namespace validation
+{
+
+/** The next entries of a bulk read; frees what is left of their values. */
+class ObjectsChunk
+{
+public:
+    explicit ObjectsChunk(ConfdGetObjsItf &reader) : m_reader(reader), m_size(reader.getObjects())
+    {
+    }
+    ~ObjectsChunk() { m_reader.freeObjects(m_size); }
+    ObjectsChunk(const ObjectsChunk &) = delete;
+    ObjectsChunk &operator=(const ObjectsChunk &) = delete;
+
+    /** As getObjects() answers. */
+    int size() const { return m_size; }
+    confd_value_t *entry(int index) const { return m_reader.entry(index); }
+
+private:
+    const ConfdGetObjsItf &m_reader;
+    int m_size;
+};
+
+} // namespace validation

@@ -4,6 +4,8 @@
 
 #include <confd_maapi.h>
 
+#include <utility>
+
 // NOLINTNEXTLINE(performance-unnecessary-value-param): the signature is the published one.
 void GetStrFromConfd(int maapi_sock, int thandle, std::string base, std::string leaf, void *out)
 {

@@ -3,23 +3,39 @@
 namespace
 {
 
-constexpr int kValueTextSize = 8192;
-constexpr int kKeypathTextSize = 1024;
+/** Prints by way of a buffer of so many bytes. */
+template <std::size_t size, typename Print, typename Value>
+std::string print_into_buffer(Print print, const Value &value)
+{
+    char text[size];
+    text[0] = '\0';
+    print(text, sizeof(text), &value);
+    return text;
+}
 
 } // namespace
 
 std::string print_value(const confd_value_t &value)
 {
-    char text[kValueTextSize];
-    text[0] = '\0';
-    confd_pp_value(text, sizeof(text), &value);
-    return text;
+    return print_into_buffer<8192>(confd_pp_value, value);
+}
+
+std::string print_key(const confd_value_t &key)
+{
+    return print_into_buffer<49>(confd_pp_value, key);
 }
 
 std::string print_keypath(const confd_hkeypath_t &keypath)
 {
-    char text[kKeypathTextSize];
-    text[0] = '\0';
-    confd_pp_kpath(text, sizeof(text), &keypath);
-    return text;
+    return print_into_buffer<kKeypathTextSize>(confd_pp_kpath, keypath);
+}
+
+std::string print_short_keypath(const confd_hkeypath_t &keypath)
+{
+    return print_into_buffer<256>(confd_pp_kpath, keypath);
+}
+
+std::string print_long_keypath(const confd_hkeypath_t &keypath)
+{
+    return print_into_buffer<8192>(confd_pp_kpath, keypath);
 }

@@ -1,5 +1,7 @@
 #include "gpon_bw_limit.h"
 
+#include "answer.h"
+#include "candidate.h"
 #include "confd_get_objects_itf.h"
 #include "confd_text.h"
 #include "elapsed_time.h"
@@ -8,8 +10,14 @@
 #include "platform_settings.h"
 #include "trace.h"
 
-#include <sstream>
 #include <utility>
+
+using validation::Candidate;
+using validation::ListCursor;
+using validation::ObjectsChunk;
+using validation::Query;
+using validation::QueryChunk;
+using validation::reject;
 
 BandwidthMap bandwidth_profiles;
 BandwidthMap line_profiles;
@@ -45,6 +53,7 @@ int loadBwProf(confd_value_t *values, std::string &name, std::uint32_t &total, s
     name = text_of(CONFD_GET_BUFPTR(&values[BW_CONFD_VAL_OFFSET_NAME]),
                    CONFD_GET_BUFSIZE(&values[BW_CONFD_VAL_OFFSET_NAME]));
     confd_free_value(&values[BW_CONFD_VAL_OFFSET_NAME]);
+    CONFD_SET_NOEXISTS(&values[BW_CONFD_VAL_OFFSET_NAME]);
 
     if (is_set(values[BW_CONFD_VAL_OFFSET_FX_T1])) {
         fixed = CONFD_GET_UINT32(&values[BW_CONFD_VAL_OFFSET_FX_T1]);
@@ -79,25 +88,16 @@ int loadBwProf(confd_value_t *values, std::string &name, std::uint32_t &total, s
 namespace
 {
 
-/** Frees the names of entries that are passed over. */
-void free_names(const ConfdGetObjsItf &reader, int from, int to, int name_position)
-{
-    for (int i = from; i < to; ++i) {
-        confd_free_value(&reader.entry(i)[name_position]);
-    }
-}
-
 /**
  * Adds one chunk of bandwidth profiles to the map.
  * @return 0, or -1 at a profile without a traffic type: it takes the rest of its chunk with it.
  */
-int load_bw_chunk(const ConfdGetObjsItf &reader, int count)
+int load_bw_chunk(const ObjectsChunk &profiles)
 {
-    for (int i = 0; i < count; ++i) {
+    for (int i = 0; i < profiles.size(); ++i) {
         std::string name;
         bandwidth_ctx profile{};
-        if (loadBwProf(reader.entry(i), name, profile.total, profile.fixed) != 0) {
-            free_names(reader, i + 1, count, BW_CONFD_VAL_OFFSET_NAME);
+        if (loadBwProf(profiles.entry(i), name, profile.total, profile.fixed) != 0) {
             return -1;
         }
         bandwidth_profiles.emplace(std::move(name), profile);
@@ -110,14 +110,14 @@ int add_tcont(const std::string &bw_name, bwctx &line)
 {
     const auto found = bandwidth_profiles.find(bw_name);
     if (found == bandwidth_profiles.end()) {
-        TRACE(kTraceDecision, "BW NOT found! BW name: %s. fixed=%d total=%d", bw_name.c_str(), 0,
-              0);
+        TRACE_AS(loadAllTconts, kTraceDecision, "BW NOT found! BW name: %s. fixed=%d total=%d",
+                 bw_name.c_str(), 0, 0);
         ++line.dynamic_tconts;
         return -1;
     }
     const bandwidth_ctx &bandwidth = found->second;
-    TRACE(kTraceFine, "BW found! BW name: %s. fixed=%d total=%d", bw_name.c_str(), bandwidth.fixed,
-          bandwidth.total);
+    TRACE_AS(loadAllTconts, kTraceFine, "BW found! BW name: %s. fixed=%d total=%d", bw_name.c_str(),
+             bandwidth.fixed, bandwidth.total);
     line.total += bandwidth.total;
     line.fixed += bandwidth.fixed;
     if (bandwidth.fixed != 0 && bandwidth.fixed == bandwidth.total) {
@@ -128,17 +128,6 @@ int add_tcont(const std::string &bw_name, bwctx &line)
     return 0;
 }
 
-/** Adds one T-CONT's values to its line profile and frees the name among them. */
-int load_tcont(confd_value_t *cur_val, bwctx &line)
-{
-    const std::string bw_name = text_of(CONFD_GET_BUFPTR(&cur_val[TCONT_CONFD_VAL_OFFSET_BW]),
-                                        CONFD_GET_BUFSIZE(&cur_val[TCONT_CONFD_VAL_OFFSET_BW]));
-    const std::uint32_t id = CONFD_GET_UINT32(&cur_val[TCONT_CONFD_VAL_OFFSET_ID]);
-    confd_free_value(&cur_val[TCONT_CONFD_VAL_OFFSET_BW]);
-    TRACE(kTraceFine, "tcont=%d bw=%s", id, bw_name.c_str());
-    return add_tcont(bw_name, line);
-}
-
 } // namespace
 
 int loadAllBws(std::int32_t maapi_sock, confd_trans_ctx *tctx)
@@ -147,8 +136,12 @@ int loadAllBws(std::int32_t maapi_sock, confd_trans_ctx *tctx)
     int result = 0;
     ConfdGetObjsItf reader(kBandwidthProfileSize, kBandwidthProfilesPerCall, kBandwidthProfiles,
                            maapi_sock, tctx, true);
-    for (int count = reader.getObjects(); count > 0; count = reader.getObjects()) {
-        result = load_bw_chunk(reader, count);
+    while (true) {
+        const ObjectsChunk profiles(reader);
+        if (profiles.size() <= 0) {
+            break;
+        }
+        result = load_bw_chunk(profiles);
     }
     TRACE(kTraceFine, "Took %d msecs to load all bandwidth profiles from ConfD",
           stopwatch.get_elapsed_time_msec());
@@ -162,14 +155,22 @@ int loadAllTconts(std::int32_t maapi_sock, confd_trans_ctx *tctx, std::string tc
     int error = 0;
     ConfdGetObjsItf reader(kTcontSize, kTcontsPerCall, std::move(tcont_path), maapi_sock, tctx,
                            true);
-    for (int count = reader.getObjects(); count > 0; count = reader.getObjects()) {
-        if (error != 0) {
-            // The chunk with the unknown profile was summed to its end; later ones are not.
-            free_names(reader, 0, count, TCONT_CONFD_VAL_OFFSET_BW);
+    while (true) {
+        const ObjectsChunk tconts(reader);
+        // The chunk with the unknown profile was summed to its end; later ones are not.
+        if (tconts.size() <= 0 || error != 0) {
             break;
         }
-        for (int i = 0; i < count; ++i) {
-            if (load_tcont(reader.entry(i), line) != 0) {
+        for (int i = 0; i < tconts.size(); ++i) {
+            confd_value_t *cur_val = tconts.entry(i);
+            const std::string bw_name =
+                text_of(CONFD_GET_BUFPTR(&cur_val[TCONT_CONFD_VAL_OFFSET_BW]),
+                        CONFD_GET_BUFSIZE(&cur_val[TCONT_CONFD_VAL_OFFSET_BW]));
+            const std::uint32_t id = CONFD_GET_UINT32(&cur_val[TCONT_CONFD_VAL_OFFSET_ID]);
+            confd_free_value(&cur_val[TCONT_CONFD_VAL_OFFSET_BW]);
+            CONFD_SET_NOEXISTS(&cur_val[TCONT_CONFD_VAL_OFFSET_BW]);
+            TRACE(kTraceFine, "tcont=%d bw=%s", id, bw_name.c_str());
+            if (add_tcont(bw_name, line) != 0) {
                 error = -1;
             }
         }
@@ -182,7 +183,7 @@ int loadAllTconts(std::int32_t maapi_sock, confd_trans_ctx *tctx, std::string tc
 int loadAllLines(std::int32_t maapi_sock, confd_trans_ctx *tctx)
 {
     const cl_ElapsedTime stopwatch;
-    for (ListCursor lines(maapi_sock, tctx->thandle, kLineProfiles); lines.has_entry();
+    for (ListCursor lines(Candidate(maapi_sock, tctx), kLineProfiles); lines.has_entry();
          lines.next()) {
         const std::string name = print_value(lines.key());
         TRACE(kTraceFine, "Loading line %s", name.c_str());
@@ -221,15 +222,16 @@ struct LinkDemand {
  * @param unknown_lines  Gets a piece of text for each ONU whose line profile is not in the map.
  * @return 0, or -1 when there was such an ONU.
  */
-int add_onus(const QueryChunk &onus, LinkDemand &demand, std::ostream &unknown_lines)
+int add_onus(const QueryChunk &onus, LinkDemand &demand, std::string &unknown_lines)
 {
     int error = 0;
     for (int i = 0; i < onus.size(); ++i) {
         const std::string line = print_value(*CONFD_GET_TAG_VALUE(&onus.selected(i)));
         const auto found = line_profiles.find(line);
         if (found == line_profiles.end()) {
-            TRACE(kTraceDecision, "Line profile %s not found.", line.c_str());
-            unknown_lines << "Line profile " << line << " doesn't not exist.";
+            TRACE_AS(validate_ponlink_bw, kTraceDecision, "Line profile %s not found.",
+                     line.c_str());
+            unknown_lines += "Line profile " + line + " doesn't not exist.";
             error = -1;
             continue;
         }
@@ -241,7 +243,7 @@ int add_onus(const QueryChunk &onus, LinkDemand &demand, std::ostream &unknown_l
 }
 
 /** Sums the ONUs of a running query, up to the chunk with the first unknown line profile. */
-int sum_onus(const Query &query, LinkDemand &demand, std::ostream &unknown_lines)
+int sum_onus(const Query &query, LinkDemand &demand, std::string &unknown_lines)
 {
     int error = 0;
     int count = 0;
@@ -253,54 +255,37 @@ int sum_onus(const Query &query, LinkDemand &demand, std::ostream &unknown_lines
     return error;
 }
 
-void describe_excess(std::ostream &text, const char *kind, const std::string &ponlink,
-                     std::uint32_t capacity)
-{
-    text << kind << " bandwidth exceeds GPON interface 1/1/" << ponlink << " capacity (" << capacity
-         << " kbits/s)\n";
-}
-
 /** @return 0, or -1 with the message set. */
 int check_capacity(confd_trans_ctx *tctx, const std::string &ponlink, const LinkDemand &demand)
 {
     const std::uint32_t overhead = demand.num_onus * kOverheadPerOnuKbps;
-    TRACE(kTraceDecision, "BW check: pl %s, fxd=%d, total=%d, overhead=%d (num_onus=%d)",
-          ponlink.c_str(), demand.fixed, demand.total, overhead, demand.num_onus);
-    std::ostringstream text;
+    TRACE_AS(validate_ponlink_bw, kTraceDecision,
+             "BW check: pl %s, fxd=%d, total=%d, overhead=%d (num_onus=%d)", ponlink.c_str(),
+             demand.fixed, demand.total, overhead, demand.num_onus);
+    std::string text;
     if (demand.total + overhead > kUpstreamCapacityKbps) {
-        describe_excess(text, "Total", ponlink, kUpstreamCapacityKbps);
+        text += "Total bandwidth exceeds GPON interface 1/1/" + ponlink + " capacity (" +
+                std::to_string(kUpstreamCapacityKbps) + " kbits/s)\n";
     }
     if (demand.fixed > kFixedCapacityKbps) {
-        describe_excess(text, "Fixed", ponlink, kFixedCapacityKbps);
+        text += "Fixed bandwidth exceeds GPON interface 1/1/" + ponlink + " capacity (" +
+                std::to_string(kFixedCapacityKbps) + " kbits/s)\n";
     }
-    const std::string message = text.str();
-    if (message.empty()) {
-        return 0;
-    }
-    confd_trans_seterr(tctx, "%s", message.c_str());
-    return -1;
-}
-
-/** Starts the query for the ONUs of a link, each with its line-profile reference. */
-int start_onu_query(std::int32_t maapi_sock, confd_trans_ctx *tctx, const std::string &ponlink)
-{
-    const std::string onus =
-        "/config/interface/gpon[chassis-id=1 and slot-id=1 and port-id=" + ponlink + "]/onu";
-    const char *line_profile = "profile-references/line-profile";
-    return maapi_query_start(maapi_sock, tctx->thandle, onus.c_str(), nullptr,
-                             get_num_onus_per_ponlink(), 1, CONFD_QUERY_TAG_VALUE, 1, &line_profile,
-                             0, nullptr);
+    return text.empty() ? 0 : reject(tctx, text.c_str());
 }
 
 } // namespace
 
 int validate_ponlink_bw(std::int32_t maapi_sock, confd_trans_ctx *tctx, const std::string &ponlink)
 {
+    const std::string onus =
+        "/config/interface/gpon[chassis-id=1 and slot-id=1 and port-id=" + ponlink + "]/onu";
     LinkDemand demand;
-    std::ostringstream unknown_lines;
+    std::string unknown_lines;
     int error = 0;
     {
-        const Query query(maapi_sock, start_onu_query(maapi_sock, tctx, ponlink));
+        const Query query(Candidate(maapi_sock, tctx), onus.c_str(),
+                          "profile-references/line-profile", get_num_onus_per_ponlink());
         if (!query.is_running()) {
             TRACE(kTraceDecision, "query failed for onu. err=%s", confd_lasterr());
             return -1;
@@ -309,8 +294,7 @@ int validate_ponlink_bw(std::int32_t maapi_sock, confd_trans_ctx *tctx, const st
     }
     if (error != 0) {
         TRACE(kTraceDecision, "There was some error during line-profile iteration (err=%d)", error);
-        confd_trans_seterr(tctx, "%s", unknown_lines.str().c_str());
-        return -1;
+        return reject(tctx, unknown_lines.c_str());
     }
     return check_capacity(tctx, ponlink, demand);
 }
@@ -334,28 +318,23 @@ std::int32_t validate_max_bandwidth_ponlink(std::int32_t maapi_sock, confd_trans
 namespace
 {
 
-/** @return 0, or -1 with the message set when the count is above its limit. */
-int check_tcont_count(confd_trans_ctx *tctx, const std::string &line, std::uint32_t count,
-                      std::uint32_t limit, const char *traffic_types)
-{
-    if (count <= limit) {
-        return 0;
-    }
-    std::ostringstream text;
-    text << "Line Profile " << line << " cannot have more than " << limit
-         << " TCONTs with bandwidth traffic type " << traffic_types << ".";
-    confd_trans_seterr(tctx, "%s", text.str().c_str());
-    return -1;
-}
-
+/** @return 0, or -1 with the message set at the first count above its limit. */
 int check_tcont_counts(confd_trans_ctx *tctx)
 {
+    const std::uint32_t max_dynamic = platform_settings.max_tconts_bw_type_2_to_5;
+    const std::uint32_t max_static = platform_settings.max_tconts_bw_type_1;
     for (const auto &[name, line] : line_profiles) {
-        if (check_tcont_count(tctx, name, line.dynamic_tconts,
-                              platform_settings.max_tconts_bw_type_2_to_5, "2 to 5") != 0 ||
-            check_tcont_count(tctx, name, line.static_tconts,
-                              platform_settings.max_tconts_bw_type_1, "1") != 0) {
-            return -1;
+        if (line.dynamic_tconts > max_dynamic) {
+            return reject(tctx, ("Line Profile " + name + " cannot have more than " +
+                                 std::to_string(max_dynamic) +
+                                 " TCONTs with bandwidth traffic type 2 to 5.")
+                                    .c_str());
+        }
+        if (line.static_tconts > max_static) {
+            return reject(tctx,
+                          ("Line Profile " + name + " cannot have more than " +
+                           std::to_string(max_static) + " TCONTs with bandwidth traffic type 1.")
+                              .c_str());
         }
     }
     return 0;
@@ -365,10 +344,11 @@ int check_tcont_counts(confd_trans_ctx *tctx)
 int check_all_ponlinks(std::int32_t maapi_sock, confd_trans_ctx *tctx)
 {
     int result = 0;
-    for (ListCursor links(maapi_sock, tctx->thandle, kGponInterfaces);
+    for (ListCursor links(Candidate(maapi_sock, tctx), kGponInterfaces);
          links.has_entry() && result == 0; links.next()) {
         const std::string ponlink = print_value(links.key(kPortIdKey));
-        TRACE(kTraceFine, "Check ponlink %s bandwidth", ponlink.c_str());
+        TRACE_AS(validate_max_bandwidth_global, kTraceFine, "Check ponlink %s bandwidth",
+                 ponlink.c_str());
         result = validate_ponlink_bw(maapi_sock, tctx, ponlink);
     }
     return result;

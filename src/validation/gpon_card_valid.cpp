@@ -1,5 +1,6 @@
 #include "gpon_card_valid.h"
 
+#include "candidate.h"
 #include "committed_change_guard.h"
 #include "confd_text.h"
 #include "gpon_bw_limit.h"
@@ -28,6 +29,12 @@
 
 #include <cstdio>
 #include <cstring>
+#include <stdexcept>
+#include <string>
+
+using validation::Candidate;
+using validation::Query;
+using validation::QueryChunk;
 
 namespace
 {
@@ -69,7 +76,7 @@ void write_to_stderr(const char (&text)[size])
     std::fwrite(text, 1, size - 1, stderr);
 }
 
-/** Takes over the card's figures. A count that the board does not give becomes 0. */
+/** Takes over the card's capacities. A count that the board does not give becomes 0. */
 void read_capacities(const fm_slot_t &slot)
 {
     bool do_bw_check = true;
@@ -93,6 +100,24 @@ void read_capacities(const fm_slot_t &slot)
     set_num_manageable_ponlinks(count);
 }
 
+/**
+ * Calls a validator. Running out of memory rejects the change; the only exception that leaves the
+ * library is the one for a count that does not fit an int.
+ */
+int call(const ValidatorEntry &entry, confd_trans_ctx *tctx, confd_hkeypath_t *kp,
+         confd_value_t *newval, int maapi_sock)
+{
+    try {
+        return entry.validator(maapi_sock, tctx, kp, newval);
+    } catch (const std::out_of_range &) {
+        throw;
+    } catch (const std::exception &failure) {
+        TRACE_AS(validate, kTraceDecision, "Validator of %s failed (%s).", entry.key,
+                 failure.what());
+        return CONFD_ERR;
+    }
+}
+
 } // namespace
 
 int lib_init()
@@ -103,8 +128,7 @@ int lib_init()
     }
     fm_slot_t slot{};
     if (fm_local_slot(&slot) != 0) {
-        write_to_stderr("Cannot initialize gpond confd validation lib. Error in "
-                        "fm_local_slot\n");
+        write_to_stderr("Cannot initialize gpond confd validation lib. Error in fm_local_slot\n");
         return -1;
     }
     read_capacities(slot);
@@ -122,7 +146,7 @@ int validate(confd_trans_ctx *tctx, confd_hkeypath_t *kp, confd_value_t *newval)
     const int maapi_sock = velconfd_maapi_socket_get(tctx->vcb_opaque);
     for (const ValidatorEntry &entry : kValidators) {
         if (std::strcmp(tctx->validate_opaque, entry.key) == 0) {
-            return entry.validator(maapi_sock, tctx, kp, newval);
+            return call(entry, tctx, kp, newval, maapi_sock);
         }
     }
     return 0;
@@ -137,9 +161,11 @@ maapi_iter_ret diff_iter(confd_hkeypath_t *kp, maapi_iter_op op, confd_value_t *
                          confd_value_t *newv, void *state)
 {
     if (zlog_level_enabled(get_trace_cat(), kTraceDecision) != 0) {
-        TRACE(kTraceDecision, "Validating keypath: %s (op=%d, oldv:%p, newv:%p)",
-              print_keypath(*kp).c_str(), static_cast<int>(op), static_cast<void *>(oldv),
-              static_cast<void *>(newv));
+        // The client library calls this, and knows no exceptions: nothing here allocates.
+        char path[kKeypathTextSize];
+        confd_pp_kpath(path, sizeof(path), kp);
+        TRACE(kTraceDecision, "Validating keypath: %s (op=%d, oldv:%p, newv:%p)", path,
+              static_cast<int>(op), static_cast<void *>(oldv), static_cast<void *>(newv));
     }
     const confd_value_t &last = kp->v[0][0];
     switch (op) {
@@ -163,23 +189,20 @@ maapi_iter_ret diff_iter(confd_hkeypath_t *kp, maapi_iter_op op, confd_value_t *
 namespace
 {
 
-/** Name of a selected value's node; empty when the schema does not know its tag. */
-const char *name_of(const confd_tag_value_t &selected)
+/** Name of a selected value's node; the tag's number when the schema does not know it. */
+std::string name_of(const confd_tag_value_t &selected)
 {
-    const char *name = confd_hash2str(CONFD_GET_TAG_TAG(&selected));
-    return name != nullptr ? name : "";
+    const std::uint32_t tag = CONFD_GET_TAG_TAG(&selected);
+    const char *name = confd_hash2str(tag);
+    return name != nullptr ? name : std::to_string(tag);
 }
 
 /** Whether an ONU of the card has an RG profile; also when the ONUs cannot be asked for. */
-bool is_rg_profile_in_use(std::int32_t maapi_sock, confd_trans_ctx *tctx)
+bool is_rg_profile_in_use(const Candidate &candidate)
 {
     constexpr int kDefaultChunk = 0;
-    const char *rg_profile = "rg-profile";
-    const Query query(maapi_sock,
-                      maapi_query_start(maapi_sock, tctx->thandle,
-                                        "/config/interface/gpon[chassis-id=1 and slot-id=1]/onu",
-                                        nullptr, kDefaultChunk, 1, CONFD_QUERY_TAG_VALUE, 1,
-                                        &rg_profile, 0, nullptr));
+    const Query query(candidate, "/config/interface/gpon[chassis-id=1 and slot-id=1]/onu",
+                      "rg-profile", kDefaultChunk);
     if (!query.is_running()) {
         TRACE(kTraceDecision, "query failed for onu. err=%s", confd_lasterr());
         return true;
@@ -196,7 +219,7 @@ bool is_rg_profile_in_use(std::int32_t maapi_sock, confd_trans_ctx *tctx)
                 if (selected.v.type != C_NOEXISTS) {
                     return true;
                 }
-                TRACE(kTraceDecision, " %s: %s\n", name_of(selected),
+                TRACE(kTraceDecision, " %s: %s\n", name_of(selected).c_str(),
                       print_value(selected.v).c_str());
             }
         }
@@ -212,17 +235,17 @@ std::int32_t validate_one_shot_prov(std::int32_t maapi_sock, confd_trans_ctx *tc
         TRACE(kTraceDecision, "Validating keypath: %s", print_keypath(*kp).c_str());
     }
     bool changed = false;
-    maapi_keypath_diff_iterate(maapi_sock, tctx->thandle, diff_iter, 0, &changed, "%h", kp);
+    const Candidate candidate(maapi_sock, tctx);
+    candidate.read(maapi_keypath_diff_iterate, diff_iter, 0, &changed, "%h", kp);
     if (!changed) {
         return CONFD_OK;
     }
     TRACE(kTraceDecision, "rg-one-shot-prov has changed!");
-    if (!is_rg_profile_in_use(maapi_sock, tctx)) {
+    if (!is_rg_profile_in_use(candidate)) {
         return CONFD_OK;
     }
-    confd_trans_seterr(tctx, "The rg-one-shot-prov configuration will not be applied automatically "
-                             "to all ONUs using rg-profile. You shall force rg-one-shot-prov "
-                             "provision using the command 'rg-reprovision' available on the onu "
-                             "configuration tree.");
+    confd_trans_seterr(
+        tctx,
+        "The rg-one-shot-prov configuration will not be applied automatically to all ONUs using rg-profile. You shall force rg-one-shot-prov provision using the command 'rg-reprovision' available on the onu configuration tree.");
     return CONFD_VALIDATION_WARN;
 }

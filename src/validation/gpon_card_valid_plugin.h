@@ -4,9 +4,8 @@
  *
  * Calling order: lib_init once, get_validation_point, then validate for each request that the
  * framework raises for that point, lib_finish at the end. All on one thread, one validation at a
- * time. Values that contradict the data model end the process with an assertion; exceptions (no
- * memory, a count beyond an int) are not caught at this boundary, so they end it as well unless
- * the host catches them.
+ * time. Values that contradict the data model end the process with an assertion. Exceptions end
+ * inside, except std::out_of_range for a count of ONUs that does not fit an int.
  *
  * The structures are those of the client library's confd_lib.h, which need not be included first.
  */

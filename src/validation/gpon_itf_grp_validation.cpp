@@ -1,5 +1,6 @@
 #include "gpon_itf_grp_validation.h"
 
+#include "candidate.h"
 #include "confd_text.h"
 #include "elapsed_time.h"
 #include "maapi_guards.h"
@@ -7,10 +8,11 @@
 
 #include <array>
 
+using validation::Candidate;
+using validation::ListCursor;
+
 namespace
 {
-
-constexpr std::size_t kKeyTextSize = 49;
 
 constexpr const char *kPppoeList = "/wan-pppoe-connection";
 constexpr const char *kIpList = "/wan-ip-connection";
@@ -30,17 +32,30 @@ constexpr std::array<const char *, 6> kPortNames = {"eth1", "eth2", "eth3",
                                                     "eth4", "wl0",  "wl0-vap1"};
 constexpr std::int32_t kFirstWirelessPort = 4;
 
-/** A key as text, cut to what the messages hold. */
-std::string print_key(const confd_value_t &key)
-{
-    return print_value(key).substr(0, kKeyTextSize - 1);
-}
+/** A WAN connection of the candidate. */
+struct Wan {
+    const Candidate &candidate;
+    const char *list;
+    std::string key;
+
+    /** Calls a read of the client library; the last argument is a path with this list and key. */
+    template <typename Function, typename... Arguments>
+    int read(Function *function, Arguments... arguments) const
+    {
+        return candidate.read(function, arguments..., list, key.c_str());
+    }
+};
 
 // ---- Ports --------------------------------------------------------------------------------------
 
 void reject_port(confd_trans_ctx *tctx, std::int32_t port, std::int32_t vlan)
 {
-    const char *name = kPortNames.at(static_cast<std::size_t>(port));
+    const auto position = static_cast<std::size_t>(port);
+    if (position >= kPortNames.size()) {
+        TRACE_AS(check_port_vlan, kTraceDecision, "Port value %d has no name.", port);
+        return;
+    }
+    const char *name = kPortNames[position];
     if (port >= kFirstWirelessPort) {
         confd_trans_seterr(tctx, "Port %s cannot be used in more than one interface grouping",
                            name);
@@ -55,25 +70,25 @@ void reject_port(confd_trans_ctx *tctx, std::int32_t port, std::int32_t vlan)
 }
 
 /** Files the ports of one WAN connection. @return 0 or -1. */
-int file_ports(std::int32_t maapi_sock, confd_trans_ctx *tctx, PortUses &uses,
-               const std::string &wan_list, const std::string &wan)
+int file_ports(const Wan &wan, confd_trans_ctx *tctx, PortUses &uses)
 {
-    ListCursor ports(maapi_sock, tctx->thandle, kPorts, wan_list.c_str(), wan.c_str());
+    ListCursor ports(wan.candidate, kPorts, wan.list, wan.key.c_str());
     for (; ports.has_entry(); ports.next()) {
         const maapi_cursor &port_cursor = ports.cursor();
         const std::int32_t port = CONFD_GET_ENUM_VALUE(&port_cursor.keys[0]);
         std::uint32_t vlan = 0;
-        if (maapi_get_u_int32_elem(maapi_sock, tctx->thandle, &vlan, kPortVlan, wan_list.c_str(),
-                                   wan.c_str(), &ports.key()) != CONFD_OK &&
+        if (wan.candidate.read(maapi_get_u_int32_elem, &vlan, kPortVlan, wan.list, wan.key.c_str(),
+                               &ports.key()) != CONFD_OK &&
             confd_errno != CONFD_ERR_NOEXISTS) {
-            TRACE(kTraceDecision,
-                  "Failed getting port VLAN for Itf Grouping on WAN from ConfD (%s)",
-                  confd_lasterr());
+            TRACE_AS(check_port_vlan, kTraceDecision,
+                     "Failed getting port VLAN for Itf Grouping on WAN from ConfD (%s)",
+                     confd_lasterr());
             ports.leave_to_transaction();
             return -1;
         }
         const auto signed_vlan = static_cast<std::int32_t>(vlan);
-        TRACE(kTraceFine, "Checking port %d vlan %d itf grp", port, signed_vlan);
+        TRACE_AS(check_port_vlan, kTraceFine, "Checking port %d vlan %d itf grp", port,
+                 signed_vlan);
         if (!uses.emplace(port, signed_vlan).second) {
             reject_port(tctx, port, signed_vlan);
             ports.leave_to_transaction();
@@ -133,66 +148,62 @@ int check_pool(confd_trans_ctx *tctx, const addrkit::IPv4AddrMask &start,
 }
 
 /** Checks the DHCP pool of one WAN connection, if its server is on. @return 0 or -1. */
-int check_dhcp(std::int32_t maapi_sock, confd_trans_ctx *tctx, const std::string &wan_list,
-               const std::string &wan, const addrkit::IPv4AddrMask &network)
+int check_dhcp(const Wan &wan, confd_trans_ctx *tctx, const addrkit::IPv4AddrMask &network)
 {
     int is_enabled = 0;
-    if (maapi_get_bool_elem(maapi_sock, tctx->thandle, &is_enabled, kDhcpServer, wan_list.c_str(),
-                            wan.c_str()) != CONFD_OK) {
-        TRACE(kTraceDecision, "Failed to get DHCP info from ConfD");
+    if (wan.read(maapi_get_bool_elem, &is_enabled, kDhcpServer) != CONFD_OK) {
+        TRACE_AS(validate_itf_grp_dhcp, kTraceDecision, "Failed to get DHCP info from ConfD");
         return -1;
     }
     if (is_enabled == 0) {
-        TRACE(kTraceDecision, "DHCP not enabled for this Interface grouping, skipping validation "
-                              "of DHCP");
+        TRACE_AS(validate_itf_grp_dhcp, kTraceDecision,
+                 "DHCP not enabled for this Interface grouping, skipping validation of DHCP");
         return 0;
     }
     in_addr end{};
-    if (maapi_get_ipv4_elem(maapi_sock, tctx->thandle, &end, kPoolEnd, wan_list.c_str(),
-                            wan.c_str()) != CONFD_OK) {
-        TRACE(kTraceDecision, "Failed to get end-address");
+    if (wan.read(maapi_get_ipv4_elem, &end, kPoolEnd) != CONFD_OK) {
+        TRACE_AS(validate_itf_grp_dhcp, kTraceDecision, "Failed to get end-address");
         return -1;
     }
     in_addr start{};
-    if (maapi_get_ipv4_elem(maapi_sock, tctx->thandle, &start, kPoolStart, wan_list.c_str(),
-                            wan.c_str()) != CONFD_OK) {
-        TRACE(kTraceFine, "Failed to get start-address");
+    if (wan.read(maapi_get_ipv4_elem, &start, kPoolStart) != CONFD_OK) {
+        TRACE_AS(validate_itf_grp_dhcp, kTraceFine, "Failed to get start-address");
         return -1;
     }
     return check_pool(tctx, host_of(start), host_of(end), network);
 }
 
 /** Checks the network of one WAN connection, if it has one. @return 0 or -1. */
-int check_network(std::int32_t maapi_sock, confd_trans_ctx *tctx, const std::string &wan_list,
-                  const std::string &wan, NetworkUses &uses, bool is_bridge)
+int check_network(const Wan &wan, confd_trans_ctx *tctx, NetworkUses &uses, bool is_bridge)
 {
-    if (maapi_exists(maapi_sock, tctx->thandle, kGrouping, wan_list.c_str(), wan.c_str()) != 1) {
-        TRACE(kTraceFine, "No Interface Grouping for wan %s, skipping validation", wan.c_str());
+    if (wan.read(maapi_exists, kGrouping) != 1) {
+        TRACE_AS(validate_itf_grp_dhcp, kTraceFine,
+                 "No Interface Grouping for wan %s, skipping validation", wan.key.c_str());
         return 0;
     }
-    if (maapi_exists(maapi_sock, tctx->thandle, kAddress, wan_list.c_str(), wan.c_str()) != 1) {
-        TRACE(kTraceFine, "IP not configured for this Interface grouping, skipping validation");
+    if (wan.read(maapi_exists, kAddress) != 1) {
+        TRACE_AS(validate_itf_grp_dhcp, kTraceFine,
+                 "IP not configured for this Interface grouping, skipping validation");
         return 0;
     }
     confd_ipv4_prefix address{};
-    if (maapi_get_ipv4_and_plen_elem(maapi_sock, tctx->thandle, &address, kAddress,
-                                     wan_list.c_str(), wan.c_str()) != CONFD_OK) {
-        TRACE(kTraceFine, "Failed to get ipv4 %s", confd_lasterr());
+    if (wan.read(maapi_get_ipv4_and_plen_elem, &address, kAddress) != CONFD_OK) {
+        TRACE_AS(validate_itf_grp_dhcp, kTraceFine, "Failed to get ipv4 %s", confd_lasterr());
         return -1;
     }
     addrkit::IPv4AddrMask network;
     network.set_addr(address.ip);
     network.set_prefix_len(address.len);
     // The network is filed before its DHCP pool is looked at, bridged ones included.
-    if (file_network(tctx, network, wan, uses) != 0) {
+    if (file_network(tctx, network, wan.key, uses) != 0) {
         return -1;
     }
     if (is_bridge) {
-        TRACE(kTraceFine, "WAN bridge does not have DHCP configuration, skipping this part of "
-                          "validation");
+        TRACE_AS(validate_itf_grp_dhcp, kTraceFine,
+                 "WAN bridge does not have DHCP configuration, skipping this part of validation");
         return 0;
     }
-    return check_dhcp(maapi_sock, tctx, wan_list, wan, network);
+    return check_dhcp(wan, tctx, network);
 }
 
 } // namespace
@@ -200,16 +211,16 @@ int check_network(std::int32_t maapi_sock, confd_trans_ctx *tctx, const std::str
 int check_port_vlan(std::int32_t maapi_sock, confd_trans_ctx *tctx, PortUses &uses,
                     const std::string &wan_list)
 {
-    ListCursor wans(maapi_sock, tctx->thandle, wan_list.c_str());
+    const Candidate candidate(maapi_sock, tctx);
+    ListCursor wans(candidate, "%s", wan_list.c_str());
     for (; wans.has_entry(); wans.next()) {
-        const std::string wan = print_key(wans.key());
-        if (maapi_exists(maapi_sock, tctx->thandle, kGrouping, wan_list.c_str(), wan.c_str()) !=
-            1) {
+        const Wan wan{candidate, wan_list.c_str(), print_key(wans.key())};
+        if (wan.read(maapi_exists, kGrouping) != 1) {
             TRACE(kTraceFine, "Interface Grouping not created for WAN %s. Skipping validation.",
-                  wan.c_str());
+                  wan.key.c_str());
             continue;
         }
-        if (file_ports(maapi_sock, tctx, uses, wan_list, wan) != 0) {
+        if (file_ports(wan, tctx, uses) != 0) {
             wans.leave_to_transaction();
             return -1;
         }
@@ -221,7 +232,7 @@ int validate_itf_grp_ports(std::int32_t maapi_sock, confd_trans_ctx *tctx, confd
 {
     const cl_ElapsedTime stopwatch;
     TRACE(kTraceFine, "Checking port+vlan Itf Grp");
-    const std::string profile = print_keypath(*kp);
+    const std::string profile = print_short_keypath(*kp);
     PortUses uses;
     for (const char *list : {kPppoeList, kIpList, kBridgeList}) {
         if (check_port_vlan(maapi_sock, tctx, uses, profile + list) != 0) {
@@ -237,10 +248,11 @@ int validate_itf_grp_dhcp(std::int32_t maapi_sock, confd_trans_ctx *tctx,
                           const std::string &wan_list, NetworkUses &uses, bool is_bridge)
 {
     TRACE(kTraceFine, "Checking Itf Grouping DHCP");
-    ListCursor wans(maapi_sock, tctx->thandle, wan_list.c_str());
+    const Candidate candidate(maapi_sock, tctx);
+    ListCursor wans(candidate, "%s", wan_list.c_str());
     for (; wans.has_entry(); wans.next()) {
-        if (check_network(maapi_sock, tctx, wan_list, print_key(wans.key()), uses, is_bridge) !=
-            0) {
+        const Wan wan{candidate, wan_list.c_str(), print_key(wans.key())};
+        if (check_network(wan, tctx, uses, is_bridge) != 0) {
             wans.leave_to_transaction();
             return -1;
         }
@@ -253,7 +265,7 @@ int validate_itf_grp_net(std::int32_t maapi_sock, confd_trans_ctx *tctx, confd_h
     const cl_ElapsedTime stopwatch;
     // The words are fixed, though networks are checked here.
     TRACE(kTraceFine, "Checking port vlan itf grp");
-    const std::string profile = print_keypath(*kp);
+    const std::string profile = print_short_keypath(*kp);
     NetworkUses uses;
     for (const char *list : {kPppoeList, kIpList, kBridgeList}) {
         if (validate_itf_grp_dhcp(maapi_sock, tctx, profile + list, uses, list == kBridgeList) !=

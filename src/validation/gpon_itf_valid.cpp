@@ -1,14 +1,14 @@
 #include "gpon_itf_valid.h"
 
+#include "candidate.h"
 #include "platform_settings.h"
 #include "trace.h"
-
-#include <confd_maapi.h>
 
 std::int32_t validate_itf_gpon(std::int32_t maapi_sock, confd_trans_ctx *tctx,
                                confd_hkeypath_t * /*kp*/, confd_value_t * /*newval*/)
 {
-    const int count = maapi_num_instances(maapi_sock, tctx->thandle, "/config/interface/gpon");
+    const int count =
+        validation::Candidate(maapi_sock, tctx).read(maapi_num_instances, "/config/interface/gpon");
     if (count < 0) {
         TRACE(kTraceDecision, "Failed getting gpon ports (%s)", confd_lasterr());
         return -1;

@@ -1,11 +1,18 @@
 #include "gpon_onu_password_valid.h"
 
+#include "answer.h"
+#include "candidate.h"
 #include "confd_text.h"
 #include "gpon_interface_name.h"
 #include "maapi_guards.h"
 
 #include <algorithm>
 #include <cctype>
+#include <utility>
+
+using validation::Candidate;
+using validation::ListCursor;
+using validation::reject;
 
 namespace
 {
@@ -50,7 +57,7 @@ void collect_interface(std::int32_t maapi_sock, confd_trans_ctx *tctx, const std
     static const std::string serial_number = kSerialNumber;
     const std::string onu_list = "/config/interface/gpon{1 1 " + interface + "}/onu";
     std::string onu_prefix = onu_list;
-    for (ListCursor onus(maapi_sock, tctx->thandle, onu_list.c_str()); onus.has_entry();
+    for (ListCursor onus(Candidate(maapi_sock, tctx), onu_list.c_str()); onus.has_entry();
          onus.next()) {
         const std::string onu_id = print_value(onus.key());
         onu_prefix.resize(onu_list.size());
@@ -74,8 +81,9 @@ std::int32_t getAuthMethod(std::int32_t maapi_sock, confd_trans_ctx *tctx,
     const std::uint32_t slot = CONFD_GET_UINT32(&keypath->v[1][1]);
     std::int32_t method = 0;
     // A method that cannot be read stays 0: serial numbers are examined.
-    maapi_get_enum_value_elem(maapi_sock, tctx->thandle, &method,
-                              "/config/gpon{%d/%d}/onu-auth-method", chassis, slot);
+    Candidate(maapi_sock, tctx)
+        .read(maapi_get_enum_value_elem, &method, "/config/gpon{%d/%d}/onu-auth-method", chassis,
+              slot);
     return method;
 }
 
@@ -89,8 +97,9 @@ void ProfileOnuSerialPassword(std::int32_t maapi_sock, confd_trans_ctx *tctx,
         return;
     }
     char text[kLeafTextSize];
-    if (maapi_get_str_elem(maapi_sock, tctx->thandle, text, sizeof(text),
-                           (onu_prefix + leaf).c_str()) != CONFD_OK) {
+    if (Candidate(maapi_sock, tctx)
+            .read(maapi_get_str_elem, text, kLeafTextSize, (onu_prefix + leaf).c_str()) !=
+        CONFD_OK) {
         return;
     }
     std::string value = text;
@@ -135,27 +144,26 @@ std::int32_t validate_onu_pwd_sn_unique(std::int32_t maapi_sock, confd_trans_ctx
     }
     Collected collected;
     const std::int32_t method = getAuthMethod(maapi_sock, tctx, kp);
-    for (ListCursor interfaces(maapi_sock, tctx->thandle, "/config/interface/gpon/");
+    for (ListCursor interfaces(Candidate(maapi_sock, tctx), "/config/interface/gpon/");
          interfaces.has_entry(); interfaces.next()) {
         collect_interface(maapi_sock, tctx, print_value(interfaces.key(kPortIdKey)), method,
                           collected);
     }
 
-    std::ostringstream text;
+    std::string text;
     if (collected.password_flag == -1) {
-        text << "The ONU password must be unique per GPON interface.\n Repeated passwords:\n"
-             << collected.password_report.str();
+        text += "The ONU password must be unique per GPON interface.\n Repeated passwords:\n" +
+                collected.password_report.str();
     }
     std::ostringstream serial_report;
     std::int32_t serial_flag = 0;
     evaluateOnuSerialPassword(serial_report, collected.serials, kSerialNumber, &serial_flag);
     if (serial_flag == -1) {
-        text << "ONU serial number must be unique.\n Repeated serial numbers:\n"
-             << serial_report.str();
+        text +=
+            "ONU serial number must be unique.\n Repeated serial numbers:\n" + serial_report.str();
     }
     if (collected.password_flag != -1 && serial_flag != -1) {
         return 0;
     }
-    confd_trans_seterr(tctx, "%s", text.str().c_str());
-    return -1;
+    return reject(tctx, text.c_str());
 }

@@ -1,5 +1,7 @@
 #include "gpon_onu_rg_profile_validation.h"
 
+#include "answer.h"
+#include "candidate.h"
 #include "committed_session.h"
 #include "confd_text.h"
 #include "trace.h"
@@ -7,14 +9,24 @@
 #include <base.h>
 #include <confd_cdb.h>
 
+#include <string>
+
+using validation::Candidate;
+using validation::CommittedSession;
+using validation::kConfdAccessFailed;
+using validation::reject;
+using validation::warn;
+
 maapi_iter_ret diff_iter_rg(confd_hkeypath_t *kp, confd_iter_op op, confd_value_t *oldv,
                             confd_value_t *newv, void *state)
 {
-    // Asked for level 12, written at level 10: meant.
+    // Asked for level 12, written at level 10: intentional.
     if (zlog_level_enabled(get_trace_cat(), kTraceDecision) != 0) {
-        TRACE(kTraceFine, "Validating keypath: %s (op=%d, oldv:%p, newv:%p)",
-              print_keypath(*kp).c_str(), static_cast<int>(op), static_cast<void *>(oldv),
-              static_cast<void *>(newv));
+        // The client library calls this, and knows no exceptions: nothing here allocates.
+        char path[kKeypathTextSize];
+        confd_pp_kpath(path, sizeof(path), kp);
+        TRACE(kTraceFine, "Validating keypath: %s (op=%d, oldv:%p, newv:%p)", path,
+              static_cast<int>(op), static_cast<void *>(oldv), static_cast<void *>(newv));
     }
     auto &changed = *static_cast<unsigned char *>(state);
     switch (op) {
@@ -42,8 +54,7 @@ int checkRgProfileChgValue(confd_hkeypath_t *kp, confd_trans_ctx *tctx, int &exi
             }
         }
     }
-    confd_trans_seterr(tctx, "%s", "Failed accessing confd data.");
-    return -1;
+    return reject(tctx, kConfdAccessFailed);
 }
 
 namespace
@@ -51,7 +62,7 @@ namespace
 
 /** @param changed  Receives whether what the validated node stands for was changed.
  *  @return 0, or -1 with the message set. */
-int find_change(std::int32_t maapi_sock, confd_trans_ctx *tctx, confd_hkeypath_t *keypath,
+int find_change(const Candidate &candidate, confd_trans_ctx *tctx, confd_hkeypath_t *keypath,
                 int &changed)
 {
     if (CONFD_GET_XMLTAG(&keypath->v[0][0]) == base_rg_profile) {
@@ -59,7 +70,7 @@ int find_change(std::int32_t maapi_sock, confd_trans_ctx *tctx, confd_hkeypath_t
         return checkRgProfileChgValue(keypath, tctx, changed);
     }
     unsigned char flag = 0;
-    maapi_keypath_diff_iterate(maapi_sock, tctx->thandle, diff_iter_rg, 0, &flag, "%h", keypath);
+    candidate.read(maapi_keypath_diff_iterate, diff_iter_rg, 0, &flag, "%h", keypath);
     changed = flag;
     return 0;
 }
@@ -70,22 +81,20 @@ std::int32_t validate_rg_prof_one_shot(std::int32_t maapi_sock, confd_trans_ctx 
                                        confd_hkeypath_t *kp, confd_value_t * /*newval*/)
 {
     TRACE(kTraceDecision, "rg-profile one-shot-prov validate.");
-    if (maapi_exists(maapi_sock, tctx->thandle, "/config/gpon{1/1}/rg-one-shot-prov") != 1) {
+    const Candidate candidate(maapi_sock, tctx);
+    if (candidate.read(maapi_exists, "/config/gpon{1/1}/rg-one-shot-prov") != 1) {
         TRACE(kTraceDecision, "The rg-one-shot-prov is disabled.");
         return CONFD_OK;
     }
     int changed = 0;
-    if (find_change(maapi_sock, tctx, kp, changed) != 0) {
+    if (find_change(candidate, tctx, kp, changed) != 0) {
         return CONFD_ERR;
     }
     if (changed == 0) {
         return CONFD_OK;
     }
     TRACE(kTraceDecision, "rg-profile was exchanged or override parameters were changed.");
-    confd_trans_seterr(tctx, "%s",
-                       "The rg-profile will not be provisioned automatically for this onu due to "
-                       "rg-one-shot-prov feature enabled. You shall force rg-profile reprovision "
-                       "using the command 'rg-reprovision' available on the onu configuration "
-                       "tree.");
-    return CONFD_VALIDATION_WARN;
+    return warn(
+        tctx,
+        "The rg-profile will not be provisioned automatically for this onu due to rg-one-shot-prov feature enabled. You shall force rg-profile reprovision using the command 'rg-reprovision' available on the onu configuration tree.");
 }

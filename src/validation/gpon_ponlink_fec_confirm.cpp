@@ -1,5 +1,6 @@
 #include "gpon_ponlink_fec_confirm.h"
 
+#include "answer.h"
 #include "committed_session.h"
 #include "trace.h"
 
@@ -8,17 +9,15 @@
 
 #include <string>
 
-const char *FEC_WARN_MSG = "The change in FEC configuration will result in temporary data loss for "
-                           "all users of this GPON link.";
+using validation::CommittedSession;
+using validation::kConfdAccessFailed;
+using validation::reject;
+
+const char *FEC_WARN_MSG =
+    "The change in FEC configuration will result in temporary data loss for all users of this GPON link.";
 
 namespace
 {
-
-int access_failed(confd_trans_ctx *tctx)
-{
-    confd_trans_seterr(tctx, "%s", "Failed accessing confd data.");
-    return CONFD_ERR;
-}
 
 /** Name of a FEC leaf with its slash; null for any other leaf. */
 const char *fec_leaf(std::uint32_t tag)
@@ -43,8 +42,8 @@ Comparison compare_with_committed(const CommittedSession &committed, std::uint32
     // The path keeps its directive: the link's number is an argument of each call.
     std::string path = "/config/interface/gpon{1 1 %d}";
     if (cdb_exists(committed.cdb_sock(), path.c_str(), pl) != 1) {
-        TRACE(kTraceFine, "keypath=%s (pl=1/1/%d) doesn't exist. FEC didn't change.", path.c_str(),
-              pl);
+        TRACE_AS(ponlink_fec_confirmation, kTraceFine,
+                 "keypath=%s (pl=1/1/%d) doesn't exist. FEC didn't change.", path.c_str(), pl);
         return Comparison::kSame;
     }
     const char *leaf = fec_leaf(CONFD_GET_XMLTAG(&keypath->v[0][0]));
@@ -55,7 +54,8 @@ Comparison compare_with_committed(const CommittedSession &committed, std::uint32
     int committed_value = 0;
     read_result = cdb_get_bool(committed.cdb_sock(), &committed_value, path.c_str(), pl);
     const bool changed = (CONFD_GET_BOOL(newval) != 0) != (committed_value != 0);
-    TRACE(kTraceDecision, "kp=%s value_changed=%d.", path.c_str(), changed ? 1 : 0);
+    TRACE_AS(ponlink_fec_confirmation, kTraceDecision, "kp=%s value_changed=%d.", path.c_str(),
+             changed ? 1 : 0);
     if (read_result < 0) {
         return Comparison::kReadFailed;
     }
@@ -74,8 +74,8 @@ std::int32_t ponlink_fec_confirmation(std::int32_t /*maapi_sock*/, confd_trans_c
     {
         const CommittedSession committed(tctx->vcb_opaque);
         if (!committed.is_open()) {
-            const int result = access_failed(tctx);
-            // This check ends even a session that did not start; others do not. Meant.
+            const int result = reject(tctx, kConfdAccessFailed);
+            // This check ends even a session that did not start; others do not. Intentional.
             velconfd_config_session_end(tctx->vcb_opaque);
             return result;
         }
@@ -84,13 +84,12 @@ std::int32_t ponlink_fec_confirmation(std::int32_t /*maapi_sock*/, confd_trans_c
     }
     switch (comparison) {
     case Comparison::kUnknownLeaf:
-        return access_failed(tctx);
+        return reject(tctx, kConfdAccessFailed);
     case Comparison::kReadFailed:
         TRACE(kTraceDecision, "cdb_sock=%d ret = %d", cdb_sock, read_result);
-        return access_failed(tctx);
+        return reject(tctx, kConfdAccessFailed);
     case Comparison::kChanged:
-        confd_trans_seterr(tctx, "%s", FEC_WARN_MSG);
-        return CONFD_VALIDATION_WARN;
+        return validation::warn_through_buffer(tctx, FEC_WARN_MSG);
     case Comparison::kSame:
         break;
     }

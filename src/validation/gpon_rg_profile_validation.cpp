@@ -1,5 +1,7 @@
 #include "gpon_rg_profile_validation.h"
 
+#include "answer.h"
+#include "candidate.h"
 #include "confd_text.h"
 #include "maapi_guards.h"
 #include "profile_in_use.h"
@@ -9,17 +11,20 @@
 #include <set>
 #include <string>
 
+using validation::Candidate;
+using validation::ListCursor;
+
 std::int32_t rg_profile_confirmation(std::int32_t maapi_sock, confd_trans_ctx *tctx,
                                      confd_hkeypath_t *kp, confd_value_t * /*newval*/)
 {
     const ProfileKind kind = {
         "rg-profile",
+        "/config/profile/gpon/rg-profile{%s}",
         "count(/config/interface/gpon/onu[rg-profile='",
-        "Change in rg-profile configuration will result in temporary data loss for all ONUs using "
-        "this profile.",
-        "Failed accessing confd data.",
+        "Change in rg-profile configuration will result in temporary data loss for all ONUs using this profile.",
+        validation::kConfdAccessFailed,
         "RG Profile",
-        {__FILE__, __func__},
+        TRACE_SOURCE,
     };
     return confirm_profile_change(maapi_sock, tctx, kp, kind);
 }
@@ -36,8 +41,8 @@ constexpr const char *kExampleSerialNumber = "KQTA12345678";
 class SsidReader
 {
 public:
-    SsidReader(std::int32_t maapi_sock, int thandle, const char *list_path)
-        : m_maapi_sock(maapi_sock), m_thandle(thandle), m_list_path(list_path)
+    SsidReader(const Candidate &candidate, const char *list_path)
+        : m_candidate(candidate), m_list_path(list_path)
     {
     }
 
@@ -64,13 +69,13 @@ private:
 
     bool exists(const char *path, const confd_value_t &wlan) const
     {
-        return maapi_exists(m_maapi_sock, m_thandle, path, m_list_path, &wlan) > 0;
+        return m_candidate.read(maapi_exists, path, m_list_path, &wlan) > 0;
     }
     std::string text(const char *path, const confd_value_t &wlan) const
     {
         char buffer[kSsidSize] = {};
-        const int result = maapi_get_str_elem(m_maapi_sock, m_thandle, buffer, sizeof(buffer), path,
-                                              m_list_path, &wlan);
+        const int result =
+            m_candidate.read(maapi_get_str_elem, buffer, kSsidSize, path, m_list_path, &wlan);
         return result == CONFD_OK ? buffer : "";
     }
     std::string text_if_exists(const char *path, const confd_value_t &wlan) const
@@ -78,17 +83,15 @@ private:
         return exists(path, wlan) ? text(path, wlan) : "";
     }
 
-    std::int32_t m_maapi_sock;
-    int m_thandle;
+    const Candidate &m_candidate;
     const char *m_list_path;
 };
 
-int reject(confd_trans_ctx *tctx, const char *message)
+int log_and_reject(confd_trans_ctx *tctx, const char *message)
 {
-    TRACE(kTraceDecision, "There was an error (%s) checking if SSID is unique in rg-profile.",
-          confd_lasterr());
-    confd_trans_seterr(tctx, "%s", message);
-    return CONFD_ERR;
+    TRACE_AS(rg_profile_ssid_unique_check_func, kTraceDecision,
+             "There was an error (%s) checking if SSID is unique in rg-profile.", confd_lasterr());
+    return validation::reject(tctx, message);
 }
 
 } // namespace
@@ -98,10 +101,11 @@ std::int32_t rg_profile_ssid_unique_check_func(std::int32_t maapi_sock, confd_tr
 {
     TRACE(kTraceFine, "Checking if SSID is unique for (%s) RG-Profile",
           print_value(kp->v[1][0]).c_str());
-    const std::string list_path = print_keypath(*kp);
-    const SsidReader ssids(maapi_sock, tctx->thandle, list_path.c_str());
+    const std::string list_path = print_long_keypath(*kp);
+    const Candidate candidate(maapi_sock, tctx);
+    const SsidReader ssids(candidate, list_path.c_str());
     std::set<std::string> seen;
-    ListCursor wlans(maapi_sock, tctx->thandle, list_path.c_str());
+    ListCursor wlans(candidate, "%s", list_path.c_str());
     for (; wlans.has_entry(); wlans.next()) {
         const std::optional<std::string> ssid = ssids.read(wlans.key());
         if (!ssid) {
@@ -112,14 +116,16 @@ std::int32_t rg_profile_ssid_unique_check_func(std::int32_t maapi_sock, confd_tr
             return CONFD_ERR;
         }
         if (ssid->empty()) {
-            return reject(tctx, "Failed accessing confd data.");
+            wlans.close();
+            return log_and_reject(tctx, validation::kConfdAccessFailed);
         }
         TRACE(kTraceDecision, "SSID is (%s) RG-Profile (%s) wlan.", ssid->c_str(),
               list_path.c_str());
         if (!seen.insert(*ssid).second) {
             wlans.leave_to_transaction();
-            return reject(tctx, "There are two or more WLANs with the same SSID. SSID must be "
-                                "unique within the RG profile.");
+            return log_and_reject(
+                tctx,
+                "There are two or more WLANs with the same SSID. SSID must be unique within the RG profile.");
         }
     }
     return CONFD_OK;

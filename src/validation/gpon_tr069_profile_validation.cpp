@@ -1,9 +1,11 @@
 #include "gpon_tr069_profile_validation.h"
 
+#include "answer.h"
 #include "profile_in_use.h"
 
 #include <confd_maapi.h>
 
+#include <algorithm>
 #include <cstring>
 #include <vector>
 
@@ -12,12 +14,12 @@ std::int32_t tr069_profile_confirmation(std::int32_t maapi_sock, confd_trans_ctx
 {
     const ProfileKind kind = {
         "tr069-acs-profile",
+        "/config/profile/gpon/tr069-acs-profile{%s}",
         "count(/config/interface/gpon/onu[tr069-acs-profile='",
-        "Change in tr069-acs-profile configuration will result in temporary data loss for all ONUs "
-        "using this profile.",
-        "Failed accessing confd data.",
+        "Change in tr069-acs-profile configuration will result in temporary data loss for all ONUs using this profile.",
+        validation::kConfdAccessFailed,
         "TR069 ACS Profile",
-        {__FILE__, __func__},
+        TRACE_SOURCE,
     };
     return confirm_profile_change(maapi_sock, tctx, kp, kind);
 }
@@ -30,8 +32,9 @@ bool has_allowed_length(std::int32_t maapi_sock, const confd_value_t *newval)
 {
     constexpr std::size_t kMaxPasswordLength = 25;
     const unsigned int length = CONFD_GET_BUFSIZE(newval);
-    // Encrypted forms are longer than their clear text; one byte more keeps the terminator safe.
-    std::vector<char> clear_text(static_cast<std::size_t>(length) + 1, '\0');
+    // Encrypted forms are longer than their clear text and its terminator. One byte at least, for
+    // the terminator of an empty value.
+    std::vector<char> clear_text(std::max(length, 1U), '\0');
     if (maapi_install_crypto_keys(maapi_sock) != CONFD_OK) {
         return false;
     }

@@ -1,9 +1,19 @@
 #include "gpon_vlan_match.h"
 
+#include "answer.h"
+#include "candidate.h"
 #include "maapi_guards.h"
 #include "vlan_mapping.h"
 
 #include <logger.h>
+
+#include <utility>
+
+using validation::Candidate;
+using validation::kTransactionAccessFailed;
+using validation::LeafList;
+using validation::ListCursor;
+using validation::reject;
 
 namespace
 {
@@ -29,22 +39,10 @@ bool conflict(const vlanMatch_t &a, const vlanMatch_t &b)
            (same_vlan && any_cos);
 }
 
-int access_failed(confd_trans_ctx *tctx)
-{
-    confd_trans_seterr(tctx, "%s", "Failed accessing transaction data.");
-    return -1;
-}
-
 int read_failed(confd_trans_ctx *tctx)
 {
-    Logger::Debug("Failed getting service profiles uni ethernet port information.");
-    return access_failed(tctx);
-}
-
-int same_match(confd_trans_ctx *tctx)
-{
-    confd_trans_seterr(tctx, "%s", kSameMatch);
-    return -1;
+    Logger::Debug("%s", kMappingReadFailed);
+    return reject(tctx, kTransactionAccessFailed);
 }
 
 /** Text of a leaf's value by the leaf's type, so that a number and "any" compare alike. */
@@ -74,35 +72,35 @@ int match_ethernet_ports(const LeafList &list, const std::string &vlan_id, const
 }
 
 /** Files one mapping of the profile on its ports. @return 0, or -1 with the message set. */
-int match_mapping(std::int32_t maapi_sock, confd_trans_ctx *tctx, const char *profile,
+int match_mapping(const Candidate &candidate, confd_trans_ctx *tctx, const char *profile,
                   const confd_value_t &mapping, VlanMatches &matches)
 {
     // Both values are numbers or enumerations: they own nothing to free.
     confd_value_t vlan_id_value;
     confd_value_t cos_value;
-    if (maapi_get_elem(maapi_sock, tctx->thandle, &vlan_id_value, kMatchVlanIdPath, profile,
-                       &mapping) != CONFD_OK ||
-        maapi_get_elem(maapi_sock, tctx->thandle, &cos_value, kMatchCosPath, profile, &mapping) !=
-            CONFD_OK) {
+    if (candidate.read(maapi_get_elem, &vlan_id_value, kMatchVlanIdPath, profile, &mapping) !=
+            CONFD_OK ||
+        candidate.read(maapi_get_elem, &cos_value, kMatchCosPath, profile, &mapping) != CONFD_OK) {
         return read_failed(tctx);
     }
     const std::string vlan_id = leaf_text(vlan_id_value, kMatchVlanIdPath, profile, mapping);
     const std::string cos = leaf_text(cos_value, kMatchCosPath, profile, mapping);
 
-    if (maapi_exists(maapi_sock, tctx->thandle, kEthernetPath, profile, &mapping) > 0) {
+    if (candidate.read(maapi_exists, kEthernetPath, profile, &mapping) > 0) {
         LeafList ports;
-        if (!ports.read(maapi_sock, tctx->thandle, kEthernetPath, profile, &mapping)) {
+        if (!ports.read(candidate, kEthernetPath, profile, &mapping)) {
             return read_failed(tctx);
         }
-        return match_ethernet_ports(ports, vlan_id, cos, matches) == 0 ? 0 : same_match(tctx);
+        return match_ethernet_ports(ports, vlan_id, cos, matches) == 0 ? 0
+                                                                       : reject(tctx, kSameMatch);
     }
-    if (maapi_exists(maapi_sock, tctx->thandle, kVeipPath, profile, &mapping) > 0) {
+    if (candidate.read(maapi_exists, kVeipPath, profile, &mapping) > 0) {
         return check_vlan_match(kVeipPort, vlan_id.c_str(), cos.c_str(), matches) == 0
                    ? 0
-                   : same_match(tctx);
+                   : reject(tctx, kSameMatch);
     }
     // The limit check passes over a mapping without ports; here it is an error.
-    return access_failed(tctx);
+    return reject(tctx, kTransactionAccessFailed);
 }
 
 } // namespace
@@ -124,10 +122,11 @@ std::int32_t validate_vlan_match(std::int32_t maapi_sock, confd_trans_ctx *tctx,
                                  confd_hkeypath_t *keypath, confd_value_t * /*newval*/)
 {
     const char *profile = reinterpret_cast<const char *>(CONFD_GET_BUFPTR(&keypath->v[2][0]));
+    const Candidate candidate(maapi_sock, tctx);
     VlanMatches matches;
-    for (ListCursor mappings(maapi_sock, tctx->thandle, kVlanMappingsPath, profile);
-         mappings.has_entry(); mappings.next()) {
-        if (match_mapping(maapi_sock, tctx, profile, mappings.key(), matches) != 0) {
+    for (ListCursor mappings(candidate, kVlanMappingsPath, profile); mappings.has_entry();
+         mappings.next()) {
+        if (match_mapping(candidate, tctx, profile, mappings.key(), matches) != 0) {
             return -1;
         }
     }

@@ -1,5 +1,6 @@
 #include "gpon_voip_media_profile_validation.h"
 
+#include "answer.h"
 #include "profile_in_use.h"
 
 std::int32_t voip_media_profile_confirmation(std::int32_t maapi_sock, confd_trans_ctx *tctx,
@@ -7,12 +8,12 @@ std::int32_t voip_media_profile_confirmation(std::int32_t maapi_sock, confd_tran
 {
     const ProfileKind kind = {
         "media-profile",
+        "/config/profile/gpon/media-profile{%s}",
         "count(/config/interface/gpon/onu/pots[media-profile='",
-        "Change in media-profile configuration will result in temporary data loss for all ONUs "
-        "using this profile.",
-        "Failed accessing transaction data.", // The other kinds say confd data; meant.
+        "Change in media-profile configuration will result in temporary data loss for all ONUs using this profile.",
+        validation::kTransactionAccessFailed, // The other kinds say confd data. Intentional.
         "Media Profile",
-        {__FILE__, __func__},
+        TRACE_SOURCE,
     };
     return confirm_profile_change(maapi_sock, tctx, kp, kind);
 }

@@ -1,29 +1,29 @@
 /** Owners of what the framework hands out: each releases it, so that every early return is safe. */
 #pragma once
 
+#include "candidate.h"
+
 #include <confd_maapi.h>
 
 #include <cstdlib>
 #include <memory>
 
-/** Walks a list of the transaction: entry by entry, while has_entry(). */
+namespace validation
+{
+
+/** Walks a list of the candidate: entry by entry, while has_entry(). */
 class ListCursor
 {
 public:
     /** Opens the list and goes to its first entry. */
     template <typename... Arguments>
-    ListCursor(int maapi_sock, int thandle, const char *format, Arguments... arguments)
+    ListCursor(const Candidate &candidate, const char *format, Arguments... arguments)
     {
         // A failure of either call leaves no entry: the walk is over before it begins.
-        maapi_init_cursor(maapi_sock, thandle, &m_cursor, format, arguments...);
+        candidate.read(maapi_init_cursor, &m_cursor, format, arguments...);
         next();
     }
-    ~ListCursor()
-    {
-        if (m_is_owned) {
-            maapi_destroy_cursor(&m_cursor);
-        }
-    }
+    ~ListCursor() { close(); }
     ListCursor(const ListCursor &) = delete;
     ListCursor &operator=(const ListCursor &) = delete;
 
@@ -35,6 +35,14 @@ public:
     /** The cursor itself, for checks whose assertion text names its keys. */
     const maapi_cursor &cursor() const { return m_cursor; }
 
+    /** Releases the cursor, where something has to follow its release. */
+    void close()
+    {
+        if (m_is_owned) {
+            maapi_destroy_cursor(&m_cursor);
+            m_is_owned = false;
+        }
+    }
     /** Leaves the cursor to be released with its transaction, as some early returns do. */
     void leave_to_transaction() { m_is_owned = false; }
 
@@ -43,12 +51,22 @@ private:
     bool m_is_owned = true;
 };
 
-/** A query on the transaction, fetched chunk by chunk. */
+/** A query for one item of each node that an expression selects, fetched chunk by chunk. */
 class Query
 {
 public:
-    /** Takes over what maapi_query_start returned; negative when it failed. */
-    Query(int maapi_sock, int handle) : m_maapi_sock(maapi_sock), m_handle(handle) {}
+    /**
+     * Starts the query; is_running() tells whether it could be.
+     * @param nodes       XPath of the nodes.
+     * @param item        XPath of the item, relative to a node.
+     * @param chunk_size  Results per chunk; 0 is the client library's default.
+     */
+    Query(const Candidate &candidate, const char *nodes, const char *item, int chunk_size)
+        : m_maapi_sock(candidate.maapi_sock()),
+          m_handle(candidate.read(maapi_query_start, nodes, nullptr, chunk_size, kFirstResult,
+                                  CONFD_QUERY_TAG_VALUE, 1, &item, 0, nullptr))
+    {
+    }
     ~Query()
     {
         if (is_running()) {
@@ -63,6 +81,8 @@ public:
     int handle() const { return m_handle; }
 
 private:
+    static constexpr int kFirstResult = 1;
+
     int m_maapi_sock;
     int m_handle;
 };
@@ -113,12 +133,18 @@ public:
     LeafList(const LeafList &) = delete;
     LeafList &operator=(const LeafList &) = delete;
 
-    /** Reads them. @return Whether that went well. */
+    /** Reads them, once. @return Whether that succeeded. */
     template <typename... Arguments>
-    bool read(int maapi_sock, int thandle, const char *format, Arguments... arguments)
+    bool read(const Candidate &candidate, const char *format, Arguments... arguments)
     {
-        return maapi_get_list_elem(maapi_sock, thandle, &m_values, &m_size, format, arguments...) ==
-               CONFD_OK;
+        confd_value_t *values = nullptr;
+        int size = 0;
+        if (candidate.read(maapi_get_list_elem, &values, &size, format, arguments...) != CONFD_OK) {
+            return false; // Whatever a failed call wrote is not ours to free.
+        }
+        m_values = values;
+        m_size = size;
+        return true;
     }
     int size() const { return m_size; }
     confd_value_t *values() const { return m_values; }
@@ -131,10 +157,12 @@ private:
 /** The text that an XPath expression evaluates to; null when it cannot be evaluated. */
 using XPathResult = std::unique_ptr<char, decltype(&std::free)>;
 
-inline XPathResult evaluate_xpath(int maapi_sock, int thandle, const char *expression)
+inline XPathResult evaluate_xpath(const Candidate &candidate, const char *expression)
 {
     char *text = nullptr;
     // What counts is whether a text came back.
-    maapi_xpath_eval_expr(maapi_sock, thandle, expression, &text, nullptr, nullptr);
+    candidate.read(maapi_xpath_eval_expr, expression, &text, nullptr, nullptr);
     return XPathResult(text, &std::free);
 }
+
+} // namespace validation

@@ -1,5 +1,7 @@
 #include "match_overlap_validation.h"
 
+#include <utility>
+
 // The signatures with texts by value are the published ones.
 // NOLINTBEGIN(performance-unnecessary-value-param)
 

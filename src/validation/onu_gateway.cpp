@@ -1,9 +1,14 @@
 #include "onu_gateway.h"
 
-#include <confd_maapi.h>
+#include "answer.h"
+#include "candidate.h"
+
+#include <arpa/inet.h>
 
 #include <algorithm>
-#include <arpa/inet.h>
+
+using validation::Candidate;
+using validation::reject;
 
 std::int32_t chk_same_net(std::uint32_t address, std::uint32_t gateway, std::int8_t prefix_len)
 {
@@ -18,29 +23,26 @@ std::int32_t chk_same_net(std::uint32_t address, std::uint32_t gateway, std::int
 std::int32_t validate_onu_gateway_ip(std::int32_t maapi_sock, confd_trans_ctx *tctx,
                                      confd_hkeypath_t *kp, confd_value_t * /*newval*/)
 {
-    if (maapi_exists(maapi_sock, tctx->thandle, "%h", kp) == 0) {
+    const Candidate candidate(maapi_sock, tctx);
+    if (candidate.read(maapi_exists, "%h", kp) == 0) {
         return 0; // The node is being deleted.
     }
     // Where a read fails, the framework's own report stands.
     confd_ipv4_prefix onu{};
-    if (maapi_get_ipv4_and_plen_elem(maapi_sock, tctx->thandle, &onu, "%h/address", kp) !=
-        CONFD_OK) {
+    if (candidate.read(maapi_get_ipv4_and_plen_elem, &onu, "%h/address", kp) != CONFD_OK) {
         return -1;
     }
     in_addr gateway{};
-    if (maapi_get_ipv4_elem(maapi_sock, tctx->thandle, &gateway, "%h/default-gateway", kp) !=
-        CONFD_OK) {
+    if (candidate.read(maapi_get_ipv4_elem, &gateway, "%h/default-gateway", kp) != CONFD_OK) {
         return -1;
     }
     if (onu.ip.s_addr == gateway.s_addr) {
-        confd_trans_seterr(tctx, "%s", "Onu and Gateway IP addresses must have different values.");
-        return -1;
+        return reject(tctx, "Onu and Gateway IP addresses must have different values.");
     }
     // Addresses come in network byte order; the mask counts from the most significant bit.
     if (chk_same_net(ntohl(onu.ip.s_addr), ntohl(gateway.s_addr),
                      static_cast<std::int8_t>(onu.len)) != 0) {
-        confd_trans_seterr(tctx, "%s", "Onu and Gateway IP addresses must be in the same network.");
-        return -1;
+        return reject(tctx, "Onu and Gateway IP addresses must be in the same network.");
     }
     return 0;
 }

@@ -1,7 +1,7 @@
 /**
  * What the card can do: capacities and the switch for the bandwidth check.
  *
- * lib_init reads the figures from the platform once; until then the record holds defaults. It is
+ * lib_init reads the capacities from the platform once; until then the record holds defaults. It is
  * process-wide and not locked: it is written at initialisation only.
  */
 #pragma once

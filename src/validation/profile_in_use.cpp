@@ -1,5 +1,7 @@
 #include "profile_in_use.h"
 
+#include "answer.h"
+#include "candidate.h"
 #include "committed_session.h"
 #include "confd_text.h"
 #include "elapsed_time.h"
@@ -11,14 +13,16 @@
 #include <stdexcept>
 #include <string>
 
+using validation::Candidate;
+using validation::CommittedSession;
+using validation::evaluate_xpath;
+using validation::kConfdAccessFailed;
+using validation::reject;
+using validation::warn;
+using validation::XPathResult;
+
 namespace
 {
-
-int access_failed(confd_trans_ctx *tctx)
-{
-    confd_trans_seterr(tctx, "%s", "Failed accessing confd data.");
-    return CONFD_ERR;
-}
 
 /** @return As cdb_exists answers; negative when there is no session. */
 int is_committed(confd_trans_ctx *tctx, const ProfileKind &kind, const std::string &profile)
@@ -27,22 +31,21 @@ int is_committed(confd_trans_ctx *tctx, const ProfileKind &kind, const std::stri
     if (!committed.is_open()) {
         return -1;
     }
-    return cdb_exists(committed.cdb_sock(), "/config/profile/gpon/%s{%s}", kind.name,
-                      profile.c_str());
+    return cdb_exists(committed.cdb_sock(), kind.keypath_format, profile.c_str());
 }
 
 /** Counts the users and decides. */
-int judge_users(std::int32_t maapi_sock, confd_trans_ctx *tctx, const ProfileKind &kind,
+int judge_users(const Candidate &candidate, confd_trans_ctx *tctx, const ProfileKind &kind,
                 const std::string &profile)
 {
     // The name stands in the expression as it is, without escaping.
     const std::string expression = kind.count_prefix + profile + "'])";
-    const XPathResult text = evaluate_xpath(maapi_sock, tctx->thandle, expression.c_str());
+    const XPathResult text = evaluate_xpath(candidate, expression.c_str());
     if (text == nullptr) {
         TRACE_FOR(kind.source, kTraceDecision,
                   "There was an error (%s) checking if there is any ONU using %s %s.",
                   confd_lasterr(), kind.name, profile.c_str());
-        return access_failed(tctx);
+        return reject(tctx, kConfdAccessFailed);
     }
     int count = 0;
     try {
@@ -52,16 +55,11 @@ int judge_users(std::int32_t maapi_sock, confd_trans_ctx *tctx, const ProfileKin
         TRACE_FOR(kind.source, kTraceDecision,
                   "There was an error (%s) (%s) checking if there is any ONU using %s %s.",
                   confd_lasterr(), failure.what(), kind.name, profile.c_str());
-        confd_trans_seterr(tctx, "%s", kind.conversion_failure);
-        return CONFD_ERR;
+        return reject(tctx, kind.conversion_failure);
     }
     TRACE_FOR(kind.source, kTraceDecision, "There are %d onus associated with %s", count,
               profile.c_str());
-    if (count <= 0) {
-        return CONFD_OK;
-    }
-    confd_trans_seterr(tctx, "%s", kind.warning);
-    return CONFD_VALIDATION_WARN;
+    return count > 0 ? warn(tctx, kind.warning) : CONFD_OK;
 }
 
 } // namespace
@@ -76,13 +74,13 @@ std::int32_t confirm_profile_change(std::int32_t maapi_sock, confd_trans_ctx *tc
 
     const int committed = is_committed(tctx, kind, profile);
     if (committed < 0) {
-        return access_failed(tctx);
+        return reject(tctx, kConfdAccessFailed);
     }
     if (committed == 0) {
         TRACE_FOR(kind.source, kTraceFine, "%s %s was not edited", kind.name, profile.c_str());
         return CONFD_OK;
     }
-    const int result = judge_users(maapi_sock, tctx, kind, profile);
+    const int result = judge_users(Candidate(maapi_sock, tctx), tctx, kind, profile);
     TRACE_FOR(kind.source, kTraceFine, "Took %d ms to check for %s warning message.",
               stopwatch.get_elapsed_time_msec(), kind.title);
     return result;

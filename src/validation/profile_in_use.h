@@ -10,7 +10,8 @@
 
 /** What one kind of profile has of its own. */
 struct ProfileKind {
-    const char *name;               /**< Of the list below /config/profile/gpon, as logs name it. */
+    const char *name;               /**< Of the list, as trace lines name it. */
+    const char *keypath_format;     /**< Path of a profile; %s is its name. */
     const char *count_prefix;       /**< XPath that counts its users, up to the profile's name. */
     const char *warning;            /**< For the operator to confirm. */
     const char *conversion_failure; /**< For the operator, when the count is no number. */

@@ -23,16 +23,29 @@ zlog_category_t *get_trace_cat();
     zlog(get_trace_cat(), __FILE__, sizeof(__FILE__) - 1, __func__, sizeof(__func__) - 1,          \
          __LINE__, level, __VA_ARGS__)
 
-/** Where lines come from that shared code writes for a check. */
+/**
+ * Writes a line in the name of the function that a helper of the same source works for:
+ * TRACE_AS(function, level, format, arguments...).
+ */
+#define TRACE_AS(in_name_of, level, ...)                                                           \
+    (static_cast<void>(&(in_name_of)),                                                             \
+     zlog(get_trace_cat(), __FILE__, sizeof(__FILE__) - 1, #in_name_of, sizeof(#in_name_of) - 1,   \
+          __LINE__, level, __VA_ARGS__))
+
+/** Where lines come from that code shared by several sources writes for a check. */
 struct TraceSource {
     const char *file;
     const char *function;
+    int line; /**< Of the check, in that file. */
 };
+
+/** The place where it stands, as the source of lines. */
+#define TRACE_SOURCE (TraceSource{__FILE__, __func__, __LINE__})
 
 /** Writes a line in the name of a check: TRACE_FOR(source, level, format, arguments...). */
 #define TRACE_FOR(source, level, ...)                                                              \
     zlog(get_trace_cat(), (source).file, std::strlen((source).file), (source).function,            \
-         std::strlen((source).function), __LINE__, level, __VA_ARGS__)
+         std::strlen((source).function), (source).line, level, __VA_ARGS__)
 
 /**
  * For a condition that must never happen: writes a backtrace, reports a fault to the middleware and

@@ -1,5 +1,7 @@
 #include "valid_service_port.h"
 
+#include "answer.h"
+#include "candidate.h"
 #include "committed_session.h"
 #include "confd_get_objects_itf.h"
 #include "confd_get_str.h"
@@ -14,10 +16,15 @@
 #include <confd_cdb.h>
 
 #include <cstdio>
-#include <sstream>
 
-const char *SP_DEL_ALL_WARN_MSG = "All Service Ports are being removed causing traffic stop for "
-                                  "all ONUs. Are you sure you want to proceed?";
+using validation::Candidate;
+using validation::CommittedSession;
+using validation::ListCursor;
+using validation::ObjectsChunk;
+using validation::reject;
+
+const char *SP_DEL_ALL_WARN_MSG =
+    "All Service Ports are being removed causing traffic stop for all ONUs. Are you sure you want to proceed?";
 
 namespace
 {
@@ -61,11 +68,14 @@ int sp_get_id_values(std::int32_t maapi_sock, confd_trans_ctx *tctx, confd_hkeyp
     sp = CONFD_GET_UINT32(&keypath->v[1][0]);
     confd_tag_value_t tv[kIdTags];
     name_id_leaves(tv);
-    if (maapi_get_values(maapi_sock, tctx->thandle, tv, kIdTags, "/base:config/service-port{%u}",
-                         sp) < 0 ||
-        !is_set(tv[kIdInterface]) || !is_set(tv[kIdOnu]) || !is_set(tv[kIdGem])) {
+    const bool is_read =
+        Candidate(maapi_sock, tctx)
+            .read(maapi_get_values, tv, kIdTags, "/base:config/service-port{%u}", sp) >= 0;
+    if (!is_read || !is_set(tv[kIdInterface]) || !is_set(tv[kIdOnu]) || !is_set(tv[kIdGem])) {
         TRACE(kTraceDecision, "Error to get SP %u values from ConfD (err=%s)", sp, confd_lasterr());
-        confd_free_value(CONFD_GET_TAG_VALUE(&tv[kIdInterface]));
+        if (is_read) {
+            confd_free_value(CONFD_GET_TAG_VALUE(&tv[kIdInterface]));
+        }
         return -1;
     }
     interface = to_key_form(text_of(CONFD_GET_BUFPTR(CONFD_GET_TAG_VALUE(&tv[1])),
@@ -92,9 +102,10 @@ std::int32_t validate_sp_gem_check(std::int32_t maapi_sock, confd_trans_ctx *tct
     const std::string display = to_display_form(interface);
     TRACE(kTraceFine, "Validate SP %u (gpon=%s, onu=%d, gem=%d)", sp, display.c_str(), onu, gem);
 
+    const Candidate candidate(maapi_sock, tctx);
     std::int32_t result = 0;
-    if (maapi_exists(maapi_sock, tctx->thandle, "/config/interface/gpon{%s}/onu{%d}",
-                     interface.c_str(), onu) <= 0) {
+    if (candidate.read(maapi_exists, "/config/interface/gpon{%s}/onu{%d}", interface.c_str(),
+                       onu) <= 0) {
         confd_trans_seterr(tctx,
                            "Service-port [%u] ONU [%d] was not configured on interface gpon [%s]",
                            sp, onu, display.c_str());
@@ -110,7 +121,7 @@ std::int32_t validate_sp_gem_check(std::int32_t maapi_sock, confd_trans_ctx *tct
     GetStrFromConfd(maapi_sock, tctx->thandle, path, "", &line_profile);
     std::snprintf(path, sizeof(path), "/config/profile/gpon/line-profile{%s}/gem{%d}/gem-id",
                   line_profile.c_str(), gem);
-    if (maapi_exists(maapi_sock, tctx->thandle, path) <= 0) {
+    if (candidate.read(maapi_exists, "%s", path) <= 0) {
         confd_trans_seterr(tctx, "Service-port [%u] gem [%d] was not configured to onu [%d]", sp,
                            gem, onu);
         result = -1;
@@ -197,47 +208,31 @@ int check_entry(confd_value_t *values, GlobalCheck &check)
     return 0;
 }
 
-void free_entry(confd_value_t *values)
-{
-    for (std::uint32_t i = 0; i < kServicePortSize; ++i) {
-        // Half of the values are containers or not set: with 4096 entries, calls worth saving.
-        if (values[i].type != C_XMLTAG && values[i].type != C_NOEXISTS) {
-            confd_free_value(&values[i]);
-        }
-    }
-}
-
 /**
  * Checks a batch up to its first failure.
  * @return 0 or -1. It replaces the result so far: a failure in an earlier batch is forgotten when a
- *         later one passes. That follows from the batches and is meant.
+ *         later one passes. That follows from the batches and is intentional.
  */
-int check_batch(const ConfdGetObjsItf &reader, int count, GlobalCheck &check)
+int check_batch(const ObjectsChunk &batch, GlobalCheck &check)
 {
-    int result = 0;
-    for (int i = 0; i < count; ++i) {
-        if (result == 0) {
-            result = check_entry(reader.entry(i), check);
+    for (int i = 0; i < batch.size(); ++i) {
+        if (check_entry(batch.entry(i), check) != 0) {
+            return -1;
         }
-        free_entry(reader.entry(i)); // Descriptions and the like, which nobody reads here.
     }
-    return result;
+    return 0;
 }
 
 /** @return 0, or -1 with the message set. */
 int decide(confd_trans_ctx *tctx, GlobalCheck &check, bool reader_failed)
 {
     if (check.count > kMaxServicePorts) {
-        std::ostringstream text;
-        text << "Service-port limit exceeded: Installed " << check.count << " of "
-             << kMaxServicePorts << " allowed\n";
-        check.error = text.str();
-        confd_trans_seterr(tctx, "%s", check.error.c_str());
-        return -1;
+        check.error = "Service-port limit exceeded: Installed " + std::to_string(check.count) +
+                      " of " + std::to_string(kMaxServicePorts) + " allowed\n";
+        return reject(tctx, check.error.c_str());
     }
     if (reader_failed || check.result == -1) {
-        confd_trans_seterr(tctx, "%s", check.error.c_str());
-        return -1;
+        return reject(tctx, check.error.c_str());
     }
     return 0;
 }
@@ -252,12 +247,17 @@ std::int32_t service_port_global_validation(std::int32_t maapi_sock, confd_trans
     GlobalCheck check;
     ConfdGetObjsItf reader(kServicePortSize, kServicePortsPerCall, kServicePorts, maapi_sock, tctx,
                            true);
-    int count = 0;
-    while ((count = reader.getObjects()) > 0) {
-        check.result = check_batch(reader, count, check);
+    bool reader_failed = false;
+    while (true) {
+        const ObjectsChunk batch(reader);
+        if (batch.size() <= 0) {
+            reader_failed = batch.size() < 0;
+            break;
+        }
+        check.result = check_batch(batch, check);
     }
     stopwatch.stop();
-    const int result = decide(tctx, check, count < 0);
+    const int result = decide(tctx, check, reader_failed);
     TRACE(kTraceDecision, "service-port global validation end - %s - elapsed time %d secs.",
           result == 0 ? "OK" : "ERROR", stopwatch.get_elapsed_time_sec());
     return result;
@@ -268,15 +268,15 @@ std::int32_t service_port_global_validation(std::int32_t maapi_sock, confd_trans
 namespace
 {
 
-int get_number_onus_in_candidate(std::int32_t maapi_sock, confd_trans_ctx *tctx)
+int get_number_onus_in_candidate(const Candidate &candidate)
 {
     constexpr const char *kGponInterfaces = "/config/interface/gpon/";
     int onus = 0;
-    for (ListCursor interfaces(maapi_sock, tctx->thandle, kGponInterfaces); interfaces.has_entry();
+    for (ListCursor interfaces(candidate, kGponInterfaces); interfaces.has_entry();
          interfaces.next()) {
         const std::string port = print_value(interfaces.key(kPortIdKey));
-        const int count = maapi_num_instances(maapi_sock, tctx->thandle, "%s{1 1 %s}/onu",
-                                              kGponInterfaces, port.c_str());
+        const int count =
+            candidate.read(maapi_num_instances, "%s{1 1 %s}/onu", kGponInterfaces, port.c_str());
         if (count < 0) {
             TRACE(kTraceDecision, "Failed to get number of ONUs. (err: %s).", confd_lasterr());
         } else {
@@ -291,28 +291,28 @@ int get_number_onus_in_candidate(std::int32_t maapi_sock, confd_trans_ctx *tctx)
 std::int32_t service_port_delete_all_warning(std::int32_t maapi_sock, confd_trans_ctx *tctx,
                                              confd_hkeypath_t * /*kp*/, confd_value_t * /*newval*/)
 {
+    const Candidate candidate(maapi_sock, tctx);
     int num_inst_in_running = 0;
     int num_inst_in_candidate = 0;
     int is_load_factory = 0;
     {
         const CommittedSession committed(tctx->vcb_opaque);
         if (!committed.is_open()) {
-            // This check ends even a session that did not start; others do not. Meant.
+            // This check ends even a session that did not start; others do not. Intentional.
             velconfd_config_session_end(tctx->vcb_opaque);
             return 0;
         }
         num_inst_in_running = cdb_num_instances(committed.cdb_sock(), kServicePorts);
-        num_inst_in_candidate = maapi_num_instances(maapi_sock, tctx->thandle, kServicePorts);
+        num_inst_in_candidate = candidate.read(maapi_num_instances, kServicePorts);
         // Loading the factory configuration removes the ONUs as well: nothing to confirm then.
-        is_load_factory = get_number_onus_in_candidate(maapi_sock, tctx) == 0 ? 1 : 0;
+        is_load_factory = get_number_onus_in_candidate(candidate) == 0 ? 1 : 0;
         TRACE(kTraceDecision,
               "num_inst_in_running = %d, num_inst_in_candidate = %d, is_load_factory = %d.",
               num_inst_in_running, num_inst_in_candidate, is_load_factory);
     }
     // Removing the only service port is no surprise.
     if (num_inst_in_candidate == 0 && num_inst_in_running > 1 && is_load_factory == 0) {
-        confd_trans_seterr(tctx, "%s", SP_DEL_ALL_WARN_MSG);
-        return CONFD_VALIDATION_WARN;
+        return validation::warn_through_buffer(tctx, SP_DEL_ALL_WARN_MSG);
     }
     return 0;
 }

@@ -16,6 +16,8 @@
  * @param newval      The leaf's new value; null for other nodes.
  * @return CONFD_OK (0) accepts. CONFD_ERR (-1) rejects, usually with a message set.
  *         CONFD_VALIDATION_WARN (-3) accepts once the operator has confirmed the message.
+ * @throws std::bad_alloc     validate() ends it with a trace line and CONFD_ERR.
+ * @throws std::out_of_range  A count of ONUs does not fit an int. It leaves validate() as well.
  */
 using validator_t = std::int32_t(std::int32_t maapi_sock, confd_trans_ctx *tctx,
                                  confd_hkeypath_t *kp, confd_value_t *newval);

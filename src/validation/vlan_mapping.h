@@ -19,3 +19,7 @@ constexpr const char *kMatchVlanIdPath =
     "/config/profile/gpon/service-profile{%s}/vlan-mapping{%x}/match/outer/vlan-id";
 constexpr const char *kMatchCosPath =
     "/config/profile/gpon/service-profile{%s}/vlan-mapping{%x}/match/outer/cos";
+
+/** Debug note about a read that failed, whichever it was. */
+constexpr const char *kMappingReadFailed =
+    "Failed getting service profiles uni ethernet port information.";

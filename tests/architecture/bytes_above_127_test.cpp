@@ -18,7 +18,7 @@ constexpr const char *kForeign = "ab\xe4"
 using testing::ElementsAre;
 using testing::Pair;
 
-TEST(BytesAbove127, stay_as_they_are_in_a_serial_number)
+TEST(BytesAbove127, StayAsTheyAreInASerialNumber)
 {
     OnuCredentials serial_numbers;
     confd_trans_ctx tctx{};

@@ -1,8 +1,8 @@
 #include "engine/data/changes.h"
 
-#include "card_xml.h"
 #include "engine/data/path.h"
 #include "small_model.h"
+#include "support/card_xml.h"
 #include "support/model.h"
 
 #include <gmock/gmock.h>

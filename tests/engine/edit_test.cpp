@@ -1,9 +1,9 @@
 #include "engine/edit/edit.h"
 
-#include "card_xml.h"
 #include "engine/data/error.h"
 #include "engine/data/yang_check.h"
 #include "small_model.h"
+#include "support/card_xml.h"
 #include "support/model.h"
 
 #include <gmock/gmock.h>

@@ -1,34 +1,31 @@
 /**
- * Very many validations in one process: `soak COUNT`. Each is a change to the card as the accepted
- * ones before have left it. Every answer must be the expected one, and at the end the process must
- * hold no more than it did after the first rounds: memory, open files, cursors, queries, values.
+ * All golden cases in one process, round after round: `soak ROUNDS EXAMPLES [PLUGIN]`. Every answer
+ * must be the expected one, nothing may be left open, and at the end the process must hold no more
+ * memory and files than it did after the first rounds.
  */
 #include "checker/model_schema.h"
 #include "checker/plugin.h"
-#include "engine/data/yang_check.h"
-#include "engine/edit/edit.h"
 #include "engine/session/framework.h"
 #include "engine/session/validation.h"
-#include "steps.h"
-#include "support/base_card.h"
+#include "support/golden_case.h"
 
 #include <velconfd_host.h>
 
 #include <unistd.h>
 
-#include <algorithm>
-#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <iterator>
 #include <set>
+#include <sstream>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace
 {
 
-using engine::Datastore;
+namespace fs = std::filesystem;
 
 #if defined(WITH_SANITIZERS)
 // What was freed stays resident for a while: leaks are the sanitizer's to tell.
@@ -36,6 +33,14 @@ constexpr bool kCountsMemory = false;
 #else
 constexpr bool kCountsMemory = true;
 #endif
+
+/** What the C library keeps for later; a byte for each of many validations is more. */
+constexpr long kAllowedGrowthKib = 256;
+
+[[noreturn]] void fail(const std::string &text)
+{
+    throw std::runtime_error(text);
+}
 
 /** What the process holds. */
 struct Holdings {
@@ -45,9 +50,8 @@ struct Holdings {
     static Holdings now()
     {
         long pages = 0;
-        std::ifstream("/proc/self/statm") >> pages >>
-            pages; // The second figure is the resident one.
-        const auto files = std::filesystem::directory_iterator("/proc/self/fd");
+        std::ifstream("/proc/self/statm") >> pages >> pages; // The second is the resident one.
+        const auto files = fs::directory_iterator("/proc/self/fd");
         return {pages * (sysconf(_SC_PAGESIZE) / 1024), std::distance(begin(files), end(files))};
     }
 };
@@ -57,125 +61,124 @@ std::ostream &operator<<(std::ostream &out, const Holdings &holdings)
     return out << holdings.resident_kib << " KiB resident, " << holdings.files << " open files";
 }
 
-std::string with_digit(std::string text, char digit)
-{
-    std::replace(text.begin(), text.end(), soak::kDigitMark, digit);
-    return text;
-}
+struct Case {
+    std::string folder;
+    test_support::GoldenCase golden;
+    std::string expected; /**< What the rules say: the indented lines. */
+};
 
-/** Gathers what the rules object to and warn of, and which were asked. */
+/** Gathers what the rules say, as the operator reads it. */
 class Remarks : public engine::Observer
 {
 public:
-    Remarks(const std::vector<engine::Request> &plan, std::set<std::string> &rules)
-        : m_plan(plan), m_rules(rules)
+    explicit Remarks(const std::vector<engine::Request> &plan, std::set<std::string> &asked)
+        : m_plan(plan), m_asked(asked)
     {
     }
 
     void after(std::size_t index, const engine::Answer &answer) override
     {
         const engine::Request &request = m_plan[index];
-        m_rules.insert(request.point->opaque);
-        if (answer.verdict != engine::Verdict::kAccepted) {
-            m_texts.push_back(request.point->opaque + ": " + answer.text);
+        m_asked.insert(request.point->opaque);
+        if (answer.verdict == engine::Verdict::kAccepted) {
+            return;
+        }
+        std::string &text =
+            answer.verdict == engine::Verdict::kRejected ? m_objections : m_warnings;
+        text += "  " + engine::path_of(request) + " (" + request.point->opaque + ")\n";
+        std::istringstream lines(answer.text);
+        for (std::string line; std::getline(lines, line);) {
+            text += "    " + line + "\n";
         }
     }
-    const std::vector<std::string> &texts() const { return m_texts; }
+    const std::string &text() const { return m_objections.empty() ? m_warnings : m_objections; }
 
 private:
     const std::vector<engine::Request> &m_plan;
-    std::vector<std::string> m_texts;
-    std::set<std::string> &m_rules;
+    std::string m_objections;
+    std::string m_warnings;
+    std::set<std::string> &m_asked;
 };
-
-[[noreturn]] void fail(const std::string &text)
-{
-    throw std::runtime_error(text);
-}
 
 class Soak
 {
 public:
-    Soak() : m_plugin(CARD_PLUGIN), m_card(host::model_schema())
+    Soak(const fs::path &examples, const std::string &plugin) : m_plugin(plugin)
     {
-        m_plugin.init();
-        const engine::Source source{"base card", test_support::kBaseCard};
-        m_card = Datastore::parse(m_card.schema_ptr(), source);
-        engine::check_yang(m_card, source);
+        for (const auto &entry : fs::recursive_directory_iterator(examples)) {
+            if (entry.path().filename() == "expected.txt") {
+                read(entry.path());
+            }
+        }
+        if (m_cases.empty()) {
+            fail("no golden cases in " + examples.string());
+        }
     }
 
-    void validate(const soak::Step &step, char digit);
-
-    /** Whether each rule of the model was asked by now. */
-    bool has_asked_all() const
+    void round()
     {
-        const auto &points = m_card.schema().points();
-        return std::all_of(points.begin(), points.end(),
-                           [this](const auto &point) { return m_asked.count(point.opaque) != 0; });
+        for (const Case &one : m_cases) {
+            validate(one);
+        }
+    }
+
+    void require_all_asked() const
+    {
+        for (const auto &point : m_schema->points()) {
+            if (m_asked.count(point.opaque) == 0) {
+                fail("a rule was never asked: " + point.opaque);
+            }
+        }
     }
 
 private:
-    Datastore edited(const std::string &edit) const
+    void read(const fs::path &expected_file)
     {
-        const engine::Source source{"edit",
-                                    "<config xmlns=\"urn:olt:gpon:base\" "
-                                    "xmlns:nc=\"urn:ietf:params:xml:ns:netconf:base:1.0\">" +
-                                        edit + "</config>"};
-        Datastore candidate = engine::apply_edit(m_card, source);
-        engine::check_yang(candidate, source);
-        return candidate;
+        std::string expected;
+        std::ifstream in(expected_file);
+        std::string line;
+        while (std::getline(in, line)) {
+            expected += line.rfind("  ", 0) == 0 ? line + "\n" : "";
+            if (line == "exit 3") {
+                return; // The rules are not asked.
+            }
+        }
+        const fs::path folder = expected_file.parent_path();
+        m_cases.push_back(
+            {folder.string(), test_support::read_golden_case(m_schema, folder), expected});
     }
-    engine::Verdict ask(Datastore candidate, std::vector<std::string> &texts);
 
+    void validate(const Case &one)
+    {
+        fm::use_card(one.golden.card);
+        m_plugin.init();
+        engine::Framework framework(one.golden.running.copy());
+        velconfd::Context context;
+        const auto &transaction = framework.begin(one.golden.candidate.copy());
+        const auto plan = engine::plan(transaction);
+        Remarks remarks(plan, m_asked);
+        engine::validate(
+            transaction, plan, m_plugin.validation_point(),
+            [this](auto... all) { return m_plugin.validate(all...); }, context.word(), false,
+            remarks);
+        if (remarks.text() != one.expected) {
+            fail(one.folder + ": the rules said\n" + remarks.text() + "instead of\n" +
+                 one.expected);
+        }
+        if (context.open_sessions() != 0) {
+            fail(one.folder + ": a read session was left open");
+        }
+        framework.end(transaction.handle());
+        if (!engine::Hooks::instance().held.none()) {
+            fail(one.folder + ": a cursor, query, result or value was left behind");
+        }
+    }
+
+    std::shared_ptr<const engine::Schema> m_schema = host::model_schema();
     host::Plugin m_plugin;
-    Datastore m_card;
+    std::vector<Case> m_cases;
     std::set<std::string> m_asked;
 };
-
-engine::Verdict Soak::ask(Datastore candidate, std::vector<std::string> &texts)
-{
-    engine::Framework framework(m_card.copy());
-    velconfd::Context context;
-    const auto &transaction = framework.begin(std::move(candidate));
-    const auto plan = engine::plan(transaction);
-    Remarks remarks(plan, m_asked);
-    const auto verdict = engine::validate(
-        transaction, plan, m_plugin.validation_point(),
-        [this](auto... all) { return m_plugin.validate(all...); }, context.word(), true, remarks);
-    texts = remarks.texts();
-    if (context.open_sessions() != 0) {
-        fail("a read session was left open");
-    }
-    framework.end(transaction.handle());
-    if (!engine::Hooks::instance().held.none()) {
-        fail("a cursor, query, result or value was left behind");
-    }
-    return verdict;
-}
-
-void Soak::validate(const soak::Step &step, char digit)
-{
-    Datastore candidate = edited(with_digit(step.edit, digit));
-    std::vector<std::string> texts;
-    const auto verdict = ask(candidate.copy(), texts);
-    std::vector<std::string> expected;
-    for (const auto &remark : step.remarks) {
-        expected.push_back(with_digit(remark, digit));
-    }
-    if (texts != expected) {
-        std::string text = "the change " + step.edit + "\nwas answered with";
-        for (const auto &remark : texts) {
-            text += "\n  " + remark;
-        }
-        fail(text);
-    }
-    if (verdict != engine::Verdict::kRejected) {
-        m_card = std::move(candidate);
-    }
-}
-
-/** What the C library keeps for later; a byte for each of many validations is more. */
-constexpr long kAllowedGrowthKib = 256;
 
 void require_flat(const Holdings &before, const Holdings &after)
 {
@@ -187,33 +190,25 @@ void require_flat(const Holdings &before, const Holdings &after)
     }
 }
 
-void run(long count)
+void run(long rounds, const fs::path &examples, const std::string &plugin)
 {
     constexpr long kReports = 10;
-    const auto &steps = soak::round_of_steps();
-    const auto round = static_cast<long>(steps.size());
-    const long warm_up = std::max(count / kReports, 2 * round);
-    Soak soak;
+    Soak soak(examples, plugin);
+    const long warm_up = rounds / kReports + 1;
     Holdings before;
-    for (long done = 0; done < count; ++done) {
-        if (done == warm_up) {
+    for (long done = 0; done < rounds; ++done) {
+        if (done % warm_up == 0) {
+            std::cout << done << " rounds: " << Holdings::now() << std::endl;
+        }
+        soak.round();
+        if (done + 1 == warm_up) {
             before = Holdings::now();
         }
-        if (done % std::max(count / kReports, 1L) == 0) {
-            std::cout << done << " validations: " << Holdings::now() << std::endl;
-        }
-        const auto digit = static_cast<char>('0' + done / round % 10);
-        soak.validate(steps[static_cast<std::size_t>(done % round)], digit);
     }
     const Holdings after = Holdings::now();
-    std::cout << count << " validations: " << after << std::endl;
-    if (count <= warm_up) {
-        fail("more validations are needed to see whether anything grows");
-    }
+    std::cout << rounds << " rounds: " << after << std::endl;
     require_flat(before, after);
-    if (!soak.has_asked_all()) {
-        fail("a rule was never asked");
-    }
+    soak.require_all_asked();
 }
 
 } // namespace
@@ -221,10 +216,10 @@ void run(long count)
 int main(int argc, char **argv)
 {
     try {
-        if (argc != 2) {
-            fail("usage: soak COUNT");
+        if (argc != 3 && argc != 4) {
+            fail("usage: soak ROUNDS EXAMPLES [PLUGIN]");
         }
-        run(std::stol(argv[1]));
+        run(std::stol(argv[1]), argv[2], argc == 4 ? argv[3] : CARD_PLUGIN);
         return 0;
     } catch (const std::exception &failure) {
         std::cerr << "soak: " << failure.what() << '\n';

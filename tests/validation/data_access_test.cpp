@@ -2,6 +2,7 @@
 
 #include "confd_get_objects_itf.h"
 #include "confd_get_str.h"
+#include "confd_text.h"
 
 #include <limits>
 #include <new>
@@ -44,7 +45,7 @@ protected:
     std::vector<unsigned> ids;
 };
 
-TEST_F(DataAccess, reads_a_list_in_chunks)
+TEST_F(DataAccess, ReadsAListInChunks)
 {
     struct Case {
         int tconts;
@@ -68,7 +69,7 @@ TEST_F(DataAccess, reads_a_list_in_chunks)
     }
 }
 
-TEST_F(DataAccess, ends_the_process_when_the_schema_is_another_one)
+TEST_F(DataAccess, EndsTheProcessWhenTheSchemaIsAnotherOne)
 {
     given(line_with_tconts(1));
     EXPECT_EXIT(ConfdGetObjsItf(3, 6, kTconts, sock(), tctx(), true), testing::ExitedWithCode(1),
@@ -77,18 +78,17 @@ TEST_F(DataAccess, ends_the_process_when_the_schema_is_another_one)
                 "from expected \\(3\\)\\.");
 }
 
-TEST_F(DataAccess, does_not_ask_the_schema_when_told_not_to)
+TEST_F(DataAccess, DoesNotAskTheSchemaWhenToldNotTo)
 {
     given(line_with_tconts(1));
     ConfdGetObjsItf reader(3, 6, kTconts, sock(), tctx(), false);
     EXPECT_EQ(engine::Hooks::instance().counts().count("confd_max_object_size"), 0U);
     // The entries have 2 values, not 3: that is a read error.
     EXPECT_EQ(reader.getObjects(), -1);
-    confd_free_value(&reader.entry(0)[1]);
     EXPECT_EQ(engine::Hooks::instance().held.values, 0);
 }
 
-TEST_F(DataAccess, tells_read_errors)
+TEST_F(DataAccess, TellsReadErrors)
 {
     given(line_with_tconts(4));
     auto &hooks = engine::Hooks::instance();
@@ -106,7 +106,7 @@ TEST_F(DataAccess, tells_read_errors)
     expect_nothing_held();
 }
 
-TEST_F(DataAccess, refuses_an_array_that_cannot_be_addressed)
+TEST_F(DataAccess, RefusesAnArrayThatCannotBeAddressed)
 {
     given(line_with_tconts(1));
     constexpr auto kMax = std::numeric_limits<std::uint32_t>::max();
@@ -115,7 +115,16 @@ TEST_F(DataAccess, refuses_an_array_that_cannot_be_addressed)
     expect_nothing_held();
 }
 
-TEST_F(DataAccess, reads_a_leaf_as_text_or_leaves_the_text_alone)
+TEST_F(DataAccess, PrintsNothingWherePrintingFails)
+{
+    confd_value_t value;
+    CONFD_SET_UINT32(&value, 4294967295);
+    EXPECT_EQ(print_value(value), "4294967295");
+    client().printing_fails = true; // What was printed before is still in memory.
+    EXPECT_EQ(print_value(value), "");
+}
+
+TEST_F(DataAccess, ReadsALeafAsTextOrLeavesTheTextAlone)
 {
     given("<interface><gpon><chassis-id>1</chassis-id><slot-id>1</slot-id><port-id>3</port-id>"
           "<description>first</description></gpon></interface>");

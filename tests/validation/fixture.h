@@ -1,6 +1,7 @@
 /** A card to validate on: a running configuration, a candidate, the capacities, the trace. */
 #pragma once
 
+#include "client_calls.h"
 #include "engine/data/keypath.h"
 #include "engine/data/path_reader.h"
 #include "engine/session/framework.h"
@@ -57,6 +58,7 @@ protected:
     }
     ~CardTest() override
     {
+        client() = {};
         zlog_host::write_to_stderr();
         zlog_host::set_level(zlog_host::kOff);
         engine::Hooks::instance().fail_no_more();
@@ -72,10 +74,14 @@ protected:
     }
     void given(const std::string &running, engine::Datastore candidate)
     {
+        given(test_support::checked_config(running), std::move(candidate));
+    }
+    void given(engine::Datastore running, engine::Datastore candidate)
+    {
         m_transaction = nullptr;
         m_context.reset();
         m_framework.reset();
-        m_framework.emplace(test_support::checked_config(running));
+        m_framework.emplace(std::move(running));
         m_transaction = &m_framework->begin(std::move(candidate));
         m_context.emplace();
         m_tctx.thandle = m_transaction->handle();

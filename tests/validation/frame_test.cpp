@@ -7,7 +7,8 @@
 #include <fm_host.h>
 
 #include <chrono>
-#include <thread>
+#include <cstdlib>
+#include <stdexcept>
 
 extern "C" int host_in_c_finds_the_point(void);
 
@@ -35,12 +36,12 @@ class Frame : public CardTest
 {
 };
 
-TEST_F(Frame, holds_defaults_until_the_platform_is_read)
+TEST_F(Frame, HoldsDefaultsUntilThePlatformIsRead)
 {
     EXPECT_THAT(figures(platform_settings), ElementsAre(1, 3, 3, 128, 8, 8));
 }
 
-TEST_F(Frame, reads_the_capacities_of_the_card)
+TEST_F(Frame, ReadsTheCapacitiesOfTheCard)
 {
     fm::Card full;
     full.do_bw_check = false;
@@ -63,7 +64,7 @@ TEST_F(Frame, reads_the_capacities_of_the_card)
     EXPECT_THAT(figures(settings_after(links_only)), ElementsAre(1, 3, 3, 0, 4, 4));
 }
 
-TEST_F(Frame, says_what_fails_and_keeps_the_defaults_when_the_platform_fails)
+TEST_F(Frame, SaysWhatFailsAndKeepsTheDefaultsWhenThePlatformFails)
 {
     struct Case {
         int init_result;
@@ -86,7 +87,15 @@ TEST_F(Frame, says_what_fails_and_keeps_the_defaults_when_the_platform_fails)
     fm::use_card(fm::default_card());
 }
 
-TEST_F(Frame, tcont_limits_follow_the_switch_both_ways)
+TEST_F(Frame, StoresAnyNumber)
+{
+    set_num_onus_per_ponlink(4294967295);
+    set_num_ponlinks(2147483648);
+    set_num_manageable_ponlinks(4294967294);
+    EXPECT_THAT(figures(platform_settings), ElementsAre(1, 3, 3, -1, -2147483648LL, 4294967294LL));
+}
+
+TEST_F(Frame, TcontLimitsFollowTheSwitchBothWays)
 {
     set_do_bw_check(false);
     EXPECT_THAT(figures(platform_settings), ElementsAre(0, 4, 3, 128, 8, 8));
@@ -94,7 +103,7 @@ TEST_F(Frame, tcont_limits_follow_the_switch_both_ways)
     EXPECT_THAT(figures(platform_settings), ElementsAre(1, 3, 3, 128, 8, 8));
 }
 
-TEST_F(Frame, names_its_validation_point_cut_to_the_buffer)
+TEST_F(Frame, NamesItsValidationPointCutToTheBuffer)
 {
     char name[64] = {};
     EXPECT_EQ(get_validation_point(name, sizeof(name)), 0);
@@ -104,7 +113,7 @@ TEST_F(Frame, names_its_validation_point_cut_to_the_buffer)
     EXPECT_EQ(host_in_c_finds_the_point(), 1);
 }
 
-TEST_F(Frame, accepts_an_unknown_key_without_asking_the_framework)
+TEST_F(Frame, AcceptsAnUnknownKeyWithoutAskingTheFramework)
 {
     given("");
     char key[] = "onu_bw_check_";
@@ -115,37 +124,17 @@ TEST_F(Frame, accepts_an_unknown_key_without_asking_the_framework)
     EXPECT_THAT(trace_lines(), testing::IsEmpty());
 }
 
-TEST_F(Frame, hands_a_request_to_the_validator_of_its_key)
-{
-    given("<interface><gpon><chassis-id>1</chassis-id><slot-id>1</slot-id><port-id>2</port-id>"
-          "</gpon></interface><gpon><card>1/1</card><pon-link><port>2</port></pon-link></gpon>");
-    char key[] = "onu_bw_check";
-    tctx()->validate_opaque = key;
-    confd_hkeypath_t keypath = keypath_of("/config/gpon{1/1}/pon-link{2}/port");
-    EXPECT_EQ(take_outcome(validate(tctx(), &keypath, nullptr)), accepted());
-    EXPECT_THAT(trace(kTraceDecision),
-                testing::Contains("BW check: pl 2, fxd=0, total=0, overhead=0 (num_onus=0)"));
-    engine::free_keypath(keypath);
-}
-
-TEST_F(Frame, trace_lines_carry_category_file_and_function)
+TEST_F(Frame, LetsAnExceptionOutThatTheHostMayKnow)
 {
     given("");
-    set_do_bw_check(false);
-    char key[] = "onu_bw_check";
+    client().xpath_text = "2147483648";
+    char key[] = "onu_snmp_rt_warn";
     tctx()->validate_opaque = key;
     confd_hkeypath_t keypath{};
-    EXPECT_EQ(take_outcome(validate(tctx(), &keypath, nullptr)), accepted());
-    ASSERT_EQ(trace_lines().size(), 1U);
-    const auto &line = trace_lines().front();
-    EXPECT_EQ(line.category, "gpon-valid");
-    EXPECT_EQ(line.file, "src/validation/gpon_bw_limit");
-    EXPECT_EQ(line.function, "validate_max_bandwidth_ponlink");
-    EXPECT_EQ(line.level, 12);
-    EXPECT_EQ(line.text, "Bandwidth check disabled for this platform.");
+    EXPECT_THROW(validate(tctx(), &keypath, nullptr), std::out_of_range);
 }
 
-TEST(FaultReport, names_the_fault_and_ends_the_process)
+TEST(FaultReport, NamesTheFaultAndEndsTheProcess)
 {
     EXPECT_EXIT(report_fault_and_exit("Reader", "src/validation/reader", 37, "size %d", 14),
                 testing::ExitedWithCode(1), "Reader.*src/validation/reader.*37.*size 14");
@@ -153,32 +142,65 @@ TEST(FaultReport, names_the_fault_and_ends_the_process)
                 testing::ExitedWithCode(1), "[^x]x{349}[^x]");
 }
 
-TEST(Stopwatch, runs_until_it_is_stopped_and_starts_anew)
+// Suites of this name come first: the category is created once, when a process first traces.
+TEST(TraceCategoryDeathTest, IsAskedForAgainUntilTheMiddlewareIsUp)
+{
+    const auto in_new_process = [](int mistakes) { std::_Exit(mistakes); };
+    EXPECT_EXIT(
+        {
+            velconfd::set_singleton_available(false);
+            const bool none = get_trace_cat() == nullptr && get_trace_cat() == nullptr;
+            velconfd::set_singleton_available(true);
+            const zlog_category_t *category = get_trace_cat();
+            velconfd::set_singleton_available(false);
+            in_new_process(none && category != nullptr && get_trace_cat() == category ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(
+        {
+            client().no_category = true;
+            const bool none = get_trace_cat() == nullptr;
+            client().no_category = false; // The middleware is not asked again.
+            in_new_process(none && get_trace_cat() == nullptr ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+class Stopwatch : public CardTest
+{
+protected:
+    using Times = std::vector<std::int32_t>;
+
+    /** Seconds, milliseconds, microseconds. */
+    static Times read(const cl_ElapsedTime &stopwatch)
+    {
+        return {stopwatch.get_elapsed_time_sec(), stopwatch.get_elapsed_time_msec(),
+                stopwatch.get_elapsed_time_usec()};
+    }
+};
+
+TEST_F(Stopwatch, RunsUntilItIsStoppedAndStartsAnew)
 {
     using namespace std::chrono_literals;
+    client().clock = 5s;
     cl_ElapsedTime stopwatch;
-    const auto begin = std::chrono::steady_clock::now();
-    const int first = stopwatch.get_elapsed_time_usec();
-    while (std::chrono::steady_clock::now() - begin < 3ms) {
-    }
-    EXPECT_GE(stopwatch.get_elapsed_time_usec(), first + 2000);
-    EXPECT_GE(stopwatch.get_elapsed_time_msec(), 3);
-    EXPECT_EQ(stopwatch.get_elapsed_time_sec(), 0);
-
+    EXPECT_EQ(read(stopwatch), (Times{0, 0, 0}));
+    *client().clock += 999999ns;
+    EXPECT_EQ(read(stopwatch), (Times{0, 0, 999}));
+    *client().clock += 2999ms;
+    EXPECT_EQ(read(stopwatch), (Times{2, 2999, 2999999}));
     stopwatch.stop();
-    const int frozen = stopwatch.get_elapsed_time_usec();
-    const auto stopped_at = stopwatch.get_stop_time();
-    while (std::chrono::steady_clock::now() - begin < 5ms) {
-    }
-    EXPECT_EQ(stopwatch.get_elapsed_time_usec(), frozen);
-    EXPECT_EQ(stopwatch.get_elapsed_time_msec(), frozen / 1000);
-    EXPECT_EQ(stopwatch.get_elapsed_time_sec(), frozen / 1000000);
-    EXPECT_EQ(stopwatch.get_stop_time(), stopped_at);
-
-    const auto restart = std::chrono::steady_clock::now();
+    *client().clock += 1h;
+    EXPECT_EQ(read(stopwatch), (Times{2, 2999, 2999999}));
+    EXPECT_EQ(stopwatch.get_stop_time(), cl_ElapsedTime::time_point(8s - 1ns));
     stopwatch.start();
-    const int anew = stopwatch.get_elapsed_time_usec();
-    EXPECT_LE(std::chrono::microseconds(anew), std::chrono::steady_clock::now() - restart);
+    *client().clock += 1h; // The low 32 bits.
+    EXPECT_EQ(read(stopwatch), (Times{3600, 3600000, static_cast<std::int32_t>(3600000000)}));
+
+    // An instant is looked up once: a stopwatch that begins is not one that was stopped.
+    client().clock_step = 1s;
+    const cl_ElapsedTime running;
+    EXPECT_EQ(read(running), (Times{1, 2000, 3000000}));
 }
 
 } // namespace

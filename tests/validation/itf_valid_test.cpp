@@ -1,14 +1,12 @@
 #include "fixture.h"
 
-#include "card_xml.h"
 #include "gpon_itf_valid.h"
+#include "support/card_xml.h"
 
 #include <limits>
 
 namespace
 {
-
-using card_xml::link;
 
 class GponInterfaces : public CardTest
 {
@@ -16,9 +14,9 @@ protected:
     Outcome ask_interfaces() { return ask(validate_itf_gpon, "/config/interface/gpon"); }
 };
 
-TEST_F(GponInterfaces, are_at_least_as_many_as_manageable_links)
+TEST_F(GponInterfaces, AreAtLeastAsManyAsManageableLinks)
 {
-    given("", link(5));
+    given("", test_support::xml("interface", test_support::link(5)));
     struct Case {
         std::uint32_t manageable;
         Outcome outcome;
@@ -30,15 +28,6 @@ TEST_F(GponInterfaces, are_at_least_as_many_as_manageable_links)
         EXPECT_EQ(ask_interfaces(), card.outcome) << card.manageable;
     }
     EXPECT_THAT(trace_lines(), testing::IsEmpty());
-}
-
-TEST_F(GponInterfaces, a_count_that_cannot_be_read_rejects_without_a_text)
-{
-    given(link(1));
-    set_num_manageable_ponlinks(0);
-    engine::Hooks::instance().fail_call(1, CONFD_ERR_OS);
-    EXPECT_EQ(ask_interfaces(), rejected(""));
-    EXPECT_THAT(trace(12), testing::ElementsAre("Failed getting gpon ports (forced failure)"));
 }
 
 } // namespace

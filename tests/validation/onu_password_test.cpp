@@ -1,53 +1,20 @@
-#include "card_xml.h"
 #include "fixture.h"
 
 #include "gpon_onu_password_valid.h"
+#include "support/card_xml.h"
 
 namespace
 {
 
-using testing::ElementsAre;
-using testing::Pair;
-
-const std::string kPasswordHeader =
-    "The ONU password must be unique per GPON interface.\n Repeated passwords:\n";
-const std::string kSerialNumberHeader =
-    "ONU serial number must be unique.\n Repeated serial numbers:\n";
-
-std::string onu(int id, const std::string &serial_number, const std::string &password)
-{
-    return card_xml::onu(
-        id, card_xml::element("auth-method", card_xml::element("serial-number", serial_number) +
-                                                 card_xml::element("password", password)));
-}
-
-std::string method(const std::string &name)
-{
-    return "<gpon><card>1/1</card><onu-auth-method>" + name + "</onu-auth-method></gpon>";
-}
-
-/** Two ONUs of one link that have everything in common. */
-std::string twins()
-{
-    return card_xml::link(3, onu(1, "ABCD0001", "rose") + onu(2, "ABCD0001", "rose"));
-}
+using namespace test_support;
 
 class OnuUniqueness : public CardTest
 {
 protected:
     static constexpr const char *kOnus = "/config/interface/gpon{1 1 3}/onu";
-
-    Outcome ask_card() { return ask(validate_onu_pwd_sn_unique, kOnus); }
-
-    const Outcome m_twin_serial_numbers =
-        rejected(kSerialNumberHeader + "interface gpon 3 onu 1 serial-number: [ABCD0001]\n"
-                                       "interface gpon 3 onu 2 serial-number: [ABCD0001]\n");
-    const Outcome m_twin_passwords =
-        rejected(kPasswordHeader + "interface gpon 3 onu 1 password: [rose]\n"
-                                   "interface gpon 3 onu 2 password: [rose]\n");
 };
 
-TEST_F(OnuUniqueness, reports_every_entry_of_a_repeated_value)
+TEST_F(OnuUniqueness, ReportsEveryEntryOfARepeatedValue)
 {
     struct Case {
         OnuCredentials values;
@@ -79,10 +46,14 @@ TEST_F(OnuUniqueness, reports_every_entry_of_a_repeated_value)
     EXPECT_EQ(duplicate, -1) << "set by another call, and not cleared";
 }
 
-TEST_F(OnuUniqueness, files_what_the_method_calls_for)
+TEST_F(OnuUniqueness, FilesWhatTheMethodCallsFor)
 {
-    given("", card_xml::link(3, onu(1, "abCDef01ab", "abCDef01ab") + onu(2, "abCd", "") +
-                                    card_xml::onu(4)));
+    const auto credentials = [](int id, const std::string &serial, const std::string &password) {
+        return onu(id,
+                   xml("auth-method", xml("serial-number", serial) + xml("password", password)));
+    };
+    given("", xml("interface", link(3, credentials(1, "abCDef01ab", "abCDef01ab") +
+                                           credentials(2, "abCd", "") + onu(4))));
     struct Case {
         const char *onu_id;
         const char *leaf;
@@ -116,84 +87,35 @@ TEST_F(OnuUniqueness, files_what_the_method_calls_for)
     }
 }
 
-TEST_F(OnuUniqueness, takes_the_method_from_the_candidate)
+TEST_F(OnuUniqueness, KeepsASerialNumberThatIsShorterThanItsVendor)
 {
-    struct Case {
-        std::string committed;
-        std::string candidate;
-        Outcome outcome;
-    };
-    for (const Case &card : {
-             Case{"", "", m_twin_serial_numbers},
-             Case{"", method("password"), m_twin_passwords},
-             Case{method("password"), method("serial-number"), m_twin_serial_numbers},
-             Case{method("password"), method("serial-number-and-password"), m_twin_serial_numbers},
-         }) {
-        given(card.committed, twins() + card.candidate);
-        EXPECT_EQ(ask_card(), card.outcome) << card.committed << " " << card.candidate;
-        expect_nothing_held();
-    }
-    given(twins());
-    EXPECT_EQ(ask_card(), m_twin_serial_numbers);
-    given(twins(), "");
-    confd_hkeypath_t keypath = keypath_of("/config/interface/gpon");
-    CONFD_SET_UINT32(&keypath.v[1][0], 1);
-    CONFD_SET_UINT32(&keypath.v[1][1], 1);
-    EXPECT_EQ(take_outcome(validate_onu_pwd_sn_unique(sock(), tctx(), &keypath, nullptr)),
-              accepted())
-        << "no interfaces are left";
-    EXPECT_THAT(trace_lines(), testing::IsEmpty());
+    given("");
+    client().leaf_text = "ab";
+    OnuCredentials values;
+    ProfileOnuSerialPassword(sock(), tctx(), values, "3", "1", "", "serial-number", 0);
+    EXPECT_THAT(values, testing::ElementsAre(testing::Pair("ab", "interface gpon 3 onu 1")));
 }
 
-TEST_F(OnuUniqueness, names_the_links_in_the_order_of_their_numbers)
+TEST_F(OnuUniqueness, ReadsTheMethodOfTheChassisAndSlotInTheKeypath)
 {
-    const auto links = [](const std::string &inside) {
-        std::string xml;
-        for (const char *port : {"10", "9"}) {
-            xml += "<gpon><chassis-id>1</chassis-id><slot-id>1</slot-id><port-id>" +
-                   std::string(port) + "</port-id>" + inside + "</gpon>";
-        }
-        return card_xml::element("interface", xml);
-    };
-    given("", links(onu(12, "ABCD0001", "rose") + onu(2, "ABCD0002", "rose")));
-    EXPECT_EQ(ask(validate_onu_pwd_sn_unique, "/config/interface/gpon{1 1 9}/onu"),
-              rejected(kSerialNumberHeader +
-                       "interface gpon 9 onu 12 serial-number: [ABCD0001]\n"
-                       "interface gpon 10 onu 12 serial-number: [ABCD0001]\n"
-                       "interface gpon 9 onu 2 serial-number: [ABCD0002]\n"
-                       "interface gpon 10 onu 2 serial-number: [ABCD0002]\n"));
-}
-
-TEST_F(OnuUniqueness, what_cannot_be_read_is_left_out)
-{
-    given("", twins() + method("password"));
-    const Outcome &found = m_twin_passwords;
-    EXPECT_THAT(ask_with_each_call_failing(validate_onu_pwd_sn_unique, kOnus),
-                ElementsAre(m_twin_serial_numbers,  // The method: serial numbers are examined.
-                            accepted(), accepted(), // Open the interfaces, the first one.
-                            accepted(), accepted(), // Open its ONUs, the first one.
-                            accepted(), accepted(), // Its password, the next ONU.
-                            accepted(),             // Its password.
-                            found, found, found,
-                            found)); // The end and close, of ONUs and interfaces.
-}
-
-TEST_F(OnuUniqueness, needs_a_transaction_and_a_keypath_below_an_interface)
-{
-    given(twins());
+    given("");
     confd_hkeypath_t keypath = keypath_of(kOnus);
+    CONFD_SET_UINT32(&keypath.v[1][0], 3);
+    CONFD_SET_UINT32(&keypath.v[1][1], 7);
+    std::vector<ClientCall> calls;
+    client().record = &calls;
+    EXPECT_EQ(getAuthMethod(sock(), tctx(), &keypath), 0);
+    EXPECT_EQ(calls.back().text, "maapi_get_enum_value_elem /config/gpon{3/7}/onu-auth-method");
+    engine::free_keypath(keypath);
+}
+
+TEST_F(OnuUniqueness, NeedsATransactionAndAKeypath)
+{
+    given("");
+    confd_hkeypath_t keypath{};
     EXPECT_EQ(validate_onu_pwd_sn_unique(sock(), nullptr, &keypath, nullptr), -1);
     EXPECT_EQ(take_outcome(validate_onu_pwd_sn_unique(sock(), tctx(), nullptr, nullptr)),
               rejected(""));
-
-    const std::string place = "src/validation/gpon_onu_password_valid:[0-9]+: int32_t "
-                              "getAuthMethod\\(int32_t, confd_trans_ctx\\*, confd_hkeypath_t\\*\\)";
-    for (const int key : {1, 0}) {
-        keypath.v[1][key].type = C_INT32;
-        EXPECT_DEATH(getAuthMethod(sock(), tctx(), &keypath), place + ".*\\(&keypath->v\\[1\\]\\[" +
-                                                                  std::to_string(key) +
-                                                                  "\\]\\)->type == C_UINT32");
-    }
 }
 
 } // namespace

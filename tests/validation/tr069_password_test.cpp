@@ -27,7 +27,7 @@ protected:
     const Outcome kTooLong = rejected("Invalid password length/size");
 };
 
-TEST_F(Tr069Password, counts_the_bytes_of_the_clear_text)
+TEST_F(Tr069Password, CountsTheBytesOfTheClearText)
 {
     for (const std::size_t length : {0U, 1U, 25U}) {
         EXPECT_EQ(ask_stored(engine::encrypt(std::string(length, '%'))), accepted()) << length;
@@ -40,12 +40,12 @@ TEST_F(Tr069Password, counts_the_bytes_of_the_clear_text)
         accepted());
 }
 
-TEST_F(Tr069Password, takes_the_value_by_its_size)
+TEST_F(Tr069Password, TakesTheValueByItsSize)
 {
     EXPECT_EQ(ask_stored(engine::encrypt("secret"), "what stands behind it"), accepted());
 }
 
-TEST_F(Tr069Password, a_value_that_cannot_be_decrypted_gets_the_same_message)
+TEST_F(Tr069Password, AValueThatCannotBeDecryptedGetsTheSameMessage)
 {
     for (const char *stored : {"", "$8$", "secret"}) {
         EXPECT_EQ(ask_stored(stored), kTooLong) << stored;
@@ -58,7 +58,7 @@ TEST_F(Tr069Password, a_value_that_cannot_be_decrypted_gets_the_same_message)
     }
 }
 
-TEST_F(Tr069Password, a_value_of_another_type_is_a_programming_error)
+TEST_F(Tr069Password, AValueOfAnotherTypeIsAProgrammingError)
 {
     confd_value_t newval;
     CONFD_SET_NOEXISTS(&newval);

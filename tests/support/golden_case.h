@@ -1,0 +1,58 @@
+/** Golden cases as the tests read them: a folder with a change, and what stands above it. */
+#pragma once
+
+#include "engine/data/yang_check.h"
+#include "engine/edit/edit.h"
+
+#include <fm_host.h>
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+
+namespace test_support
+{
+
+struct GoldenCase {
+    engine::Datastore running;
+    engine::Datastore candidate;
+    fm::Card card;
+};
+
+/** The file of that name in the folder or in the one above. */
+inline std::optional<std::filesystem::path> inherited(const std::filesystem::path &folder,
+                                                      const char *name)
+{
+    for (const auto &place : {folder / name, folder.parent_path() / name}) {
+        if (exists(place)) {
+            return place;
+        }
+    }
+    return std::nullopt;
+}
+
+/** @param checked  Whether YANG must allow the candidate; tests may hold what it forbids. */
+inline GoldenCase read_golden_case(const std::shared_ptr<const engine::Schema> &schema,
+                                   const std::filesystem::path &folder, bool checked = true)
+{
+    using engine::Datastore;
+    Datastore running(schema);
+    if (const auto file = inherited(folder, "running.xml")) {
+        running = Datastore::parse(schema, engine::read_source(*file));
+    }
+    engine::check_yang(running, "running.xml");
+    const auto whole = folder / "candidate.xml";
+    const auto edit =
+        exists(folder / "change.xml") ? folder / "change.xml" : folder / "overbook.xml";
+    Datastore candidate = exists(whole)
+                              ? Datastore::parse(schema, engine::read_source(whole), &running)
+                              : engine::apply_edit(running, engine::read_source(edit));
+    if (checked) {
+        engine::check_yang(candidate, "candidate");
+    }
+    const auto card = inherited(folder, "card.json");
+    return {std::move(running), std::move(candidate),
+            card ? fm::parse_card(engine::read_source(*card).text) : fm::default_card()};
+}
+
+} // namespace test_support
