@@ -1,7 +1,7 @@
 /** What a text may contain, read as a configuration and as an edit. */
-#include "card_xml.h"
 #include "engine/data/error.h"
 #include "engine/edit/edit.h"
+#include "support/card_xml.h"
 #include "support/model.h"
 
 #include <gmock/gmock.h>

@@ -35,7 +35,7 @@ OPERATORS = [
     (r"\bCONFD_VALIDATION_WARN\b", "CONFD_OK"), (r"\bkTraceFine\b", "kTraceDecision"),
     (r"\bkTraceProgress\b", "kTraceDecision"), (r"\bkTraceDecision\b", "kTraceFine"),
     (r"_sec\(\)", "_msec()"), (r"_msec\(\)", "_usec()"), (r"_usec\(\)", "_msec()"),
-    (r"\bcontinue;", "break;"), (r"\bbreak;", ";"), (r"\buint32_t\b", "int32_t"),
+    (r"\bcontinue;", "break;"), (r"\bbreak;", ";"),
     (r"\bITER_STOP\b", "ITER_CONTINUE"), (r"\bITER_CONTINUE\b", "ITER_RECURSE"),
     (r"\bITER_RECURSE\b", "ITER_CONTINUE"), (r"(?<![\w.])\d+(?![\w.])", lambda m: str(int(m[0]) + 1)),
 ]
@@ -64,8 +64,10 @@ def mutants_of(name, text):
                 yield from planted(lines, number, number,
                                    [line[:match.start()] + new + line[match.end():]])
         for match in re.finditer(r'"(\\.|[^"\\])+"', code):
-            yield from planted(lines, number, number,
-                               [line[:match.end() - 1] + "~" + line[match.end() - 1:]])
+            for text in (match[0][:-1] + '~"', match[0].replace("%u", "%d")):
+                if text != match[0]:
+                    yield from planted(lines, number, number,
+                                       [line[:match.start()] + text + line[match.end():]])
     for before, after in by_hand(name):
         if text.count(before) != 1:
             sys.exit(f"by_hand.txt: {name} does not hold once:\n{before}")

@@ -137,6 +137,9 @@ std::string sized(const confd_tag_value_t *values, int count)
 template <typename Print, typename Value>
 int printed(Print *print, char *buf, int n, const Value *value)
 {
+    if (client().printing_fails) {
+        return CONFD_ERR;
+    }
     if (const auto &text = client().printed) {
         return std::snprintf(buf, static_cast<std::size_t>(n), "%s", text->c_str());
     }
@@ -244,7 +247,7 @@ int velconfd_config_session_start(void *context)
     static const auto start =
         original("velconfd_config_session_start", &velconfd_config_session_start);
     return made("velconfd_config_session_start", [&] {
-        const int session = start(context);
+        const int session = client().sessions_start ? start(context) : client().no_session;
         if (session <= 0) {
             return client().no_session;
         }

@@ -27,6 +27,8 @@ struct ClientDouble {
     std::optional<std::string> leaf_text;
     /** What every value and every keypath is printed as. */
     std::optional<std::string> printed;
+    /** Nothing is printed. */
+    bool printing_fails = false;
     /** The first port of every list of Ethernet ports. */
     std::optional<std::uint8_t> ethernet_port;
     /** Value of list keys that are enumerations. */
@@ -35,6 +37,8 @@ struct ClientDouble {
     bool mistyped_ports = false;
     /** The schema knows the name of no tag. */
     bool nameless_tags = false;
+    /** Whether sessions of the committed configuration can be opened. */
+    bool sessions_start = true;
     /** What a session that cannot be opened answers. */
     int no_session = -1;
     /** Trace lines until memory runs out in one; 0: it does not. */

@@ -1,6 +1,7 @@
 #include "fixture.h"
 
 #include "gpon_line_profile_confirm.h"
+#include "gpon_onu_rg_profile_validation.h"
 #include "gpon_onu_snmp_rt_confirm.h"
 #include "gpon_ponlink_fec_confirm.h"
 #include "gpon_rg_profile_validation.h"
@@ -144,6 +145,35 @@ TEST_F(FecConfirm, KnowsTwoLeavesOnceTheInterfaceIsCommitted)
     EXPECT_EQ(open_sessions(), 0);
     given("", xml("interface", link(2)));
     EXPECT_EQ(ask(ponlink_fec_confirmation, other_leaf, &on), accepted());
+}
+
+class MissingSession : public CardTest
+{
+};
+
+TEST_F(MissingSession, IsEndedByTwoRules)
+{
+    const std::string list = "/config/profile/gpon/rg-profile";
+    given(xml("interface", link(1, onu(1, xml("rg-profile", "a")))) +
+          named("profile/gpon/rg-profile", "a") +
+          xml("gpon", xml("card", "1/1") + xml("rg-one-shot-prov")));
+    struct Case {
+        validator_t *validator;
+        std::string path;
+        bool is_ended;
+    };
+    for (const Case &rule :
+         {Case{ponlink_fec_confirmation, "/config/interface/gpon{1 1 1}/upstream-fec", true},
+          Case{service_port_delete_all_warning, "/config/service-port", true},
+          Case{rg_profile_confirmation, list + "{a}", false},
+          Case{validate_rg_prof_one_shot, "/config/interface/gpon{1 1 1}/onu{1}/rg-profile",
+               false}}) {
+        std::vector<ClientCall> calls;
+        client().record = &calls;
+        client().sessions_start = false;
+        ask(rule.validator, rule.path);
+        EXPECT_EQ(calls.back().text == "velconfd_config_session_end", rule.is_ended) << rule.path;
+    }
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include "confd_get_objects_itf.h"
 #include "confd_get_str.h"
+#include "confd_text.h"
 
 #include <limits>
 #include <new>
@@ -112,6 +113,15 @@ TEST_F(DataAccess, RefusesAnArrayThatCannotBeAddressed)
     EXPECT_THROW(ConfdGetObjsItf(kMax, kMax, kTconts, sock(), tctx(), false),
                  std::bad_array_new_length);
     expect_nothing_held();
+}
+
+TEST_F(DataAccess, PrintsNothingWherePrintingFails)
+{
+    confd_value_t value;
+    CONFD_SET_UINT32(&value, 4294967295);
+    EXPECT_EQ(print_value(value), "4294967295");
+    client().printing_fails = true; // What was printed before is still in memory.
+    EXPECT_EQ(print_value(value), "");
 }
 
 TEST_F(DataAccess, ReadsALeafAsTextOrLeavesTheTextAlone)
