@@ -139,6 +139,9 @@ Fault fault_of(const ly_err_item &item)
     if (tagged != kByTag.end()) {
         return tagged->second;
     }
+    if (item.msg != nullptr && std::string_view(item.msg).rfind("Duplicate instance", 0) == 0) {
+        return Fault::kDuplicate; // Only the text tells.
+    }
     switch (item.vecode) {
     case LYVE_SYNTAX:
     case LYVE_SYNTAX_XML:

@@ -184,13 +184,16 @@ private:
     /** Line of the node at fault, if it stands in the text once: by its name and value. */
     unsigned line_of(const FaultLocation &location, const Problem &problem) const
     {
+        const auto *node = location.data.empty() ? nullptr : find_data(location.data);
+        if (problem.fault == Fault::kDuplicate && node != nullptr) {
+            return line_of_duplicate(m_source.text, *Schema::of(node), node);
+        }
         const auto name = problem.path.substr(problem.path.rfind('/') + 1);
         if (m_source.text.empty() || name.empty() || name.find('}') != std::string::npos) {
             return problem.line; // A list entry is not found by its list's name.
         }
-        const auto *leaf = location.data.empty() ? nullptr : find_data(location.data);
-        const bool has_value = leaf != nullptr && (leaf->schema->nodetype & LYD_NODE_TERM) != 0;
-        return line_of_node(m_source.text, name, has_value ? lyd_get_value(leaf) : "");
+        const bool has_value = node != nullptr && (node->schema->nodetype & LYD_NODE_TERM) != 0;
+        return line_of_node(m_source.text, name, has_value ? lyd_get_value(node) : "");
     }
 
     lyd_node *find_data(const std::string &path) const

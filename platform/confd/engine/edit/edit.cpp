@@ -212,22 +212,13 @@ void EditApplier::normalise_siblings(const lyd_node *first, lyd_node *parent)
     }
 }
 
-/** With the line of an entry's last key, or of the node itself, if there are two such in the text.
- */
 void EditApplier::add_duplicate(const lyd_node *node, const std::string &hint)
 {
     constexpr std::size_t kMaxSearches = 20; // Each goes through the whole text.
     add_problem(Fault::kDuplicate, node, "Duplicate node", hint);
-    const auto *schema = schema_of(m_candidate.schema(), node);
-    const auto *term = node;
-    for (std::size_t i = 0; schema->is_list() && i < schema->key_nodes.size(); ++i) {
-        term = i == 0 ? lyd_child(node) : term->next;
-    }
     if (m_problems.size() <= kMaxSearches) {
-        const bool has_same_value = schema->is_list() || schema->is_leaf_list();
-        const char *value = has_same_value ? lyd_get_value(term) : "";
-        const auto &name = schema->is_list() ? schema->key_nodes.back()->name : schema->name;
-        m_problems.back().line = line_of_second_node(m_source.text, name, value);
+        const auto &schema = *schema_of(m_candidate.schema(), node);
+        m_problems.back().line = line_of_duplicate(m_source.text, schema, node);
     }
 }
 

@@ -112,8 +112,17 @@ unsigned line_of_node(const std::string &text, std::string_view name, std::strin
                         [&](std::size_t place) { return is_node_at(text, place, name, value); });
 }
 
-unsigned line_of_second_node(const std::string &text, std::string_view name, std::string_view value)
+unsigned line_of_duplicate(const std::string &text, const SchemaNode &schema, const lyd_node *node)
 {
+    std::string_view name = schema.name;
+    const auto *term = node;
+    for (const auto *key : schema.key_nodes) {
+        term = key == schema.key_nodes.front() ? lyd_child(node) : term->next;
+        name = key->name;
+    }
+    // Both entries have the same value; a leaf's two values may differ.
+    const bool is_entry = schema.is_list() || schema.is_leaf_list();
+    const std::string_view value = is_entry ? lyd_get_value(term) : "";
     return line_of_last(text, name, 2,
                         [&](std::size_t place) { return is_node_at(text, place, name, value); });
 }

@@ -1,6 +1,8 @@
 /** Finds things in an edit's text: libyang keeps no line numbers of what it parsed. */
 #pragma once
 
+#include "engine/schema/schema.h"
+
 #include <string>
 #include <string_view>
 
@@ -13,8 +15,10 @@ namespace engine
  */
 unsigned line_of_node(const std::string &text, std::string_view name, std::string_view value);
 
-/** Line of the second of two such nodes; 0 when there are fewer, or more. */
-unsigned line_of_second_node(const std::string &text, std::string_view name,
-                             std::string_view value);
+/**
+ * Line of a node that is there twice: that of a list entry's last key, or else its own.
+ * @return 0 when there are more than two such in the text.
+ */
+unsigned line_of_duplicate(const std::string &text, const SchemaNode &schema, const lyd_node *node);
 
 } // namespace engine
