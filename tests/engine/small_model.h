@@ -5,22 +5,23 @@
 #include "engine/schema/schema_loader.h"
 #include "support/model.h"
 
-#include <cstdint>
 #include <memory>
 #include <string>
-#include <string_view>
 
 namespace test_support
 {
 
 /** A model with one module `t`, namespace urn:t, of these statements. */
-inline std::shared_ptr<const engine::Schema> small_schema(const std::string &statements)
+inline std::shared_ptr<const engine::Schema>
+small_schema(const std::string &statements,
+             std::uint32_t (*tag_of)(std::string_view) = model::tag_of)
 {
     engine::ModelSource source = model_source();
     source.texts.push_back({"t", "module t { yang-version 1.1; namespace urn:t; prefix t;"
                                  " import tailf-common { prefix tailf; } " +
                                      statements + "}"});
     source.main_module = "t";
+    source.tag_of = tag_of;
     return engine::load_schema(source);
 }
 
