@@ -96,32 +96,6 @@ TEST_F(Objects, SubListsLeafListsAndPresenceContainersAreOneValue)
                        "C_BOOL false, C_XMLTAG dhcp-server-address-pool, C_NOEXISTS, C_NOEXISTS");
 }
 
-TEST_F(Objects, AnExactMultipleOfAChunkEndsInAnEmptyOne)
-{
-    const struct {
-        int entries;
-        std::vector<int> chunks;
-    } cases[] = {{0, {0}}, {2, {2}}, {3, {3, 0}}, {6, {3, 3, 0}}, {7, {3, 3, 1}}};
-    for (const auto &[count, chunks] : cases) {
-        SCOPED_TRACE(count);
-        std::string ports;
-        for (int i = count; i > 0; --i) {
-            ports += port(i);
-        }
-        start(ports);
-        open("/config/service-port");
-        for (const int chunk : chunks) {
-            EXPECT_EQ(fetch(20, 3), chunk == 0 ? 0 : 20);
-            EXPECT_EQ(delivered, chunk);
-            EXPECT_EQ(cursor.n, chunk == 3 ? 1 : 0);
-        }
-        EXPECT_EQ(fetch(20, 3), CONFD_ERR);
-        expect_error(CONFD_ERR_PROTOUSAGE, {"end"});
-        TearDown();
-    }
-    start("");
-}
-
 TEST_F(Objects, GoOnAfterTheCursorsEntry)
 {
     start(port(1) + port(2) + port(3));
@@ -134,6 +108,11 @@ TEST_F(Objects, GoOnAfterTheCursorsEntry)
     EXPECT_EQ(described(cursor.keys[0]), "C_UINT32 3");
     EXPECT_EQ(fetch(20, 0), CONFD_ERR);
     expect_error(CONFD_ERR_PROTOUSAGE, {"room"});
+    EXPECT_EQ(fetch(20, 1), 0) << "nothing is left";
+    EXPECT_EQ(delivered, 0);
+    EXPECT_EQ(cursor.n, 0);
+    EXPECT_EQ(fetch(20, 1), CONFD_ERR);
+    expect_error(CONFD_ERR_PROTOUSAGE, {"end"});
     maapi_destroy_cursor(&cursor);
     EXPECT_EQ(fetch(1, 1), CONFD_ERR);
     expect_error(CONFD_ERR_PROTOUSAGE, {"destroyed"});

@@ -1,4 +1,5 @@
-#include "small_model.h"
+#include "engine/schema/schema_loader.h"
+#include "support/model.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -100,7 +101,7 @@ TEST(Schema, RefusesModelsThatItCannotServe)
         {"rpc a;", "/a: "},
         {"container c { config false; list aa { leaf abc { type string; } } }", "/c/aa: "},
         {"leaf-list a { type tailf:aes-cfb-128-encrypted-string; }", "plain leaves"},
-        {"leaf a { type nowhere; }", "cannot load module t"},
+        {"leaf a { type nowhere; }", "cannot load module m"},
         {with_point("tailf:dependency '../zz';"),
          "/c/aa: tailf:validate: the dependency \"../zz\""},
         {with_point("tailf:dependency '/c/zz';"), "no node"},
@@ -111,12 +112,17 @@ TEST(Schema, RefusesModelsThatItCannotServe)
         {"leaf a { type string; tailf:validate p { tailf:call-once 'true'; } }", "for lists"},
         {"choice w { tailf:validate p; leaf a { type string; } }", "choice"},
     };
-    const auto length_as_tag = [](std::string_view name) {
-        return static_cast<std::uint32_t>(name.size());
-    };
+    const std::string header = "module m { yang-version 1.1; namespace urn:m; prefix m;"
+                               " import tailf-common { prefix tailf; } ";
     for (const auto &[nodes, error] : rows) {
+        auto source = test_support::model_source();
+        source.texts.push_back({"m", header + nodes + "}"});
+        source.main_module = std::string("m");
+        source.tag_of = [](std::string_view name) {
+            return static_cast<std::uint32_t>(name.size());
+        };
         try {
-            test_support::small_schema(nodes, length_as_tag);
+            engine::load_schema(source);
             ADD_FAILURE() << "loaded: " << nodes;
         } catch (const std::runtime_error &failure) {
             EXPECT_THAT(failure.what(), HasSubstr(error)) << nodes;

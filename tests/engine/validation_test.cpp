@@ -3,7 +3,7 @@
 #include "card_xml.h"
 #include "engine/data/yang_check.h"
 #include "engine/edit/edit.h"
-#include "small_model.h"
+#include "printers.h"
 #include "support/model.h"
 
 #include <gmock/gmock.h>
@@ -91,7 +91,23 @@ TEST(Plan, RelativeDependenciesReachTheSameEntryAndAbsoluteOnesAll)
     const auto running = port(1) + port(2) + kCard + profile("");
     EXPECT_THAT(asked(running, port_edit(2, xml("gpon/id", "1/1/4")), "sp_gem_check"),
                 ElementsAre("/config/service-port{2}/gpon <- /config/service-port{2}/gpon/id"));
-    const std::string gem = " <- /config/profile/gpon/line-profile{l}/gem{1}";
+    // What comes or goes calls for a rule that depends on what is in it.
+    const auto whole = [](const std::string &name, const std::string &operation) {
+        return xml("profile/gpon/line-profile", xml("name", name), operation);
+    };
+    const auto line = [](const std::string &cause) {
+        return Lines{"/config/service-port{1}/gpon <- " + cause,
+                     "/config/service-port{2}/gpon <- " + cause};
+    };
+    const std::string path = "/config/profile/gpon/line-profile{l}";
+    EXPECT_EQ(asked(running, whole("l", kDelete), "sp_gem_check"), line(path));
+    EXPECT_EQ(asked(port(1) + port(2), profile(""), "sp_gem_check"), line(path));
+    EXPECT_EQ(asked(running, whole("new", kCreate), "sp_gem_check"), Lines{});
+    // Of several causes the first is told, once.
+    EXPECT_EQ(
+        asked(running, profile(kDelete) + port_edit(2, xml("gpon/id", "1/1/4")), "sp_gem_check"),
+        line(path + "/gem{1}"));
+    const std::string gem = " <- " + path + "/gem{1}";
     EXPECT_THAT(
         asked(running, profile(kDelete)),
         ElementsAre("sp_gem_check /config/service-port{1}/gpon" + gem,
@@ -115,6 +131,8 @@ TEST(Plan, APointOnceIsAskedForEachParentThatTheChangeReaches)
          {path + "1" + method, path + "2" + method, path + "3" + method}},
         {interfaces(link(4, onu(7, serial("ABCD0007")))), {path + "4}/onu <- " + path + "4}"}},
         {interfaces(link(3, onu(1, "", kDelete))), {path + "3}/onu <- " + path + "3}/onu{1}"}},
+        // A plain container is there by what is in it only.
+        {interfaces(link(3, onu(2, "", kDelete))), {}},
     };
     for (const auto &[edit, expected] : rows) {
         EXPECT_EQ(asked(running, edit, "onu_pwd_sn_unique_check"), expected) << edit;
@@ -145,67 +163,6 @@ TEST(Plan, TakesLeavesAndContainersThatAreThereByDefault)
                 ElementsAre("rg_prof_one_shot_check " + path + " <- " + path + "/pppoe-username"));
 }
 
-/** What is asked when the inside of container c of a small model changes. */
-Lines planned_small(const std::string &statements, const std::string &before,
-                    const std::string &after)
-{
-    const auto schema = small_schema("container c { " + statements + " }");
-    return planned(small_config(schema, xml("c", before, "xmlns='urn:t'")),
-                   small_config(schema, xml("c", after, "xmlns='urn:t'")));
-}
-
-/** An entry of list `name` of a small model. */
-std::string entry(const std::string &name, const std::string &key, const std::string &inside = "")
-{
-    return xml(name, xml("k", key) + inside);
-}
-
-TEST(Plan, ADependencyComesAndGoesWithWhatIsAboveItIfItWasThere)
-{
-    const auto model = R"(list l { key k; leaf k { type uint8; } leaf a { type string; }
-        container n { leaf b { type string; } } } container v {
-        tailf:validate p { tailf:opaque leaf; tailf:dependency '/c/l/a'; }
-        tailf:validate p { tailf:opaque container; tailf:dependency '/c/l/n'; } })";
-    EXPECT_THAT(planned_small(model, entry("l", "1"), ""), IsEmpty());
-    EXPECT_THAT(planned_small(model, entry("l", "1", xml("a", "x")), ""),
-                ElementsAre("leaf /c/v <- /c/l{1}"));
-    EXPECT_THAT(planned_small(model, entry("l", "1") + entry("l", "2", xml("n/b", "x")), ""),
-                ElementsAre("container /c/v <- /c/l{2}"));
-}
-
-TEST(Plan, SeveralDependenciesAskAnInstanceOnceForTheFirstCause)
-{
-    const auto model = R"(list l { key k; leaf k { type uint8; } leaf far { type string; }
-        list m { key k; leaf k { type uint8; } leaf near { type string; } leaf last { type string; }
-        container v { tailf:validate p { tailf:opaque v; tailf:dependency '../last';
-        tailf:dependency '../near'; tailf:dependency '../../far'; tailf:dependency '/c/all'; } } } }
-        leaf all { type string; })";
-    const auto plain = entry("m", "1") + entry("m", "2");
-    const auto near = entry("m", "1") + entry("m", "2", xml("near", "x"));
-    const auto far = xml("far", "x");
-    const auto running = entry("l", "1", plain) + entry("l", "2", plain);
-    const std::string near_1 = "v /c/l{1}/m{2}/v <- /c/l{1}/m{2}/near";
-    const std::pair<std::string, Lines> rows[] = {
-        {entry("l", "1", near) + entry("l", "2", far + near),
-         {near_1, "v /c/l{2}/m{1}/v <- /c/l{2}/far", "v /c/l{2}/m{2}/v <- /c/l{2}/far"}},
-        {entry("l", "1", near) + entry("l", "2", plain) + xml("all", "x"),
-         {"v /c/l{1}/m{1}/v <- /c/all", near_1, "v /c/l{2}/m{1}/v <- /c/all",
-          "v /c/l{2}/m{2}/v <- /c/all"}},
-        // In document order, whichever dependency reaches an instance; what is new but lacks the
-        // nodes that it depends on is not asked.
-        {running + entry("l", "3",
-                         entry("m", "1", xml("near", "x")) + entry("m", "2", xml("last", "x")) +
-                             entry("m", "3") + entry("m", "4", xml("near", "x"))),
-         {"v /c/l{3}/m{1}/v <- /c/l{3}", "v /c/l{3}/m{2}/v <- /c/l{3}",
-          "v /c/l{3}/m{4}/v <- /c/l{3}"}},
-        // What shares the entries of a deleted subtree is gone with it.
-        {entry("l", "1", plain), {}},
-    };
-    for (const auto &[candidate, expected] : rows) {
-        EXPECT_EQ(planned_small(model, running, candidate), expected) << candidate;
-    }
-}
-
 /** Keeps what it is told. */
 class Record : public engine::Observer
 {
@@ -215,9 +172,7 @@ public:
     void before(std::size_t request) override { asked.push_back(request); }
     void after(std::size_t request, const engine::Answer &answer) override
     {
-        static const char *const kVerdicts[] = {"accepted", "warning", "rejected"};
-        const auto *verdict = kVerdicts[static_cast<int>(answer.verdict)];
-        answers.push_back(m_requests[request].point->opaque + ": " + verdict + " " +
+        answers.push_back(m_requests[request].point->opaque + ": " + name_of(answer.verdict) + " " +
                           std::to_string(answer.result) + " " + answer.text);
         calls = answer.calls;
     }
@@ -263,13 +218,13 @@ TEST_F(Validate, HandsOverWhatTheCallbackNeeds)
         return CONFD_OK;
     };
     Record record(requests);
-    EXPECT_TRUE(validate(callback, record) == Verdict::kAccepted);
+    EXPECT_EQ(validate(callback, record), Verdict::kAccepted);
     EXPECT_THAT(seen, ElementsAre("config_modified_check 2", "service_port_global_validation 2",
                                   "sp_gem_check 4", "fec_confirmation_warning 5 true",
                                   "service_port_delete_all_warning_check 2"));
     EXPECT_THAT(record.calls, ElementsAre(::testing::Pair("maapi_exists", 1U)));
     name = "another_point";
-    EXPECT_TRUE(validate(callback, record) == Verdict::kAccepted);
+    EXPECT_EQ(validate(callback, record), Verdict::kAccepted);
     EXPECT_EQ(record.asked.size(), 5U);
 }
 
@@ -298,7 +253,7 @@ TEST_F(Validate, EndsWithTheFirstErrorUnlessToldToGoOn)
             context->error.str = result != CONFD_OK ? strdup("text") : nullptr;
             return result;
         };
-        EXPECT_TRUE(validate(callback, record, row.keep_going) == row.verdict);
+        EXPECT_EQ(validate(callback, record, row.keep_going), row.verdict);
         EXPECT_EQ(record.asked.size(), row.asked);
         EXPECT_EQ(record.answers.front(), row.answer);
         EXPECT_EQ(record.answers.size(), row.asked);

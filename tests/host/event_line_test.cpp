@@ -1,4 +1,5 @@
 #include "checker/event_line.h"
+#include "engine/printers.h"
 
 #include <gmock/gmock.h>
 
@@ -57,7 +58,7 @@ private:
     std::array<int, 2> m_ends{};
 };
 
-TEST_F(EventLine, an_answer_comes_back_whole_and_before_the_next_request)
+TEST_F(EventLine, BringsAnAnswerBackWholeAndBeforeTheNextRequest)
 {
     for (const char *text : {"", "plain", "two\nlines and \"quotes\"", "a 7 0 0 0 0"}) {
         SCOPED_TRACE(text);
@@ -85,7 +86,7 @@ TEST_F(EventLine, an_answer_comes_back_whole_and_before_the_next_request)
     }
 }
 
-TEST_F(EventLine, the_last_answer_is_told_even_when_nothing_follows)
+TEST_F(EventLine, TellsTheLastAnswerEvenWhenNothingFollows)
 {
     {
         host::EventWriter writer(writing_end());
@@ -94,7 +95,7 @@ TEST_F(EventLine, the_last_answer_is_told_even_when_nothing_follows)
     EXPECT_EQ(hear().afters.size(), 1U);
 }
 
-TEST_F(EventLine, nonsense_is_no_event)
+TEST_F(EventLine, RefusesAMalformedEvent)
 {
     Heard heard;
     for (const char *line : {"", "b", "bx", "b1x", "a", "a1 2", "a1 0 0 0 1 name", "a1 0 0 0 0 {",
