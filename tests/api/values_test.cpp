@@ -82,25 +82,22 @@ TEST_F(Values, PrintIsCutAsSnprintfDoes)
 
 TEST_F(Values, TextByType)
 {
-    const char *vlan = "/config/service-port/match/outer/vlan-id";
-    const char *method = "/config/gpon/onu-auth-method";
+    const std::string vlan = "/config/service-port/match/outer/vlan-id";
+    const std::string method = "/config/gpon/onu-auth-method";
     confd_value_t value{};
-    CONFD_SET_INT32(&value, 100);
-    EXPECT_EQ(by_type(vlan, value), "100");
-    EXPECT_EQ(by_type(method, value), "error 5");
-    CONFD_SET_ENUM_VALUE(&value, 0);
-    EXPECT_EQ(by_type(vlan, value), "any");
-    EXPECT_EQ(by_type(method, value), "serial-number");
-    EXPECT_EQ(by_type("/config/service-port/id", value), "error 5");
-    CONFD_SET_ENUM_VALUE(&value, 9);
-    EXPECT_EQ(by_type(method, value), "error 5");
-    CONFD_SET_UINT32(&value, 9);
-    EXPECT_EQ(by_type(vlan, value), "error 5");
-    EXPECT_EQ(by_type("/config/service-port", value), "error 5") << "a list has no type";
+    const auto expect = [&value](const std::string &path, const std::string &text) {
+        EXPECT_EQ(by_type(path.c_str(), value), text) << path;
+    };
+    CONFD_SET_INT32(&value, 100), expect(vlan, "100"), expect(method, "error 5");
+    CONFD_SET_ENUM_VALUE(&value, 0), expect(vlan, "any"), expect(method, "serial-number");
+    expect("/config/service-port/id", "error 5");
+    expect("/config/service-port", "error 5"); // A list has no type.
+    CONFD_SET_ENUM_VALUE(&value, 9), expect(method, "error 5");
+    CONFD_SET_UINT32(&value, 9), expect(vlan, "error 5");
     value.type = C_STR;
     value.val.s = "text";
-    EXPECT_EQ(by_type("/config/service-port/description", value), "text");
-    EXPECT_EQ(by_type(method, value), "error 5");
+    expect("/config/service-port/description", "text");
+    expect(method, "error 5");
 }
 
 TEST_F(Values, FreeingLeavesNothingToFreeAgain)
