@@ -188,38 +188,4 @@ TEST(DatastoreCheck, AddsDefaultsAndLeavesTheTreeAsItWasWhenItFails)
     EXPECT_THAT(values(faulty, "rg-profile"), ElementsAre("none"));
 }
 
-TEST(Datastore, ReadsWhatItPrints)
-{
-    for (const auto &inside :
-         {onu_5(xml("description", "&lt;\"quoted\"&gt;")),
-          xml("gpon", xml("card", "1/1") + xml("rg-one-shot-prov")), std::string()}) {
-        const auto tree = checked_config(inside);
-        for (const auto format : {Format::kXml, Format::kJson}) {
-            const auto text = tree.print(format);
-            SCOPED_TRACE(text);
-            EXPECT_EQ(engine::format_of(text), format);
-            auto again = parse(text);
-            engine::check_yang(again, "test.xml");
-            EXPECT_EQ(lyd_compare_siblings(tree.root(), again.root(), LYD_COMPARE_FULL_RECURSION),
-                      LY_SUCCESS);
-        }
-    }
-}
-
-TEST(Datastore, CopiesStandAlone)
-{
-    auto original = checked_config(port(1, xml("description", "old")));
-    const auto copy = original.copy();
-    lyd_node *leaf = nullptr;
-    lyd_find_path(original.root(), "/base:config/service-port[id='1']/description", 0, &leaf);
-    ASSERT_NE(leaf, nullptr);
-    ASSERT_EQ(lyd_change_term(leaf, "new"), LY_SUCCESS);
-    EXPECT_THAT(values(copy, "description"), ElementsAre("old"));
-
-    Datastore empty(schema());
-    EXPECT_EQ(empty.copy().root(), nullptr);
-    empty = std::move(original);
-    EXPECT_THAT(values(empty, "description"), ElementsAre("new"));
-}
-
 } // namespace

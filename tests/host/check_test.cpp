@@ -1,5 +1,7 @@
 #include "program_runner.h"
 
+#include <regex>
+
 using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
@@ -61,13 +63,23 @@ TEST_F(Check, ExplainsWhichRulesRanAndWhy)
                       HasSubstr("YANG check")));
 }
 
+/** What the child tells its parent comes through whole: texts, verdicts, calls. */
 TEST_F(Check, RunsInThisProcessWithTheSameReport)
 {
-    for (const std::string script : {"", "fec_confirmation_warning=reject:No.\n", kWarning}) {
-        const ProgramRun child = check_fec(script, {"--all"});
-        const ProgramRun here = check_fec(script, {"--all", "--in-process"});
-        EXPECT_EQ(here.out, child.out);
-        EXPECT_EQ(here.code, child.code);
+    const auto without_times = [](const std::string &text) {
+        return std::regex_replace(text, std::regex(" +[0-9.]+ ms"), "");
+    };
+    for (const std::string plugin : {CARD_PLUGIN, kScripted}) {
+        for (const std::string script :
+             {"fec_confirmation_warning=reject:a \"b\" 7 0\n", kWarning}) {
+            std::vector<std::string> words{"--plugin", plugin, "--all", "--calls"};
+            const ProgramRun child = check_fec(script, words);
+            words.push_back("--in-process");
+            const ProgramRun here = check_fec(script, words);
+            EXPECT_EQ(without_times(here.out), without_times(child.out));
+            EXPECT_EQ(here.code, child.code);
+            EXPECT_THAT(here.out, HasSubstr("Calls:\n"));
+        }
     }
 }
 

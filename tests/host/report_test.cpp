@@ -54,6 +54,14 @@ TEST(TextReport, CutsALongOutputOfTheDead)
     EXPECT_THAT(out.str(), testing::EndsWith("  line 41\nNot decided.\n"));
 }
 
+TEST(TextReport, ShowsAProblemOfNoFile)
+{
+    std::ostringstream out;
+    host::print_problems(out, {{engine::Fault::kInternal, "", 0, "", "Broken", ""}},
+                         host::Style(false));
+    EXPECT_EQ(out.str(), "Broken\n");
+}
+
 TEST(JsonReport, SurvivesBytesThatAreNoUtf8)
 {
     const auto report = host::print_json(host::json_report(died("broken \xff byte\n"), false));
