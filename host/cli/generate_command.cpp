@@ -1,9 +1,9 @@
 #include "cli/generate_command.h"
 
+#include "card_model.h"
 #include "checker/model_schema.h"
 #include "checker/outcome.h"
 #include "cli/output_file.h"
-#include "model.h"
 
 #include <nlohmann/json.hpp>
 

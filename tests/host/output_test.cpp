@@ -3,8 +3,6 @@
 
 #include "report/printable.h"
 
-#include <nlohmann/json.hpp>
-
 #include <sys/stat.h>
 
 using testing::HasSubstr;
