@@ -2,10 +2,11 @@
 # Lets allocations fail, one a run, throughout a check of a change that must be rejected: whatever
 # is missing, the change is never accepted, and the program ends in an orderly way.
 # Usage: sweep.sh LIBRARY GPON_VALIDATE CASE [RUNS]
-# Half of the runs let one allocation fail, the others all from there on; RUNS 0 is all there are.
+# Of the runs a third lets one allocation fail, a third all from there on, and a third one of the last,
+# which are those of the rules; RUNS 0 is all that there are.
 set -uo pipefail
 
-library=$1 program=$2 runs=${4:-160}
+library=$1 program=$2 runs=${4:-180}
 cd "$3" || exit 1
 words=(check --running ../running.xml --card ../card.json --edit change.xml)
 
@@ -20,23 +21,29 @@ total=$(tail -n 1 <<< "$said")
 [ "$code" -eq 1 ] || { echo "with all memory: exit code $code: $said"; exit 1; }
 [ "$total" -gt 1000 ] || { echo "allocations are not counted: $said"; exit 1; }
 
-step=$((runs == 0 ? 1 : total * 2 / runs + 1))
 declare -A ends
 status=0
-for for_good in "" FAIL_FOR_GOOD=1; do
-    for ((at = 1 + ${#for_good}; at <= total; at += step)); do
-        try FAIL_AT="$at" $for_good
+# sweep FIRST [FAIL_FOR_GOOD=1]: from this allocation on.
+sweep() {
+    local first=$1 at step
+    shift
+    step=$((runs == 0 ? 1 : (total - first) * 3 / runs + 1))
+    for ((at = first; at <= total; at += step)); do
+        try FAIL_AT="$at" "$@"
         code=$?
         ends[$code]=$((${ends[$code]:-0} + 1))
         case $code in
         1 | 3 | 4) ;;
         *)
-            echo "allocation $at $for_good: exit code $code: $said"
+            echo "allocation $at $*: exit code $code: $said"
             status=1
             ;;
         esac
     done
-done
+}
+sweep 1
+sweep 2 FAIL_FOR_GOOD=1
+sweep $((total * 19 / 20))
 for code in "${!ends[@]}"; do
     echo "exit code $code: ${ends[$code]} runs"
 done

@@ -1,6 +1,7 @@
 #include "engine/data/changes.h"
 
 #include "engine/data/path.h"
+#include "engine/data/problems.h"
 #include "engine/data/value.h"
 
 #include <algorithm>
@@ -67,10 +68,10 @@ int compare_keys(const SchemaNode &list, const lyd_node *a, const lyd_node *b)
 const lyd_node *counterpart(const lyd_node *siblings, const lyd_node *entry)
 {
     lyd_node *match = nullptr;
-    if (siblings == nullptr || lyd_find_sibling_first(siblings, entry, &match) != LY_SUCCESS) {
-        return nullptr;
-    }
-    return match;
+    const LY_ERR result =
+        siblings != nullptr ? lyd_find_sibling_first(siblings, entry, &match) : LY_ENOTFOUND;
+    require_memory(result);
+    return result == LY_SUCCESS ? match : nullptr;
 }
 
 /** For each number whether it belongs to one longest increasing subsequence. */

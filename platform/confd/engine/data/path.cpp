@@ -1,6 +1,7 @@
 #include "engine/data/path.h"
 
 #include "engine/data/error.h"
+#include "engine/data/problems.h"
 
 namespace engine
 {
@@ -23,7 +24,9 @@ lyd_node *probe_of(const SchemaNode &list, const lyd_node *siblings)
     const lyd_node *first = list.probe == nullptr ? first_among(siblings, list) : nullptr;
     if (first != nullptr) {
         lyd_node *copy = nullptr;
-        if (lyd_dup_single(first, nullptr, LYD_DUP_NO_META, &copy) != LY_SUCCESS) {
+        const LY_ERR result = lyd_dup_single(first, nullptr, LYD_DUP_NO_META, &copy);
+        require_memory(result);
+        if (result != LY_SUCCESS) {
             throw Error(CONFD_ERR_INTERNAL, "cannot look up an entry of " + list.path());
         }
         list.probe.reset(copy);
@@ -41,7 +44,9 @@ const lyd_node *find_entry(const lyd_node *siblings, const Path::Step &step)
     lyd_node *key = lyd_child(probe);
     for (const std::string &text : step.keys) {
         const bool is_new = text != lyd_get_value(key);
-        if (is_new && lyd_change_term_canon(key, text.c_str()) != LY_SUCCESS) {
+        const LY_ERR result = is_new ? lyd_change_term_canon(key, text.c_str()) : LY_SUCCESS;
+        require_memory(result);
+        if (result != LY_SUCCESS) {
             // A text that the key's type does not allow: no entry can have it.
             ly_err_clean(step.node->yang->module->ctx, nullptr);
             return nullptr;
@@ -49,7 +54,7 @@ const lyd_node *find_entry(const lyd_node *siblings, const Path::Step &step)
         key = key->next;
     }
     lyd_node *match = nullptr;
-    lyd_find_sibling_first(siblings, probe, &match);
+    require_memory(lyd_find_sibling_first(siblings, probe, &match));
     return match;
 }
 

@@ -2,6 +2,7 @@
 #include "engine/data/path_reader.h"
 
 #include "engine/data/error.h"
+#include "engine/data/problems.h"
 #include "engine/data/value.h"
 
 #include <cstring>
@@ -139,13 +140,14 @@ std::optional<std::string> canonical_form(const Schema &schema, const SchemaNode
 {
     if (probe != nullptr) {
         const auto result = lyd_change_term(probe, text.c_str());
+        require_memory(result);
         const bool fits = result == LY_SUCCESS || result == LY_EEXIST || result == LY_ENOT;
         return fits ? std::optional<std::string>(lyd_get_value(probe)) : std::nullopt;
     }
     const char *canonical = nullptr;
     // What a reference refers to is not asked here, so LY_EINCOMPLETE is as good as success.
-    lyd_value_validate(schema.context(), leaf.yang, text.c_str(), text.size(), nullptr, nullptr,
-                       &canonical);
+    require_memory(lyd_value_validate(schema.context(), leaf.yang, text.c_str(), text.size(),
+                                      nullptr, nullptr, &canonical));
     if (canonical == nullptr) {
         return std::nullopt;
     }

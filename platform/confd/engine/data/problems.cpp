@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <new>
 #include <string_view>
 #include <unordered_map>
@@ -86,8 +87,11 @@ bool memory_was_lacking = false;
 
 void note_message(LY_LOG_LEVEL /*level*/, const char *message, const char * /*path*/)
 {
-    if (message == nullptr || std::string_view(message).substr(0, 17) == "Memory allocation") {
-        memory_was_lacking = true;
+    // Libyang's own words, and those of the library that matches its patterns.
+    for (const char *words : {"Memory allocation failed", "no more memory"}) {
+        if (message == nullptr || std::strstr(message, words) != nullptr) {
+            memory_was_lacking = true;
+        }
     }
 }
 
