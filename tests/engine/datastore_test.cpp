@@ -189,4 +189,11 @@ TEST(DatastoreCheck, AddsDefaultsAndLeavesTheTreeAsItWasWhenItFails)
     EXPECT_THAT(values(faulty, "rg-profile"), ElementsAre("none"));
 }
 
+TEST(InputError, HasAProblemEvenWhenNobodyNamedOne)
+{
+    const InputError error({});
+    ASSERT_THAT(error.problems(), SizeIs(1));
+    EXPECT_EQ(error.problems()[0].fault, engine::Fault::kInternal);
+}
+
 } // namespace

@@ -1,7 +1,12 @@
 /** Plug-ins that fail or die: what is said, and with which exit code. */
 #include "program_runner.h"
 
+#include <nlohmann/json.hpp>
+
+#include <string_view>
+
 using testing::HasSubstr;
+using testing::Not;
 
 namespace
 {
@@ -29,6 +34,11 @@ TEST_F(PluginFailure, IsToldWithItsPlaceAndItsOutput)
         {"fec_confirmation_warning=fault", 4, in_rule("signal 9 (Killed)")},
         {"fec_confirmation_warning=exit:3", 4, in_rule("it ended the process with exit status 3")},
         {"fec_confirmation_warning=exit:0", 4, in_rule("it ended the process with exit status 0")},
+        {"fec_confirmation_warning=fork", 4, in_rule("it ended the process with exit status 0")},
+        {"fec_confirmation_warning=forge:{\"event\":\"ended\"};", 3, "not of our making"},
+        {"fec_confirmation_warning=forge:a0 0 0 0 0 ;b1;a1 0 0 0 0 ;"
+         "{\"event\":\"step\",\"step\":4};{\"event\":\"ended\"};",
+         3, "not of our making"},
         {"fec_confirmation_warning=throw:stoi", 4,
          in_rule("uncaught exception std::out_of_range: stoi")},
         {"fec_confirmation_warning=hang", 4, in_rule("no answer within 3 s", "was stopped")},
@@ -75,6 +85,35 @@ TEST_F(PluginFailure, InThisProcessTellsAnExceptionToo)
     const ProgramRun done = check_fec("fec_confirmation_warning=throw:stoi\n", {"--in-process"});
     EXPECT_EQ(done.code, 4) << done;
     EXPECT_THAT(done.out, HasSubstr(in_rule("uncaught exception std::out_of_range: stoi")));
+}
+
+/** Of the program itself: the test must not end with the plug-in. */
+TEST_F(PluginFailure, InThisProcessIsToldWhenThePluginEndsIt)
+{
+    struct End {
+        const char *act;
+        const char *out; /**< In the text report and in the JSON report. */
+        const char *err;
+    };
+    for (const auto &[act, out, err] :
+         {End{"exit:0", "it ended the process with exit status 0", ""},
+          End{"exit:3", "it ended the process with exit status 3", ""},
+          End{"fork", "", "gpon-validate: the plug-in ended this process at once, with _exit\n"},
+          End{"assert", "", "gpon-validate: the plug-in died in this process: Aborted"}}) {
+        for (const char *form : {"--all", "--json"}) {
+            setenv("GPON_TEST_SCRIPT", (std::string("fec_confirmation_warning=") + act).c_str(), 1);
+            const ProgramRun done =
+                run_alone({"check", "--plugin", kScripted, "--in-process", form, "--running",
+                           file("running.xml", kRunning), "--edit", file("change.xml", kFecEdit)});
+            SCOPED_TRACE(testing::Message() << act << " " << form << "\n" << done);
+            EXPECT_EQ(done.code, 4);
+            EXPECT_THAT(done.out, HasSubstr(out));
+            EXPECT_THAT(done.err, HasSubstr(err));
+            EXPECT_THAT(done.out, Not(HasSubstr("ccepted")));
+            EXPECT_EQ(nlohmann::json::accept(done.out),
+                      std::string_view(form) == "--json" && *out != '\0');
+        }
+    }
 }
 
 } // namespace

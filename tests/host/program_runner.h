@@ -14,6 +14,7 @@
 #include <optional>
 #include <sstream>
 #include <string>
+#include <sys/wait.h>
 #include <vector>
 
 /** A card with one PON link, and an edit that one rule looks at, about two leaves. */
@@ -94,6 +95,22 @@ protected:
         run.out = without_folder(out.str());
         run.err = without_folder(err.str());
         return run;
+    }
+
+    /** Runs the program in a process of its own, through a shell. Nobody is asked. */
+    ProgramRun run_alone(const std::vector<std::string> &words, const std::string &prefix = "",
+                         const std::string &suffix = "") const
+    {
+        std::string command = prefix;
+        for (const auto &list : {std::vector<std::string>{GPON_VALIDATE_WORDS}, words}) {
+            for (const auto &word : list) {
+                command += " '" + word + "'";
+            }
+        }
+        command += " </dev/null >" + path("stdout") + " 2>" + path("stderr") + " " + suffix;
+        const int status = std::system(command.c_str());
+        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, without_folder(read("stdout")),
+                without_folder(read("stderr"))};
     }
 
     /** Runs `check` with the scripted plug-in, if the words name no other. */

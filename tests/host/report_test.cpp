@@ -64,7 +64,8 @@ TEST(TextReport, ShowsAProblemOfNoFile)
 
 TEST(JsonReport, SurvivesBytesThatAreNoUtf8)
 {
-    const auto report = host::print_json(host::json_report(died("broken \xff byte\n"), false));
+    const auto report =
+        host::print_json(host::json_report(died("broken \xff byte\n"), false), false);
     EXPECT_EQ(nlohmann::json::parse(report).at("plugin-output"), "broken \xef\xbf\xbd byte\n");
 }
 

@@ -239,18 +239,34 @@ bool has_leaf_list_defaults(const Schema &schema)
     return found;
 }
 
+/** A failure that is none of the data's, such as one of memory, need not come again. */
+Problem unexplained(const Source &source, LY_ERR result)
+{
+    return {Fault::kInternal,
+            source.name,
+            0,
+            "",
+            "the check against the model failed (libyang's code " + std::to_string(result) +
+                "), and found no fault in a second run",
+            ""};
+}
+
 } // namespace
 
 void check_yang(Datastore &tree, const Source &source)
 {
     const Schema &schema = tree.schema();
     auto *context = schema.context();
-    const bool is_valid =
-        lyd_validate_all(&tree.m_root, context, LYD_VALIDATE_NO_STATE, nullptr) == LY_SUCCESS;
+    const LY_ERR result = lyd_validate_all(&tree.m_root, context, LYD_VALIDATE_NO_STATE, nullptr);
+    require_memory(result);
     ly_err_clean(context, nullptr);
-    if (!is_valid) {
+    if (result != LY_SUCCESS) {
         Datastore trial = tree.copy();
-        throw InputError(FaultFinder(schema, trial.m_root, source).find());
+        auto problems = FaultFinder(schema, trial.m_root, source).find();
+        if (problems.empty()) {
+            problems.push_back(unexplained(source, result));
+        }
+        throw InputError(std::move(problems));
     }
     if (has_leaf_list_defaults(schema)) {
         order_by_keys(tree.m_root); // They come in the model's order.
