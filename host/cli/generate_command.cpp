@@ -1,8 +1,8 @@
 #include "cli/generate_command.h"
 
+#include "card_model.h"
 #include "checker/model_schema.h"
 #include "checker/outcome.h"
-#include "model.h"
 
 #include <nlohmann/json.hpp>
 

@@ -60,39 +60,6 @@ TEST_F(Supervisor, DeliversLinesAndOutputInWhole)
     EXPECT_EQ(end.exit_status, 0);
 }
 
-TEST_F(Supervisor, DeliversWhatWasSaidBeforeTheEnd)
-{
-    const ChildEnd end = run([](int fd) {
-        say(fd, "last\n");
-        say(STDERR_FILENO, "words");
-        std::raise(SIGKILL);
-    });
-    EXPECT_EQ(end.signal, SIGKILL);
-    EXPECT_FALSE(end.timed_out);
-    EXPECT_EQ(lines, std::vector<std::string>{"last"});
-    EXPECT_EQ(output, "words");
-}
-
-TEST_F(Supervisor, TellsTheExitStatus)
-{
-    EXPECT_EQ(run([](int) { _exit(17); }).exit_status, 17);
-}
-
-TEST_F(Supervisor, KillsASilentChild)
-{
-    const ChildEnd end = run(
-        [](int fd) {
-            say(fd, "start\n");
-            for (;;) {
-                pause();
-            }
-        },
-        500ms);
-    EXPECT_TRUE(end.timed_out);
-    EXPECT_EQ(end.signal, SIGKILL);
-    EXPECT_EQ(lines, std::vector<std::string>{"start"});
-}
-
 TEST_F(Supervisor, DoesNotWaitForAGrandchildThatHoldsThePipes)
 {
     // Without patience: only the end of the child can end this.

@@ -13,6 +13,7 @@
 namespace
 {
 
+using testing::AllOf;
 using testing::ContainsRegex;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -45,6 +46,8 @@ TEST_F(Trace, KeepsTheLevelsFromTheOneThatIsSet)
     EXPECT_EQ(zlog_level_enabled(m_category, 12), 0);
     EXPECT_EQ(zlog_level_enabled(m_category, zlog_host::kOff), 0);
 
+    EXPECT_EQ(zlog_host::category("gpon-valid"), m_category);
+    EXPECT_NE(zlog_host::category("another"), m_category);
     zlog_host::set_level(11);
     trace(10, "fine");
     trace(11, "progress");
@@ -101,34 +104,15 @@ TEST_F(Trace, GoesToStderrUnlessToldOtherwise)
     zlog_host::set_level(12);
     testing::internal::CaptureStderr();
     trace(12, "on the screen");
-    EXPECT_THAT(testing::internal::GetCapturedStderr(),
-                HasSubstr("12 gpon-valid src/file:7 func: on the screen\n"));
-}
-
-TEST_F(Trace, SaysWhenAFileCannotBeWritten)
-{
-    const ScratchFile no_folder;
-    try {
-        zlog_host::write_to_file(no_folder.path() + "/trace");
-        ADD_FAILURE() << "a file in a file was opened";
-    } catch (const std::runtime_error &error) {
-        EXPECT_THAT(error.what(), HasSubstr(no_folder.path()));
-    }
-}
-
-TEST_F(Trace, LosesALineRatherThanThrowIntoItsCaller)
-{
+    // A line is lost rather than that its caller would have to do with an exception.
     zlog_host::write_to([](const zlog_host::Line &) { throw std::runtime_error("disk full"); });
-    zlog_host::set_level(10);
-    testing::internal::CaptureStderr();
     EXPECT_NO_THROW(trace(12, "lost"));
-    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("disk full"));
-}
-
-TEST_F(Trace, FindsACategoryAgainByItsName)
-{
-    EXPECT_EQ(zlog_host::category("gpon-valid"), m_category);
-    EXPECT_NE(zlog_host::category("another"), m_category);
+    EXPECT_THAT(
+        testing::internal::GetCapturedStderr(),
+        AllOf(HasSubstr("12 gpon-valid src/file:7 func: on the screen\n"), HasSubstr("disk full")));
+    const ScratchFile no_folder;
+    EXPECT_THAT([&] { zlog_host::write_to_file(no_folder.path() + "/trace"); },
+                testing::ThrowsMessage<std::runtime_error>(HasSubstr(no_folder.path())));
 }
 
 } // namespace

@@ -64,10 +64,10 @@ def mutants_of(name, text):
                 yield from planted(lines, number, number,
                                    [line[:match.start()] + new + line[match.end():]])
         for match in re.finditer(r'"(\\.|[^"\\])+"', code):
-            for text in (match[0][:-1] + '~"', match[0].replace("%u", "%d")):
-                if text != match[0]:
+            for literal in (match[0][:-1] + '~"', match[0].replace("%u", "%d")):
+                if literal != match[0]:
                     yield from planted(lines, number, number,
-                                       [line[:match.start()] + text + line[match.end():]])
+                                       [line[:match.start()] + literal + line[match.end():]])
     for before, after in by_hand(name):
         if text.count(before) != 1:
             sys.exit(f"by_hand.txt: {name} does not hold once:\n{before}")

@@ -147,6 +147,18 @@ TEST_F(FecConfirm, KnowsTwoLeavesOnceTheInterfaceIsCommitted)
     EXPECT_EQ(ask(ponlink_fec_confirmation, other_leaf, &on), accepted());
 }
 
+TEST_F(FecConfirm, TellsThatNothingChanges)
+{
+    confd_value_t off;
+    CONFD_SET_BOOL(&off, 0);
+    given(xml("interface", link(2, xml("downstream-fec", "false"))));
+    EXPECT_EQ(ask(ponlink_fec_confirmation, "/config/interface/gpon{1 1 2}/downstream-fec", &off),
+              accepted());
+    EXPECT_THAT(trace(12), testing::ElementsAre("kp=/config/interface/gpon{1 1 %d}/downstream-fec "
+                                                "value_changed=0.",
+                                                "gpon 1/1/2 FEC didn't changed"));
+}
+
 class MissingSession : public CardTest
 {
 };

@@ -97,6 +97,7 @@ TEST_F(Frame, StoresAnyNumber)
 
 TEST_F(Frame, TcontLimitsFollowTheSwitchBothWays)
 {
+    platform_settings.max_tconts_bw_type_1 = 7;
     set_do_bw_check(false);
     EXPECT_THAT(figures(platform_settings), ElementsAre(0, 4, 3, 128, 8, 8));
     set_do_bw_check(true);
