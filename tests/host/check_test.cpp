@@ -9,17 +9,16 @@ using testing::Not;
 namespace
 {
 
-/** Checks the FEC edit: one rule, asked about two leaves. */
 using Check = ProgramTest;
 
 constexpr const char *kWarning = "fec_confirmation_warning=warn:Traffic stops.\n";
 
 TEST_F(Check, ShowsARejectionWithoutAText)
 {
-    const std::string rule = "/config/interface/gpon{1 1 1}/";
+    const std::string link = "/config/interface/gpon{1 1 1}/";
     const auto shown = [&](const std::string &words) {
-        return "Objections:\n  " + rule + "downstream-fec (fec_confirmation_warning)\n    " +
-               words + "\n  " + rule + "upstream-fec (fec_confirmation_warning)\n    " + words +
+        return "Objections:\n  " + link + "downstream-fec (fec_confirmation_warning)\n    " +
+               words + "\n  " + link + "upstream-fec (fec_confirmation_warning)\n    " + words +
                "\nRejected.\n";
     };
     const ProgramRun rejected = check_fec("fec_confirmation_warning=reject\n", {"--all"});
