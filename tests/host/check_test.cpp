@@ -13,7 +13,7 @@ using Check = ProgramTest;
 
 constexpr const char *kWarning = "fec_confirmation_warning=warn:Traffic stops.\n";
 
-TEST_F(Check, ShowsARejectionWithoutAText)
+TEST_F(Check, ShowsARejectionWithoutAReadableText)
 {
     const std::string link = "/config/interface/gpon{1 1 1}/";
     const auto shown = [&](const std::string &words) {
@@ -26,6 +26,8 @@ TEST_F(Check, ShowsARejectionWithoutAText)
     EXPECT_EQ(rejected.out, shown("rejected without a text"));
     EXPECT_EQ(check_fec("fec_confirmation_warning=answer:7\n", {"--all"}).out,
               shown("rejected without a text (result 7)"));
+    EXPECT_THAT(check_fec("fec_confirmation_warning=reject:\xff\n").out,
+                HasSubstr("    \xef\xbf\xbd\n")); // What is no UTF-8.
     EXPECT_THAT(check_fec("fec_confirmation_warning=warn\n").out,
                 HasSubstr("    warned without a text\n"));
 }
