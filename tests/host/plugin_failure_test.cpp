@@ -47,6 +47,8 @@ TEST_F(PluginFailure, IsToldWithItsPlaceAndItsOutput)
         {"lib_finish=hang", 4, "The plug-in was stopped in lib_finish: no answer within 3 s.\n"},
         {"lib_init=answer:-1", 3, "lib_init failed with result -1"},
         {"get_validation_point=answer:-1", 3, "get_validation_point failed with result -1"},
+        {"lib_init=print:note\nget_validation_point=answer:-1", 3,
+         "The plug-in had written:\n  note\n"},
         {"name=other_check", 3,
          "the validation point \"other_check\", but the data model has \"gpon_validation_check\""},
     };

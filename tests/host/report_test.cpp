@@ -116,6 +116,7 @@ TEST(Result, IsTheWorstThatHappened)
 {
     const auto exit_code = [](const Outcome &of) { return static_cast<int>(of.result()); };
     Outcome outcome;
+    EXPECT_EQ(exit_code(outcome), 3) << "nothing was completed";
     outcome.completed = true;
     outcome.runs = {run_of("small", "", Verdict::kWarning)};
     outcome.confirmation = {true, true, false};
