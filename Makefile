@@ -13,8 +13,8 @@ source_dirs := src platform model host tests bench fuzz
 linted := ^$(CURDIR)/(src|platform|model|host)/
 
 .DEFAULT_GOAL := help
-.PHONY: help run test test-powerpc sizes packages test-packages bench plot mutants soak fuzz coverage docs api-docs build \
-    configure deps format lint clean
+.PHONY: help run program test test-powerpc sizes packages test-packages bench plot mutants soak fuzz coverage \
+    docs api-docs build configure format lint clean
 
 help: ## Lists these commands
 	@echo "Besides git, make is all that has to be there first: on Debian 12 the rest is installed"
@@ -25,7 +25,7 @@ help: ## Lists these commands
 	@echo "PRESET=werror or PRESET=sanitize builds and tests in another way than desk, each in"
 	@echo "build/PRESET; JOBS=N sets how many jobs run at a time (here $(JOBS))."
 
-run: build ## Builds, then checks the example: an edit that overbooks a PON link is rejected
+run: program ## Builds gpon-validate, and checks the example: an edit that overbooks a PON link is rejected
 	@echo
 	@echo "An edit overbooks a PON link of a full card: gpon-validate must reject it (exit code 1)."
 	@$(bin_dir)/gpon-validate check --running $(example)/running.xml --edit $(example)/overbook.xml \
@@ -34,27 +34,34 @@ run: build ## Builds, then checks the example: an edit that overbooks a PON link
 	    echo "gpon-validate ended with exit code $$code, not with the rejection." >&2; exit 1; \
 	fi
 
-test: build ## Builds, then runs all tests
+# What gpon-validate needs, the plug-in included, and nothing else.
+program: ## Builds gpon-validate and the plug-in only
+	@cmake/install-deps.sh program
+	@test -f $(build_dir)/build.ninja || cmake --preset $(PRESET) -DGPON_TESTS=OFF -DGPON_BENCH=OFF
+	cmake --build --preset $(PRESET) --parallel $(JOBS) --target gpon-validate
+
+test: build ## Builds everything, then runs all tests
 	ctest --preset $(PRESET) --parallel $(JOBS)
 
 test-powerpc: ## Builds for the card's architecture and runs all tests under an emulator
-	@cmake/install-deps.sh build powerpc
+	@cmake/install-deps.sh program tests powerpc
 	cmake/powerpc/libraries.sh build/powerpc-libraries
 	cmake --preset powerpc
 	cmake --build --preset powerpc --parallel $(JOBS)
 	ctest --preset powerpc --parallel $(JOBS)
 
-sizes: build ## Tells the plug-in's size here and, after make test-powerpc, on the card's architecture
+sizes: program ## Tells the plug-in's size here and, after make test-powerpc, on the card's architecture
 	@cmake/sizes.sh "x86-64" strip $(build_dir)/lib/libgpon_card_valid.so \
 	    "PowerPC, 32 bits" powerpc-linux-gnu-strip build/powerpc/lib/libgpon_card_valid.so
 
-packages: build ## Builds Debian packages: the plug-in, and the desk tools
+packages: program ## Builds Debian packages: the plug-in, and the desk tools
 	@cmake/install-deps.sh packages
-	cd $(build_dir) && cpack
+	cd $(build_dir) && rm -rf packages && cpack
 	@ls -l $(build_dir)/packages/*.deb
 
-test-packages: packages ## Installs the packages into a bare Debian and checks the example there (as root)
+test-packages: packages ## Checks the packages, and installs them into a bare Debian (as root)
 	@cmake/install-deps.sh test-packages
+	tests/packages/check_packages.sh $(build_dir) $(build_dir)/rebuilt
 	tests/packages/clean_system.sh $(build_dir)/packages $(build_dir)/clean-system
 
 bench: build ## Builds, then runs the benchmarks (BENCH_ARGS="--benchmark_filter=..."): tables, and JSON
@@ -73,7 +80,7 @@ soak: build ## Runs all golden cases 400 times in one process and looks for what
 	$(bin_dir)/soak 400 examples
 
 fuzz: ## Looks for inputs that break something, SECONDS=n with each fuzzer
-	@cmake/install-deps.sh build fuzz
+	@cmake/install-deps.sh program fuzz
 	@test -f build/fuzz/build.ninja || cmake --preset fuzz
 	cmake --build --preset fuzz --parallel $(JOBS)
 	fuzz/run.sh build/fuzz $(SECONDS)
@@ -90,7 +97,7 @@ coverage: ## Tells which lines and branches of the plug-in no test runs
 	gcovr --root . --object-directory build/coverage --filter src/validation/ \
 	    --exclude-throw-branches --exclude-unreachable-branches --branches --print-summary
 
-docs: build ## Writes docs/rules anew from the rules' facts, the model and the golden cases
+docs: program ## Writes docs/rules anew from the rules' facts, the model and the golden cases
 	cmake --build --preset $(PRESET) --target docs
 
 api-docs: ## Writes the public headers' documentation as pages to browse
@@ -102,11 +109,11 @@ api-docs: ## Writes the public headers' documentation as pages to browse
 build: configure ## Builds everything
 	cmake --build --preset $(PRESET) --parallel $(JOBS)
 
-configure: deps
-	@test -f $(build_dir)/build.ninja || cmake --preset $(PRESET)
-
-deps: ## Installs the packages that the build needs
-	@cmake/install-deps.sh build
+# A folder that was configured for the program alone is configured again, and keeps what is built.
+configure:
+	@cmake/install-deps.sh program tests
+	@{ test -f $(build_dir)/build.ninja && grep -q '^GPON_TESTS:BOOL=ON' $(build_dir)/CMakeCache.txt; } || \
+	    cmake --preset $(PRESET)
 
 format: ## Formats all sources
 	@cmake/install-deps.sh format

@@ -1,7 +1,7 @@
 /** The client calls as the recorded copy of the plug-in makes them. */
+#include "call_recorder.h"
 #include "engine/data/value.h"
 #include "path_call.h"
-#include "recorder.h"
 #include "wrapped.h"
 
 #include <confd_cdb.h>

@@ -1,6 +1,6 @@
 /** The calls that the client library answers by itself: they wait for nobody. */
+#include "call_recorder.h"
 #include "path_call.h"
-#include "recorder.h"
 #include "wrapped.h"
 
 #include <confd_lib.h>

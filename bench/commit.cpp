@@ -2,8 +2,8 @@
 
 #include "gpon_card_valid.h"
 
+#include "call_recorder.h"
 #include "engine/data/path.h"
-#include "recorder.h"
 #include "stopwatch.h"
 
 #include <fm_host.h>

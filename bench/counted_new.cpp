@@ -1,5 +1,5 @@
 /** Allocation for the whole program; what the plug-in takes is counted. It uses nothing but new. */
-#include "recorder.h"
+#include "call_recorder.h"
 
 #include <cstdlib>
 #include <new>

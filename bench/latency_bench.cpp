@@ -1,8 +1,8 @@
 /** What a commit costs on a framework that takes its time to answer. */
 #include "benchmarks.h"
+#include "call_recorder.h"
 #include "card.h"
 #include "commit.h"
-#include "recorder.h"
 #include "rule_trial.h"
 
 #include <benchmark/benchmark.h>

@@ -1,7 +1,7 @@
 /** Paths of client calls, kept so that a call can be made again. */
 #pragma once
 
-#include "recorder.h"
+#include "call_recorder.h"
 
 #include <cstdarg>
 #include <cstddef>

@@ -1,6 +1,6 @@
 #include "rule_trial.h"
 
-#include "recorder.h"
+#include "call_recorder.h"
 
 #include <algorithm>
 #include <memory>

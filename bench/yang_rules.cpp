@@ -2,8 +2,8 @@
 
 #include "bandwidth_helpers.h"
 #include "card.h"
+#include "card_model.h"
 #include "engine/schema/schema_loader.h"
-#include "model.h"
 #include "tags.h"
 
 #include <stdexcept>

@@ -1,4 +1,7 @@
-# Warnings and sanitizers, for all targets alike.
+# Warnings, hardening and sanitizers, for all targets alike.
+include(CheckCXXCompilerFlag)
+include(CheckPIESupported)
+
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion)
 # GCC 12 reports copies that cannot happen in `"text" + std::string` (its bug 105651), and on 32 bits
 # calls some of them too long.
@@ -11,6 +14,37 @@ endif()
 if(GPON_WERROR)
   add_compile_options(-Werror)
 endif()
+
+# Hardening: executables are position-independent, relocations are resolved at load time and read-only
+# from then on, and the stack is guarded. Not every architecture has all of it.
+check_pie_supported()
+add_link_options(-Wl,-z,relro -Wl,-z,now)
+set(GPON_HARDENING_OPTIONS "")
+foreach(option -fstack-protector-strong -fstack-clash-protection -fcf-protection)
+  string(MAKE_C_IDENTIFIER "GPON_HAS${option}" has_option)
+  check_cxx_compiler_flag(${option} ${has_option})
+  if(${has_option})
+    list(APPEND GPON_HARDENING_OPTIONS ${option})
+  endif()
+endforeach()
+# The checked C functions need an optimizing build, and would hide calls from the sanitizers.
+if(NOT GPON_SANITIZE AND NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
+  list(APPEND GPON_HARDENING_OPTIONS -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
+endif()
+add_compile_options(${GPON_HARDENING_OPTIONS})
+
+# What is built does not depend on the folder that it is built in, also where a compiler cache has turned
+# paths into such relative to the build folder. (Not where lines are counted: their counts are looked up by
+# the real name.)
+set(GPON_MAP_OPTION -ffile-prefix-map)
+if(GPON_COVERAGE)
+  set(GPON_MAP_OPTION -fmacro-prefix-map)
+endif()
+file(RELATIVE_PATH from_build ${CMAKE_BINARY_DIR} ${PROJECT_SOURCE_DIR})
+string(REGEX REPLACE "/$" "" from_build ${from_build})
+add_compile_options(${GPON_MAP_OPTION}=${from_build}=. ${GPON_MAP_OPTION}=${PROJECT_SOURCE_DIR}=.
+                    ${GPON_MAP_OPTION}=${CMAKE_BINARY_DIR}=build)
+
 if(GPON_SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=address,undefined)

@@ -6,7 +6,7 @@ foreach(input IN LISTS INPUTS)
   string(APPEND entries "        {\"${name}\", R\"__text__(${text})__text__\"},\n")
 endforeach()
 file(WRITE ${OUTPUT} "// Generated from the YANG files: do not edit.
-#include \"model.h\"
+#include \"card_model.h\"
 
 namespace model {
 

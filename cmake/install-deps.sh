@@ -3,11 +3,12 @@
 set -euo pipefail
 
 declare -A groups=(
-    [build]="make g++ cmake ninja-build pkg-config libyang2-dev libspdlog-dev libcli11-dev nlohmann-json3-dev
-        libssl-dev libgtest-dev libgmock-dev libbenchmark-dev python3"
+    [program]="make g++ cmake ninja-build pkg-config libyang2-dev libspdlog-dev libcli11-dev nlohmann-json3-dev
+        libssl-dev libexpat1-dev"
+    [tests]="libgtest-dev libgmock-dev libbenchmark-dev python3 python3-jsonschema"
     [powerpc]="g++-powerpc-linux-gnu qemu-user dpkg-dev perl googletest"
     [packages]="dpkg-dev file"
-    [test-packages]="debootstrap"
+    [test-packages]="debootstrap lintian python3"
     [plot]="gnuplot-nox"
     [fuzz]="clang libclang-rt-14-dev"
     [coverage]="gcovr"
@@ -22,7 +23,7 @@ fail() {
 }
 
 wanted=()
-for group in "${@:-build}"; do
+for group in "${@:-program}"; do
     [ -n "${groups[$group]:-}" ] || fail "unknown group $group; there are ${!groups[*]}"
     read -r -d '' -a packages <<< "${groups[$group]}" || true # Always ends at the end of the text.
     wanted+=("${packages[@]}")

@@ -112,7 +112,7 @@ void print_reports(const host::Outcome &outcome)
     host::print_conclusion(out, outcome, style);
     host::print_explanation(out, outcome, true);
     require(!out.str().empty(), "an empty report");
-    const std::string json = host::print_json(host::json_report(outcome, true));
+    const std::string json = host::print_json(host::json_report(outcome, true), false);
     require(nlohmann::json::accept(json), "a report that is no JSON:\n" + json);
 }
 

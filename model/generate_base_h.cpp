@@ -3,7 +3,7 @@
  *
  * Usage: generate_base_h MODEL_DIR OUTPUT
  */
-#include "model.h"
+#include "card_model.h"
 #include "tags.h"
 
 #include <libyang/libyang.h>

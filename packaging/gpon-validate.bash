@@ -18,7 +18,7 @@ _gpon_validate()
     --trace) words="fine progress decisions" ;;
     --color) words="auto always never" ;;
     --format) words="xml json" ;;
-    --timeout | --links | --onus | --line-profiles | --bandwidth-profiles | --rg-profiles | \
+    --timeout | --max-size | --links | --onus | --line-profiles | --bandwidth-profiles | --rg-profiles | \
         --service-ports | --seed)
         return
         ;;
@@ -27,7 +27,7 @@ _gpon_validate()
         case $command in
         check)
             words="--running --edit --card --plugin --yes --no --all --explain --calls --json
-                --in-process --timeout --trace --trace-file --color --help"
+                --in-process --timeout --max-size --trace --trace-file --color --help"
             if [[ $current != -* ]]; then
                 compopt -o filenames
                 mapfile -t COMPREPLY < <(compgen -f -- "$current")

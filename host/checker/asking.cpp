@@ -47,7 +47,7 @@ void ask(const Questions &questions, AskingListener &listener)
     listener.step(Step::kFinish);
     if (const int result = plugin.finish(); result != 0) {
         // All answers are in: they count.
-        std::cerr << plugin.name() << ": lib_finish answered " << result << '\n';
+        std::cerr << "the plug-in's lib_finish answered " << result << '\n';
     }
 }
 
@@ -62,6 +62,8 @@ void ask_plugin(const Questions &questions, AskingListener &listener)
     } catch (const PluginThrew &failure) {
         listener.threw(failure.what());
         return;
+    } catch (const std::exception &failure) {
+        listener.unusable(problems_of(failure));
     }
     listener.ended();
 }

@@ -8,6 +8,8 @@
 namespace host
 {
 
+struct Outcome;
+
 /** Every member does nothing unless it is overridden. */
 class CheckListener
 {
@@ -21,6 +23,8 @@ public:
     virtual void tick() {}
     /** What the plug-in writes to stdout and stderr, traces included, as it comes. */
     virtual void plugin_wrote(std::string_view /*text*/) {}
+    /** The plug-in called exit() in this process, which ends when this returns. */
+    virtual void process_ends(const Outcome & /*outcome*/) {}
 };
 
 } // namespace host

@@ -2,8 +2,10 @@
 
 #include "checker/event_line.h"
 #include "checker/model_schema.h"
+#include "checker/process_end.h"
 #include "checker/recorder.h"
 #include "checker/supervisor.h"
+#include "checker/unchecked_links.h"
 #include "engine/data/yang_check.h"
 #include "engine/edit/edit.h"
 
@@ -86,12 +88,13 @@ void record_end(const ChildEnd &end, std::chrono::seconds timeout, Recorder &rec
 void ask_in_child(const Questions &questions, const Policy &policy, CheckListener &listener,
                   Recorder &recorder, Outcome &outcome)
 {
+    const std::string key = make_event_key();
     ChildWork child;
     child.work = [&](int line_fd) {
-        EventWriter writer(line_fd);
+        EventWriter writer(line_fd, key);
         ask_plugin(questions, writer);
     };
-    child.on_line = [&](std::string_view line) { replay_event(line, recorder); };
+    child.on_line = [&](std::string_view line) { replay_event(line, key, recorder); };
     child.on_output = [&](std::string_view text) {
         keep_end(outcome.plugin_output, text);
         listener.plugin_wrote(text);
@@ -102,6 +105,16 @@ void ask_in_child(const Questions &questions, const Policy &policy, CheckListene
     if (!outcome.death) {
         record_end(end, policy.idle_timeout, recorder);
     }
+}
+
+void ask_in_process(const Questions &questions, CheckListener &listener, Recorder &recorder,
+                    Outcome &outcome)
+{
+    const ExitGuard guard([&](int status) {
+        recorder.died(Death::Kind::kExit, status);
+        listener.process_ends(outcome);
+    });
+    ask_plugin(questions, recorder);
 }
 
 } // namespace
@@ -162,12 +175,13 @@ void Checker::ask(const engine::Transaction &transaction, const Policy &policy,
         return engine::plan(transaction);
     });
     outcome.planned = requests.size();
+    outcome.unchecked_links = find_unchecked_links(transaction, requests);
 
     const Questions questions{transaction, requests, m_plugin, policy.all};
     Recorder recorder(questions, outcome, listener);
     timed(outcome.phases, "rules", [&] {
         if (policy.in_process) {
-            ask_plugin(questions, recorder);
+            ask_in_process(questions, listener, recorder, outcome);
         } else {
             ask_in_child(questions, policy, listener, recorder, outcome);
         }

@@ -7,6 +7,7 @@
 #include <charconv>
 #include <cstring>
 #include <iostream>
+#include <random>
 #include <stdexcept>
 #include <unistd.h>
 #include <utility>
@@ -22,6 +23,15 @@ using Json = nlohmann::json;
 std::string to_text(const Json &json)
 {
     return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+/** Of a text without measure the beginning is told: whoever listens keeps all that is told. */
+std::string bounded(const std::string &text)
+{
+    constexpr std::size_t kMaxText = 16384;
+    return text.size() <= kMaxText
+               ? text
+               : text.substr(0, kMaxText) + "... (" + std::to_string(text.size()) + " bytes)";
 }
 
 void write_all(int fd, std::string_view text)
@@ -135,7 +145,7 @@ std::string line_of(std::size_t request, const engine::Answer &answer)
         line.append(name).append(" ");
         add(count);
     }
-    return line + (answer.text.empty() ? "" : to_text(answer.text)) + "\n";
+    return line + (answer.text.empty() ? "" : to_text(bounded(answer.text))) + "\n";
 }
 
 void replay_after(Words words, AskingListener &listener)
@@ -156,6 +166,17 @@ void replay_after(Words words, AskingListener &listener)
 }
 
 } // namespace
+
+std::string make_event_key()
+{
+    std::random_device random;
+    return std::to_string(random()) + "." + std::to_string(random()) + " ";
+}
+
+EventWriter::EventWriter(int fd, std::string key)
+    : m_fd(fd), m_key(std::move(key)), m_owner(getpid())
+{
+}
 
 EventWriter::~EventWriter()
 {
@@ -178,7 +199,7 @@ void EventWriter::before(std::size_t request)
 
 void EventWriter::after(std::size_t request, const engine::Answer &answer)
 {
-    m_pending += line_of(request, answer);
+    m_pending += m_key + line_of(request, answer);
 }
 
 void EventWriter::unusable(const std::vector<engine::Problem> &problems)
@@ -192,7 +213,7 @@ void EventWriter::unusable(const std::vector<engine::Problem> &problems)
 
 void EventWriter::threw(const std::string &exception)
 {
-    tell(to_text({{"event", "threw"}, {"exception", exception}}) + "\n");
+    tell(to_text({{"event", "threw"}, {"exception", bounded(exception)}}) + "\n");
 }
 
 void EventWriter::ended()
@@ -202,18 +223,24 @@ void EventWriter::ended()
 
 void EventWriter::tell(const std::string &line)
 {
-    m_pending += line;
+    m_pending += m_key + line;
     flush();
 }
 
 void EventWriter::flush()
 {
     const std::string lines = std::exchange(m_pending, {});
-    write_all(m_fd, lines);
+    if (getpid() == m_owner) {
+        write_all(m_fd, lines);
+    }
 }
 
-void replay_event(std::string_view line, AskingListener &listener)
+void replay_event(std::string_view line, std::string_view key, AskingListener &listener)
 {
+    if (!line.starts_with(key)) {
+        throw std::runtime_error("the child process sent an event that is not of our making");
+    }
+    line.remove_prefix(key.size());
     if (!line.empty() && line.front() == kBefore) {
         listener.before(Words(line.substr(1)).number<std::size_t>());
         return;

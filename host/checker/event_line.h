@@ -6,19 +6,27 @@
 
 #include <string>
 #include <string_view>
+#include <sys/types.h>
 
 namespace host
 {
 
 /**
+ * What each line of a run begins with. The plug-in has the same descriptors as the writer: what it
+ * writes there by mistake is no event, and none of its making is taken for one.
+ */
+std::string make_event_key();
+
+/**
  * Writes events to a file descriptor before the plug-in runs again: a process that dies leaves
  * nothing behind. Only an answer waits for the next event, to save a call of the system for each
- * of thousands of requests.
+ * of thousands of requests. A copy of the process, which a plug-in may fork, writes nothing: its
+ * answers are not those of the process that was asked.
  */
 class EventWriter : public AskingListener
 {
 public:
-    explicit EventWriter(int fd) : m_fd(fd) {}
+    EventWriter(int fd, std::string key);
     ~EventWriter() override;
     EventWriter(const EventWriter &) = delete;
     EventWriter &operator=(const EventWriter &) = delete;
@@ -35,10 +43,16 @@ private:
     void flush();
 
     int m_fd;
+    std::string m_key;
+    pid_t m_owner;         /**< Process that writes. */
     std::string m_pending; /**< Answers that no other event has followed yet. */
 };
 
-/** Tells the listener of the event in a line. @throws std::runtime_error  The line is no event. */
-void replay_event(std::string_view line, AskingListener &listener);
+/**
+ * Tells the listener of the event in a line.
+ * @param key  Of the writer.
+ * @throws std::runtime_error  The line is no event of that writer.
+ */
+void replay_event(std::string_view line, std::string_view key, AskingListener &listener);
 
 } // namespace host

@@ -67,6 +67,12 @@ struct Confirmation {
     bool by_option = false;     /**< The answer was given on the command line. */
 };
 
+/** A PON link that the change touches and no bandwidth check looks at. */
+struct UncheckedLink {
+    std::string link;    /**< Such as 1/1/3. */
+    std::string missing; /**< List in which it has no entry, such as /config/gpon{1/1}/pon-link. */
+};
+
 struct Outcome {
     std::string running; /**< File names as the user gave them; empty: an empty configuration. */
     std::string change;
@@ -74,6 +80,7 @@ struct Outcome {
     bool differs =
         false; /**< Whether the candidate is another configuration than the running one. */
     std::size_t planned = 0; /**< Requests that the change calls for. */
+    std::vector<UncheckedLink> unchecked_links;
     std::vector<RuleRun> runs;
     std::vector<engine::Problem> problems; /**< Why it could not be checked. */
     std::optional<Death> death;

@@ -34,6 +34,7 @@ void Recorder::after(std::size_t request, const engine::Answer &answer)
 void Recorder::unusable(const std::vector<engine::Problem> &problems)
 {
     require(!problems.empty(), "a fault without a text");
+    m_running.reset();
     m_outcome.problems.insert(m_outcome.problems.end(), problems.begin(), problems.end());
 }
 

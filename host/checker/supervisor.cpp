@@ -1,5 +1,8 @@
 #include "checker/supervisor.h"
 
+#include "checker/guardian.h"
+
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -9,7 +12,7 @@
 #include <iostream>
 #include <optional>
 #include <poll.h>
-#include <sys/prctl.h>
+#include <stdexcept>
 #include <sys/wait.h>
 #include <system_error>
 #include <thread>
@@ -23,8 +26,11 @@ namespace
 
 using Clock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds kTick{100};
+constexpr std::chrono::milliseconds kMaxRound{2 * kTick};
 constexpr std::chrono::milliseconds kNap{1};
 constexpr std::chrono::milliseconds kQuickSuccession{5};
+/** An event of ours is shorter: see EventWriter. */
+constexpr std::size_t kMaxLine = 1U << 20U;
 
 [[noreturn]] void fail(const char *what)
 {
@@ -70,7 +76,6 @@ Pipe make_pipe()
 /** Child side: never returns into the parent's code, and runs none of its destructors. */
 [[noreturn]] void run_child(const ChildWork &work, const Pipe &lines, const Pipe &output)
 {
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
     // What the operator types is for the parent.
     const Descriptor nothing(open("/dev/null", O_RDONLY | O_CLOEXEC));
     dup2(nothing.get(), STDIN_FILENO);
@@ -92,8 +97,10 @@ Pipe make_pipe()
 class Watch
 {
 public:
-    Watch(const ChildWork &work, pid_t child, Descriptor lines, Descriptor output)
-        : m_work(work), m_child(child), m_lines(std::move(lines)), m_output(std::move(output))
+    Watch(const ChildWork &work, pid_t guardian, Descriptor lines, Descriptor output,
+          Descriptor status)
+        : m_work(work), m_guardian(guardian), m_lines(std::move(lines)),
+          m_output(std::move(output)), m_status_pipe(std::move(status))
     {
     }
 
@@ -101,9 +108,9 @@ public:
     ~Watch()
     {
         if (!m_status) {
-            kill(m_child, SIGKILL);
-            waitpid(m_child, nullptr, 0);
+            kill(m_guardian, SIGTERM);
         }
+        waitpid(m_guardian, nullptr, 0);
     }
     Watch(const Watch &) = delete;
     Watch &operator=(const Watch &) = delete;
@@ -111,14 +118,18 @@ public:
     ChildEnd run()
     {
         while (!m_status) {
+            const auto start = Clock::now();
+            m_in_callbacks = Clock::duration::zero();
+            m_has_line = false;
             wait_for_something();
             // A grandchild may hold the pipes open: the end of the child is what counts. Asked
             // first, so that what it wrote before its end is read below.
-            reap();
+            read_status();
             read_output();
             read_lines();
-            m_work.on_tick();
-            kill_when_late();
+            call([this] { m_work.on_tick(); });
+            add_silence(Clock::now() - start - m_in_callbacks);
+            end_when_late();
         }
         return end();
     }
@@ -130,31 +141,51 @@ private:
             // Lines come in quick succession: many at a time cost less than each by itself.
             std::this_thread::sleep_for(kNap);
         }
-        std::array<pollfd, 2> fds{{{m_lines.get(), POLLIN, 0}, {m_output.get(), POLLIN, 0}}};
-        if (poll(fds.data(), fds.size(), static_cast<int>(time_to_wait().count())) < 0 &&
-            errno != EINTR) {
+        std::array<pollfd, 3> fds{{{m_lines.get(), POLLIN, 0},
+                                   {m_output.get(), POLLIN, 0},
+                                   {m_status_pipe.get(), POLLIN, 0}}};
+        if (poll(fds.data(), fds.size(), static_cast<int>(kTick.count())) < 0 && errno != EINTR) {
             fail("cannot wait for the child process");
         }
     }
 
-    std::chrono::milliseconds time_to_wait() const
+    /** What is called may wait for others, such as a pager: that is no silence of the child's. */
+    template <typename Callback>
+    void call(const Callback &callback)
     {
-        // Both pipes are closed a moment before the child can be reaped.
-        return m_lines.is_open() || m_output.is_open() ? kTick : std::chrono::milliseconds(1);
+        const auto start = Clock::now();
+        callback();
+        m_in_callbacks += Clock::now() - start;
+    }
+
+    /** Of one round; a round that took long is one in which this process was stopped. */
+    void add_silence(Clock::duration time)
+    {
+        m_silence = m_has_line ? Clock::duration::zero()
+                               : m_silence + std::min<Clock::duration>(time, kMaxRound);
     }
 
     void read_lines()
     {
-        const auto last_line = m_last_line;
         read_all(m_lines, [this](std::string_view text) {
             m_partial_line += text;
-            m_last_line = Clock::now();
+            m_has_line = true;
         });
-        m_is_busy = m_last_line - last_line < kQuickSuccession && m_last_line != last_line;
+        m_is_busy = m_has_line && m_silence < kQuickSuccession;
+        pass_lines();
+        if (m_partial_line.size() > kMaxLine) {
+            throw std::runtime_error("the child process sent a line without end");
+        }
+    }
+
+    void pass_lines()
+    {
         std::size_t start = 0;
         for (std::size_t end = m_partial_line.find('\n'); end != std::string::npos;
              end = m_partial_line.find('\n', start)) {
-            m_work.on_line(std::string_view(m_partial_line).substr(start, end - start));
+            call([&] {
+                m_work.on_line(std::string_view(m_partial_line).substr(start, end - start));
+            });
             start = end + 1;
         }
         m_partial_line.erase(0, start);
@@ -162,7 +193,8 @@ private:
 
     void read_output()
     {
-        read_all(m_output, [this](std::string_view text) { m_work.on_output(text); });
+        read_all(m_output,
+                 [this](std::string_view text) { call([&] { m_work.on_output(text); }); });
     }
 
     /** Empties the pipe; but a child that never stops writing must not keep us here. */
@@ -185,25 +217,25 @@ private:
         }
     }
 
-    void reap()
+    void read_status()
     {
         int status = 0;
-        const pid_t reaped = waitpid(m_child, &status, WNOHANG);
-        if (reaped < 0 && errno != EINTR) {
-            fail("cannot wait for the child process");
-        }
-        if (reaped == m_child) {
+        const ssize_t size = read(m_status_pipe.get(), &status, sizeof(status));
+        if (size == sizeof(status)) {
             m_status = status;
+        } else if (size >= 0) {
+            throw std::runtime_error("the child process was lost");
+        } else if (errno != EAGAIN && errno != EINTR) {
+            fail("cannot wait for the child process");
         }
     }
 
-    void kill_when_late()
+    void end_when_late()
     {
-        const bool is_late =
-            m_work.idle_timeout.count() > 0 && Clock::now() - m_last_line >= m_work.idle_timeout;
+        const bool is_late = m_work.idle_timeout.count() > 0 && m_silence >= m_work.idle_timeout;
         if (is_late && !m_timed_out && !m_status) {
             m_timed_out = true;
-            kill(m_child, SIGKILL);
+            kill(m_guardian, SIGTERM);
         }
     }
 
@@ -220,11 +252,14 @@ private:
     }
 
     const ChildWork &m_work;
-    pid_t m_child;
+    pid_t m_guardian;
     Descriptor m_lines;
     Descriptor m_output;
+    Descriptor m_status_pipe;
     std::string m_partial_line;
-    Clock::time_point m_last_line = Clock::now();
+    Clock::duration m_silence{0};      /**< Since the last line, as far as we were listening. */
+    Clock::duration m_in_callbacks{0}; /**< In this round. */
+    bool m_has_line = false;           /**< In this round. */
     bool m_is_busy = false;
     bool m_timed_out = false;
     std::optional<int> m_status;
@@ -237,27 +272,50 @@ void read_without_waiting(const Descriptor &descriptor)
     }
 }
 
+pid_t fork_guardian(const ChildWork &work, const Pipe &lines, const Pipe &output,
+                    const Pipe &status)
+{
+    sigset_t signals;
+    sigset_t before;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGTERM);
+    sigaddset(&signals, SIGCHLD);
+    sigprocmask(SIG_BLOCK, &signals, &before); // For the guardian, before the first can come.
+    const pid_t parent = getpid();
+    const pid_t guardian = fork();
+    if (guardian == 0) {
+        run_guardian(parent, status.write_end.get(), [&] {
+            ::close(status.write_end.get()); // The end of the work is not the worker's to tell.
+            run_child(work, lines, output);
+        });
+    }
+    sigprocmask(SIG_SETMASK, &before, nullptr);
+    if (guardian < 0) {
+        fail("cannot start a child process");
+    }
+    return guardian;
+}
+
 } // namespace
 
 ChildEnd run_in_child(const ChildWork &work)
 {
     Pipe lines = make_pipe();
     Pipe output = make_pipe();
-    read_without_waiting(lines.read_end);
-    read_without_waiting(output.read_end);
+    Pipe status = make_pipe();
+    for (const Pipe *pipe : {&lines, &output, &status}) {
+        read_without_waiting(pipe->read_end);
+    }
     // What stands in buffers would otherwise be written twice.
     std::cout.flush();
     static_cast<void>(std::fflush(nullptr));
-    const pid_t child = fork();
-    if (child < 0) {
-        fail("cannot start a child process");
+    const pid_t guardian = fork_guardian(work, lines, output, status);
+    for (Pipe *pipe : {&lines, &output, &status}) {
+        pipe->write_end.close();
     }
-    if (child == 0) {
-        run_child(work, lines, output);
-    }
-    lines.write_end.close();
-    output.write_end.close();
-    return Watch(work, child, std::move(lines.read_end), std::move(output.read_end)).run();
+    return Watch(work, guardian, std::move(lines.read_end), std::move(output.read_end),
+                 std::move(status.read_end))
+        .run();
 }
 
 } // namespace host

@@ -18,7 +18,10 @@ struct ChildWork {
     std::function<void(std::string_view text)> on_output;
     /** Is called several times a second. */
     std::function<void()> on_tick;
-    /** Longest time from one line to the next; 0: no limit. The child is killed after that. */
+    /**
+     * Longest time from one line to the next; 0: no limit. The child is killed after that. Time
+     * that the callbacks take, or in which this process is stopped, does not count.
+     */
     std::chrono::milliseconds idle_timeout{0};
 };
 
@@ -29,7 +32,10 @@ struct ChildEnd {
     int exit_status = 0;
 };
 
-/** Runs the work and waits for its end. @throws std::system_error, and what the callbacks throw. */
+/**
+ * Runs the work and waits for its end. What the work has started ends with it, and both end with
+ * this process, whatever ends that.
+ * @throws std::system_error, and what the callbacks throw. */
 ChildEnd run_in_child(const ChildWork &work);
 
 } // namespace host

@@ -3,6 +3,7 @@
 
 #include "checker/outcome.h"
 #include "cli/console.h"
+#include "engine/data/source.h"
 #include "report/style.h"
 
 #include <chrono>
@@ -24,7 +25,8 @@ struct CheckOptions {
     bool calls = false;
     bool json = false;
     bool in_process = false;
-    std::chrono::seconds timeout{60}; /**< For one rule; 0: none. */
+    std::chrono::seconds timeout{60}; /**< For one rule, and for a silent input; 0: none. */
+    std::size_t max_size = engine::ReadLimits().max_bytes; /**< Of each input, in bytes. */
     std::optional<int> trace_level;
     std::string trace_file; /**< Empty: stderr. */
     ColorChoice color = ColorChoice::kAuto;
@@ -33,5 +35,8 @@ struct CheckOptions {
 /** Checks the change, asks for confirmation if need be, and prints the report. @return Exit code.
  */
 int run_check(const CheckOptions &options, const Console &console);
+
+/** The JSON report of a check whose command line is at fault. @return Exit code. */
+int report_usage_error(const std::string &message, const Console &console);
 
 } // namespace host

@@ -1,5 +1,7 @@
 #include "cli/console.h"
 
+#include <cerrno>
+#include <cstring>
 #include <iostream>
 #include <stdexcept>
 #include <string>
@@ -17,13 +19,16 @@ Console process_console()
     if (isatty(STDIN_FILENO) == 1 && console.err_is_terminal) {
         console.ask = [] { return ask_yes_or_no(std::cin, std::cerr); };
     }
+    errno = 0; // From here on it tells why a report cannot be written.
     return console;
 }
 
 void flush_or_throw(std::ostream &out)
 {
     if (!out.flush()) {
-        throw std::runtime_error("stdout cannot be written");
+        const int reason = errno;
+        throw std::runtime_error(std::string("stdout cannot be written") +
+                                 (reason != 0 ? std::string(": ") + std::strerror(reason) : ""));
     }
 }
 

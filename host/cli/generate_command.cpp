@@ -1,15 +1,16 @@
 #include "cli/generate_command.h"
 
+#include "card_model.h"
 #include "checker/model_schema.h"
 #include "checker/outcome.h"
-#include "model.h"
+#include "cli/output_file.h"
 
 #include <nlohmann/json.hpp>
 
+#include <cerrno>
 #include <fstream>
 #include <memory>
 #include <ostream>
-#include <stdexcept>
 
 namespace host
 {
@@ -43,11 +44,14 @@ void write_card(const CardShape &shape, std::ostream &out)
 template <typename Write>
 void write_file(const std::string &path, const Write &write)
 {
-    std::ofstream out(path);
+    OutputFile file(path);
+    std::ofstream out(file.writable_path());
+    errno = 0;
     write(out);
     if (!out.flush()) {
-        throw std::runtime_error(path + ": cannot be written");
+        file.fail(errno);
     }
+    file.commit();
 }
 
 } // namespace
@@ -61,6 +65,7 @@ int run_generate(const GenerateOptions &options, const Console &console)
                     << kMaxServicePortsPerOnu << " for each\n";
         return static_cast<int>(Result::kNotChecked);
     }
+    require_separate({{"--output", options.output}, {"--card", options.card}}, {});
     if (options.output.empty()) {
         write_configuration(options, console.out);
         flush_or_throw(console.out);

@@ -2,6 +2,7 @@
 
 #include "checker/model_schema.h"
 #include "checker/outcome.h"
+#include "report/printable.h"
 #include "report/report_json.h"
 #include "rules/rules.h"
 
@@ -163,12 +164,12 @@ int points_of_key(const std::vector<KeyPoints> &groups, const PointsOptions &opt
         return known.key == options.key;
     });
     if (group == groups.end()) {
-        console.err << "gpon-validate: no rule has the key " << options.key
+        console.err << "gpon-validate: no rule has the key " << printable(options.key)
                     << "; `gpon-validate points` lists them all\n";
         return static_cast<int>(Result::kNotChecked);
     }
     if (options.json) {
-        console.out << print_json(json_of(*group));
+        console.out << print_json(json_of(*group), console.out_is_terminal);
     } else {
         print_one(console.out, *group);
     }
@@ -190,7 +191,7 @@ int run_points(const PointsOptions &options, const Console &console)
         for (const auto &group : groups) {
             json.push_back(json_of(group));
         }
-        console.out << print_json(json);
+        console.out << print_json(json, console.out_is_terminal);
     } else {
         print_all(console.out, groups);
     }

@@ -4,11 +4,14 @@
 #include "cli/check_command.h"
 #include "cli/generate_command.h"
 #include "cli/points_command.h"
+#include "report/printable.h"
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <array>
 #include <ostream>
+#include <string_view>
 #include <utility>
 
 namespace host
@@ -42,6 +45,12 @@ constexpr const char *kGenerateExamples =
     "  gpon-validate generate --links 16 --onus 128 --service-ports 4096 -o running.xml\n"
     "  gpon-validate generate --links 2 --format json -o running.json --card card.json";
 
+struct Commands {
+    CheckOptions check;
+    PointsOptions points;
+    GenerateOptions generate;
+};
+
 template <typename Value>
 using Choice = std::pair<const char *, Value>;
 
@@ -52,6 +61,45 @@ constexpr std::array<Choice<ColorChoice>, 3> kColors{{{"auto", ColorChoice::kAut
                                                       {"never", ColorChoice::kNever}}};
 constexpr std::array<Choice<engine::Format>, 2> kFormats{
     {{"xml", engine::Format::kXml}, {"json", engine::Format::kJson}}};
+
+/** Of every option that takes a file: a variable that is not set must not pass for a choice. */
+CLI::Validator file_name()
+{
+    return {[](std::string &text) { return std::string(text.empty() ? "no file is named" : ""); },
+            ""};
+}
+
+/** Numbers are decimal, whatever zeros they begin with. */
+CLI::Validator decimal()
+{
+    return {[](std::string &text) {
+                text.erase(0, std::min(text.find_first_not_of('0'), text.size() - 1));
+                return std::string();
+            },
+            ""};
+}
+
+/** The parser takes the next word for the value of an option that ends with `=`. */
+void refuse_empty_values(int argc, const char *const *argv)
+{
+    for (int i = 1; i < argc; ++i) {
+        const std::string_view word(argv[i]);
+        if (word.starts_with("--") && word.find('=') == word.size() - 1) {
+            throw CLI::ValidationError(std::string(word.substr(0, word.size() - 1)),
+                                       "nothing stands behind its =");
+        }
+    }
+}
+
+/** Whether the command line asks for a JSON report: also one that cannot be understood. */
+bool wants_json_report(int argc, const char *const *argv)
+{
+    const auto is = [](std::string_view word) {
+        return [word](const char *given) { return given == word; };
+    };
+    return std::any_of(argv + 1, argv + argc, is("check")) &&
+           std::any_of(argv + 1, argv + argc, is("--json"));
+}
 
 /** An option that takes one of some words. */
 template <typename Choices, typename Take>
@@ -75,20 +123,25 @@ CLI::Option *add_choice(CLI::App &app, const std::string &name, const Choices &c
 void add_check_inputs(CLI::App &app, CheckOptions &options)
 {
     app.add_option("--running", options.running, "Committed configuration, XML or JSON")
-        ->type_name("RUNNING");
+        ->type_name("RUNNING")
+        ->check(file_name());
     auto *edit = app.add_option("--edit", options.edit,
                                 "Change with the operations of NETCONF's edit-config, XML or JSON")
-                     ->type_name("EDIT");
+                     ->type_name("EDIT")
+                     ->check(file_name());
     app.add_option("CANDIDATE", options.candidate, "Whole configuration after the change")
         ->type_name("")
+        ->check(file_name())
         ->excludes(edit);
     app.add_option(
            "--card", options.card,
            "Figures of the card, JSON (if not given: bandwidth check on, 8 PON links of 128 ONUs)")
-        ->type_name("CARD");
+        ->type_name("CARD")
+        ->check(file_name());
     app.add_option("--plugin", options.plugin,
                    "Plug-in to ask, instead of the card's own next to this program")
-        ->type_name("PATH");
+        ->type_name("PATH")
+        ->check(file_name());
 }
 
 void add_check_switches(CLI::App &app, CheckOptions &options)
@@ -114,15 +167,23 @@ void add_check_figures(CLI::App &app, CheckOptions &options)
     app.add_option_function<int>(
            "--timeout",
            [&options](int seconds) { options.timeout = std::chrono::seconds(seconds); },
-           "Longest time for one rule in seconds; 0 is none (60 if not given)")
+           "Longest time for one rule, and for an input that stays silent, in seconds; 0 is none "
+           "(60 if not given)")
         ->type_name("SECONDS")
+        ->transform(decimal())
         ->check(CLI::Range(0, kLongestTimeout));
+    app.add_option("--max-size", options.max_size,
+                   "Largest size of an input in bytes, or with a unit such as MiB (512 MiB if not "
+                   "given)")
+        ->transform(CLI::AsSizeValue(false))
+        ->type_name("SIZE");
     auto *trace = add_choice(
         app, "--trace", kTraceLevels, [&options](int level) { options.trace_level = level; },
         "Write the plug-in's traces from this level up: fine (10), progress (11), decisions (12)");
     trace->type_name("LEVEL");
     app.add_option("--trace-file", options.trace_file, "Where to write them instead of to stderr")
         ->type_name("FILE")
+        ->check(file_name())
         ->needs(trace);
     add_choice(
         app, "--color", kColors, [&options](ColorChoice choice) { options.color = choice; },
@@ -130,7 +191,7 @@ void add_check_figures(CLI::App &app, CheckOptions &options)
         ->type_name("WHEN");
 }
 
-CLI::App *add_check(CLI::App &program, CheckOptions &options)
+void add_check(CLI::App &program, CheckOptions &options)
 {
     auto *app =
         program.add_subcommand("check", "Check a change against the data model and all rules");
@@ -138,20 +199,18 @@ CLI::App *add_check(CLI::App &program, CheckOptions &options)
     add_check_inputs(*app, options);
     add_check_switches(*app, options);
     add_check_figures(*app, options);
-    return app;
 }
 
-CLI::App *add_points(CLI::App &program, PointsOptions &options)
+void add_points(CLI::App &program, PointsOptions &options)
 {
     auto *app =
         program.add_subcommand("points", "List the rules, and where they sit in the data model");
     app->footer(kPointsExamples);
     app->add_option("KEY", options.key, "Rule to show in detail")->type_name("");
     app->add_flag("--json", options.json, "Print JSON");
-    return app;
 }
 
-CLI::App *add_generate(CLI::App &program, GenerateOptions &options)
+void add_generate(CLI::App &program, GenerateOptions &options)
 {
     constexpr std::uint32_t kMostProfiles = 10000;
     constexpr std::uint32_t kMostServicePorts = 1000000;
@@ -162,6 +221,7 @@ CLI::App *add_generate(CLI::App &program, GenerateOptions &options)
                               std::uint32_t least, std::uint32_t most) {
         app->add_option(name, value, description)
             ->type_name("N")
+            ->transform(decimal())
             ->check(CLI::Range(least, most))
             ->capture_default_str();
     };
@@ -175,55 +235,77 @@ CLI::App *add_generate(CLI::App &program, GenerateOptions &options)
            kMostServicePorts);
     app->add_option("--seed", shape.seed, "Another one makes another configuration")
         ->type_name("N")
+        ->transform(decimal())
         ->capture_default_str();
     add_choice(
         *app, "--format", kFormats, [&options](engine::Format format) { options.format = format; },
         "xml (if not given) or json")
         ->type_name("FORMAT");
     app->add_option("-o,--output", options.output, "Write to this file instead of to stdout")
-        ->type_name("FILE");
+        ->type_name("FILE")
+        ->check(file_name());
     app->add_option("--card", options.card, "Also write the figures of a fitting card")
-        ->type_name("FILE");
-    return app;
+        ->type_name("FILE")
+        ->check(file_name());
+}
+
+int run_command(CLI::App &app, const Commands &commands, const Console &console)
+{
+    const CheckOptions &check = commands.check;
+    if (app.got_subcommand("points")) {
+        return run_points(commands.points, console);
+    }
+    if (app.got_subcommand("generate")) {
+        return run_generate(commands.generate, console);
+    }
+    if (!app.got_subcommand("check")) {
+        throw CLI::RequiredError("A command: check, points or generate");
+    }
+    if (check.running.empty() && check.edit.empty() && check.candidate.empty()) {
+        throw CLI::RequiredError("A configuration: --running, --edit or CANDIDATE");
+    }
+    return run_check(check, console);
+}
+
+int parse_and_run(int argc, const char *const *argv, const Console &console)
+{
+    Commands commands;
+    CLI::App app("Asks the GPON card's own rules whether a configuration change is sound.",
+                 "gpon-validate");
+    app.set_version_flag("--version", std::string("gpon-validate ") + GPON_VERSION);
+    app.footer(std::string(kProgramExamples) + "\n\n" + kExitCodes);
+    app.require_subcommand(0, 1);
+    add_check(app, commands.check);
+    add_points(app, commands.points);
+    add_generate(app, commands.generate);
+    try {
+        refuse_empty_values(argc, argv);
+        app.parse(argc, argv);
+        return run_command(app, commands, console);
+    } catch (const CLI::ParseError &failure) {
+        if (failure.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
+            app.exit(failure, console.out, console.err); // --help and --version
+            flush_or_throw(console.out);
+            return 0;
+        }
+        if (wants_json_report(argc, argv)) {
+            return report_usage_error(failure.what(), console);
+        }
+        console.err
+            << "gpon-validate: " << printable(failure.what())
+            << "\nRun it with --help, or with a command and --help, to see what it takes.\n";
+    }
+    return static_cast<int>(Result::kNotChecked);
 }
 
 } // namespace
 
 int run_program(int argc, const char *const *argv, const Console &console)
 {
-    CheckOptions check;
-    PointsOptions points;
-    GenerateOptions generate;
-    CLI::App app("Asks the GPON card's own rules whether a configuration change is sound.",
-                 "gpon-validate");
-    app.set_version_flag("--version", std::string("gpon-validate ") + GPON_VERSION);
-    app.footer(std::string(kProgramExamples) + "\n\n" + kExitCodes);
-    app.require_subcommand(0, 1);
-    const auto *check_app = add_check(app, check);
-    const auto *points_app = add_points(app, points);
-    add_generate(app, generate);
-
     try {
-        app.parse(argc, argv);
-        if (app.get_subcommands().empty()) {
-            throw CLI::RequiredError("A command: check, points or generate");
-        }
-        if (check_app->parsed()) {
-            if (check.running.empty() && check.edit.empty() && check.candidate.empty()) {
-                throw CLI::RequiredError("A configuration: --running, --edit or CANDIDATE");
-            }
-            return run_check(check, console);
-        }
-        return points_app->parsed() ? run_points(points, console) : run_generate(generate, console);
-    } catch (const CLI::ParseError &failure) {
-        if (failure.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
-            return app.exit(failure, console.out, console.err); // --help and --version
-        }
-        console.err
-            << "gpon-validate: " << failure.what()
-            << "\nRun it with --help, or with a command and --help, to see what it takes.\n";
+        return parse_and_run(argc, argv, console);
     } catch (const std::exception &failure) {
-        console.err << "gpon-validate: " << failure.what() << '\n';
+        console.err << "gpon-validate: " << printable(failure.what()) << '\n';
     }
     return static_cast<int>(Result::kNotChecked);
 }

@@ -1,5 +1,7 @@
 #include "report/report_explain.h"
 
+#include "report/printable.h"
+
 #include <algorithm>
 #include <iomanip>
 #include <ostream>
@@ -57,7 +59,7 @@ void print_table(std::ostream &out, const std::vector<Row> &rows)
 std::string causes_of(const RuleSummary &summary)
 {
     const std::string &first = summary.causes.front();
-    const std::string text = first.empty() ? "(asked at every commit)" : first;
+    const std::string text = first.empty() ? "(asked at every commit)" : printable(first);
     const std::size_t others = summary.causes.size() - 1;
     return others == 0 ? text : text + " and " + std::to_string(others) + " more";
 }

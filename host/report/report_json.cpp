@@ -73,6 +73,15 @@ Json remarks(const Outcome &outcome, engine::Verdict verdict)
     return array;
 }
 
+Json unchecked_links(const Outcome &outcome)
+{
+    Json array = Json::array();
+    for (const auto &unchecked : outcome.unchecked_links) {
+        array.push_back({{"link", unchecked.link}, {"missing", unchecked.missing}});
+    }
+    return array;
+}
+
 Json confirmation(const Confirmation &confirmation)
 {
     Json json{{"needed", confirmation.needed}};
@@ -153,6 +162,7 @@ Json json_report(const Outcome &outcome, bool with_explanation)
     json["requests-made"] = outcome.runs.size();
     json["rejections"] = remarks(outcome, engine::Verdict::kRejected);
     json["warnings"] = remarks(outcome, engine::Verdict::kWarning);
+    json["unchecked-links"] = unchecked_links(outcome);
     json["confirmation"] = confirmation(outcome.confirmation);
     json["problems"] = problems(outcome.problems);
     if (outcome.death) {
@@ -167,9 +177,9 @@ Json json_report(const Outcome &outcome, bool with_explanation)
     return json;
 }
 
-std::string print_json(const Json &json)
+std::string print_json(const Json &json, bool for_terminal)
 {
-    return json.dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
+    return json.dump(2, ' ', for_terminal, Json::error_handler_t::replace) + '\n';
 }
 
 } // namespace host

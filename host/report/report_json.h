@@ -14,7 +14,10 @@ namespace host
  */
 nlohmann::ordered_json json_report(const Outcome &outcome, bool with_explanation);
 
-/** Text of a JSON document; what is no UTF-8 in it is replaced. */
-std::string print_json(const nlohmann::ordered_json &json);
+/**
+ * Text of a JSON document; what is no UTF-8 in it is replaced.
+ * @param for_terminal  It is ASCII: nothing in it steers a terminal.
+ */
+std::string print_json(const nlohmann::ordered_json &json, bool for_terminal);
 
 } // namespace host

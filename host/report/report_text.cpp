@@ -1,5 +1,7 @@
 #include "report/report_text.h"
 
+#include "report/printable.h"
+
 #include <csignal>
 #include <cstring>
 #include <ostream>
@@ -49,9 +51,9 @@ void print_runs(std::ostream &out, const Outcome &outcome, engine::Verdict verdi
         if (run.answer.verdict != verdict) {
             continue;
         }
-        out << "  " << style.strong(run.path) << " (" << run.rule << ")\n";
+        out << "  " << style.strong(printable(run.path)) << " (" << run.rule << ")\n";
         for (const auto &line : lines_of(text_of(run.answer))) {
-            out << "    " << line << '\n';
+            out << "    " << printable(line) << '\n';
         }
     }
 }
@@ -65,7 +67,7 @@ void print_plugin_output(std::ostream &out, const std::string &output)
     const std::size_t first = lines.size() > kMaxOutputLines ? lines.size() - kMaxOutputLines : 0;
     out << (first == 0 ? "The plug-in had written:\n" : "The plug-in had written, in the end:\n");
     for (std::size_t i = first; i < lines.size(); ++i) {
-        out << "  " << lines[i] << '\n';
+        out << "  " << printable(lines[i]) << '\n';
     }
 }
 
@@ -124,18 +126,18 @@ void print_problems(std::ostream &out, const std::vector<engine::Problem> &probl
 {
     for (const auto &problem : problems) {
         if (!problem.source.empty()) {
-            out << style.strong(problem.source) << ':';
+            out << style.strong(printable(problem.source)) << ':';
         }
         if (problem.line != 0) {
             out << problem.line << ':';
         }
         out << (problem.source.empty() && problem.line == 0 ? "" : " ");
         if (!problem.path.empty()) {
-            out << problem.path << ": ";
+            out << printable(problem.path) << ": ";
         }
-        out << problem.message << '\n';
+        out << printable(problem.message) << '\n';
         if (!problem.hint.empty()) {
-            out << "  " << problem.hint << '\n';
+            out << "  " << printable(problem.hint) << '\n';
         }
     }
 }
@@ -151,8 +153,13 @@ void print_findings(std::ostream &out, const Outcome &outcome, const Style &styl
         out << style.warning("Warnings:") << '\n';
         print_runs(out, outcome, engine::Verdict::kWarning, style);
     }
+    for (const auto &unchecked : outcome.unchecked_links) {
+        out << style.warning("Not covered by a bandwidth check:") << " PON link "
+            << printable(unchecked.link) << " has no entry under " << printable(unchecked.missing)
+            << ".\n";
+    }
     if (outcome.death) {
-        out << style.bad(sentence(*outcome.death)) << ".\n";
+        out << style.bad(printable(sentence(*outcome.death))) << ".\n";
     }
     if (outcome.death || !outcome.problems.empty()) {
         print_plugin_output(out, outcome.plugin_output);

@@ -4,14 +4,17 @@
 
 #include "confd_cdb.h"
 #include "confd_maapi.h"
+#include "support/card_xml.h"
 #include "engine/session/framework.h"
 #include "support/model.h"
 
 #include <array>
 #include <gtest/gtest.h>
 
+#include <map>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace test_support
 {
@@ -19,34 +22,20 @@ namespace test_support
 /** Text of a value with its type, such as C_UINT32 7: for comparisons and for reading failures. */
 inline std::string described(const confd_value_t &value)
 {
+    static const std::map<confd_vtype, std::string> names{
+        {C_XMLTAG, "C_XMLTAG "}, {C_BUF, "C_BUF "},
+        {C_LIST, "C_LIST "},     {C_INT32, "C_INT32 "},
+        {C_UINT8, "C_UINT8 "},   {C_UINT32, "C_UINT32 "},
+        {C_BOOL, "C_BOOL "},     {C_ENUM_VALUE, "C_ENUM_VALUE "},
+        {C_IPV4, "C_IPV4 "},     {C_IPV4_AND_PLEN, "C_IPV4_AND_PLEN "}};
+    if (value.type == C_NOEXISTS) {
+        return "C_NOEXISTS";
+    }
     std::array<char, 256> text{};
     confd_pp_value(text.data(), static_cast<int>(text.size()), &value);
-    switch (value.type) {
-    case C_NOEXISTS:
-        return "C_NOEXISTS";
-    case C_XMLTAG:
-        return std::string("C_XMLTAG ") + text.data();
-    case C_BUF:
-        return std::string("C_BUF ") + text.data();
-    case C_LIST:
-        return std::string("C_LIST ") + text.data();
-    case C_INT32:
-        return std::string("C_INT32 ") + text.data();
-    case C_UINT8:
-        return std::string("C_UINT8 ") + text.data();
-    case C_UINT32:
-        return std::string("C_UINT32 ") + text.data();
-    case C_BOOL:
-        return std::string("C_BOOL ") + text.data();
-    case C_ENUM_VALUE:
-        return std::string("C_ENUM_VALUE ") + text.data();
-    case C_IPV4:
-        return std::string("C_IPV4 ") + text.data();
-    case C_IPV4_AND_PLEN:
-        return std::string("C_IPV4_AND_PLEN ") + text.data();
-    default:
-        return "type " + std::to_string(value.type) + " " + text.data();
-    }
+    const auto name = names.find(value.type);
+    return (name != names.end() ? name->second : "type " + std::to_string(value.type) + " ") +
+           text.data();
 }
 
 inline std::string kpath_text(const confd_hkeypath_t &keypath)
@@ -73,14 +62,14 @@ protected:
     void TearDown() override
     {
         engine::Hooks::instance().fail_no_more();
-        const auto &held = engine::Hooks::instance().held;
-        EXPECT_EQ(held.values, 0);
-        EXPECT_EQ(held.query_results, 0);
+        EXPECT_EQ(held().values, 0);
+        EXPECT_EQ(held().query_results, 0);
         m_framework.reset();
-        EXPECT_TRUE(held.none()) << "the end of the transaction releases cursors and queries";
+        EXPECT_TRUE(held().none()) << "the end of the transaction releases cursors and queries";
     }
 
     engine::Framework &framework() { return *m_framework; }
+    static engine::Hooks::Held &held() { return engine::Hooks::instance().held; }
 
     int maapi = 0;
     int cdb = 0;

@@ -2,7 +2,7 @@
 
 #include "engine/data/yang_check.h"
 #include "engine/edit/edit.h"
-#include "small_model.h"
+#include "printers.h"
 #include "support/card_xml.h"
 #include "support/model.h"
 
@@ -67,14 +67,10 @@ std::string serial(const std::string &number)
 const std::string kCard =
     xml("gpon", xml("card", "1/1") + xml("pon-link/port", "1") + xml("pon-link/port", "2"));
 
-TEST(Plan, AsksNothingWhenNothingChanged)
-{
-    EXPECT_THAT(asked(port(1) + kCard + onu_5(""), ""), IsEmpty());
-    EXPECT_THAT(asked(port(1), port_edit(1, xml("statistics", "false"))), IsEmpty());
-}
-
 TEST(Plan, AsksByPriorityThenModelAndOnceForAList)
 {
+    EXPECT_THAT(asked(port(1) + kCard + onu_5(""), port_edit(1, xml("statistics", "false"))),
+                IsEmpty());
     const auto expected = [](const std::string &cause) {
         const auto rest = " /config/service-port <- " + cause;
         return Lines{"config_modified_check" + rest, "service_port_global_validation" + rest,
@@ -95,7 +91,23 @@ TEST(Plan, RelativeDependenciesReachTheSameEntryAndAbsoluteOnesAll)
     const auto running = port(1) + port(2) + kCard + profile("");
     EXPECT_THAT(asked(running, port_edit(2, xml("gpon/id", "1/1/4")), "sp_gem_check"),
                 ElementsAre("/config/service-port{2}/gpon <- /config/service-port{2}/gpon/id"));
-    const std::string gem = " <- /config/profile/gpon/line-profile{l}/gem{1}";
+    // What comes or goes calls for a rule that depends on what is in it.
+    const auto whole = [](const std::string &name, const std::string &operation) {
+        return xml("profile/gpon/line-profile", xml("name", name), operation);
+    };
+    const auto line = [](const std::string &cause) {
+        return Lines{"/config/service-port{1}/gpon <- " + cause,
+                     "/config/service-port{2}/gpon <- " + cause};
+    };
+    const std::string path = "/config/profile/gpon/line-profile{l}";
+    EXPECT_EQ(asked(running, whole("l", kDelete), "sp_gem_check"), line(path));
+    EXPECT_EQ(asked(port(1) + port(2), profile(""), "sp_gem_check"), line(path));
+    EXPECT_EQ(asked(running, whole("new", kCreate), "sp_gem_check"), Lines{});
+    // Of several causes the first is told, once.
+    EXPECT_EQ(
+        asked(running, profile(kDelete) + port_edit(2, xml("gpon/id", "1/1/4")), "sp_gem_check"),
+        line(path + "/gem{1}"));
+    const std::string gem = " <- " + path + "/gem{1}";
     EXPECT_THAT(
         asked(running, profile(kDelete)),
         ElementsAre("sp_gem_check /config/service-port{1}/gpon" + gem,
@@ -110,20 +122,21 @@ TEST(Plan, APointOnceIsAskedForEachParentThatTheChangeReaches)
 {
     const auto running = kCard + interfaces(link(1, onu(1)) + link(2) +
                                             link(3, onu(1, serial("ABCD0001")) + onu(2)));
-    const auto check = [&](const std::string &edit) {
-        return asked(running, edit, "onu_pwd_sn_unique_check");
-    };
     const std::string path = "/config/interface/gpon{1 1 ";
-    EXPECT_THAT(check(interfaces(link(3, onu(1, serial("ABCD0002")) + onu(2, serial("ABCD0001"))))),
-                ElementsAre(path + "3}/onu <- " + path + "3}/onu{1}/auth-method/serial-number"));
-    const std::string method = " <- /config/gpon{1/1}/onu-auth-method";
-    EXPECT_THAT(
-        check(xml("gpon", xml("card", "1/1") + xml("onu-auth-method", "password"))),
-        ElementsAre(path + "1}/onu" + method, path + "2}/onu" + method, path + "3}/onu" + method));
-    EXPECT_THAT(check(interfaces(link(4, onu(7, serial("ABCD0007"))))),
-                ElementsAre(path + "4}/onu <- " + path + "4}"));
-    EXPECT_THAT(check(interfaces(link(3, onu(1, "", kDelete)))),
-                ElementsAre(path + "3}/onu <- " + path + "3}/onu{1}"));
+    const std::string method = "}/onu <- /config/gpon{1/1}/onu-auth-method";
+    const std::pair<std::string, Lines> rows[] = {
+        {interfaces(link(3, onu(1, serial("ABCD0002")) + onu(2, serial("ABCD0001")))),
+         {path + "3}/onu <- " + path + "3}/onu{1}/auth-method/serial-number"}},
+        {xml("gpon", xml("card", "1/1") + xml("onu-auth-method", "password")),
+         {path + "1" + method, path + "2" + method, path + "3" + method}},
+        {interfaces(link(4, onu(7, serial("ABCD0007")))), {path + "4}/onu <- " + path + "4}"}},
+        {interfaces(link(3, onu(1, "", kDelete))), {path + "3}/onu <- " + path + "3}/onu{1}"}},
+        // A plain container is there by what is in it only.
+        {interfaces(link(3, onu(2, "", kDelete))), {}},
+    };
+    for (const auto &[edit, expected] : rows) {
+        EXPECT_EQ(asked(running, edit, "onu_pwd_sn_unique_check"), expected) << edit;
+    }
 }
 
 TEST(Plan, TakesLeavesAndContainersThatAreThereByDefault)
@@ -150,264 +163,113 @@ TEST(Plan, TakesLeavesAndContainersThatAreThereByDefault)
                 ElementsAre("rg_prof_one_shot_check " + path + " <- " + path + "/pppoe-username"));
 }
 
-/** A validation point of a small model. */
-std::string point(const std::string &opaque, const std::string &more)
-{
-    return "tailf:validate p { tailf:opaque '" + opaque + "'; " + more + "} ";
-}
-
-/** What is asked when the inside of container c of a small model changes. */
-Lines planned_small(const std::string &statements, const std::string &before,
-                    const std::string &after)
-{
-    const auto schema = small_schema("container c { " + statements + " }");
-    return planned(small_config(schema, xml("c", before, "xmlns='urn:t'")),
-                   small_config(schema, xml("c", after, "xmlns='urn:t'")));
-}
-
-/** An entry of list `name` of a small model. */
-std::string entry(const std::string &name, const std::string &key, const std::string &inside = "")
-{
-    return xml(name, xml("k", key) + inside);
-}
-
-TEST(Plan, APointWithoutDependencyIsAskedAtEveryCommit)
-{
-    const auto model = point("container", "tailf:priority 5;") +
-                       "list l { key k; leaf k { type uint8; } " + point("entry", "") +
-                       point("list", "tailf:call-once true;") + "} leaf x { type string; " +
-                       point("leaf", "") + "}";
-    EXPECT_THAT(planned_small(model, "", ""), ElementsAre("list /c/l <- ", "container /c <- "));
-    const auto entries = entry("l", "10") + entry("l", "9");
-    EXPECT_THAT(planned_small(model, entries, entries),
-                ElementsAre("entry /c/l{9} <- ", "entry /c/l{10} <- ", "list /c/l <- ",
-                            "container /c <- "));
-    for (const char *before : {"", "<x>1</x>"}) {
-        EXPECT_THAT(planned_small(model, before, xml("x", "1")),
-                    ElementsAre("list /c/l <- ", "leaf /c/x <- ", "container /c <- "));
-    }
-}
-
-TEST(Plan, ADependencyComesAndGoesWithWhatIsAboveItIfItWasThere)
-{
-    const auto model = "list l { key k; leaf k { type uint8; } leaf a { type string; } "
-                       "container n { leaf b { type string; } } } container v { " +
-                       point("leaf", "tailf:dependency '/c/l/a';") +
-                       point("container", "tailf:dependency '/c/l/n';") + "}";
-    EXPECT_THAT(planned_small(model, entry("l", "1"), ""), IsEmpty());
-    EXPECT_THAT(planned_small(model, entry("l", "1", xml("a", "x")), ""),
-                ElementsAre("leaf /c/v <- /c/l{1}"));
-    EXPECT_THAT(planned_small(model, "", entry("l", "1", xml("n/b", "x"))),
-                ElementsAre("container /c/v <- /c/l{1}"));
-    EXPECT_THAT(planned_small(model, entry("l", "1") + entry("l", "2", xml("n/b", "x")), ""),
-                ElementsAre("container /c/v <- /c/l{2}"));
-}
-
-TEST(Plan, SeveralDependenciesAskAnInstanceOnceForTheFirstCause)
-{
-    const auto model =
-        "list l { key k; leaf k { type uint8; } leaf far { type string; } list m { key k; "
-        "leaf k { type uint8; } leaf near { type string; } leaf last { type string; } container v "
-        "{ " +
-        point("v", "tailf:dependency '../last'; tailf:dependency '../near'; "
-                   "tailf:dependency '../../far'; tailf:dependency '/c/all';") +
-        "} } } leaf all { type string; }";
-    const auto plain = entry("m", "1") + entry("m", "2");
-    const auto near = entry("m", "1") + entry("m", "2", xml("near", "x"));
-    const auto far = xml("far", "x");
-    const auto running = entry("l", "1", plain) + entry("l", "2", plain);
-    const std::string near_1 = "v /c/l{1}/m{2}/v <- /c/l{1}/m{2}/near";
-    const struct {
-        std::string candidate;
-        Lines expected;
-    } rows[] = {
-        {running + xml("all", "x"),
-         {"v /c/l{1}/m{1}/v <- /c/all", "v /c/l{1}/m{2}/v <- /c/all", "v /c/l{2}/m{1}/v <- /c/all",
-          "v /c/l{2}/m{2}/v <- /c/all"}},
-        {entry("l", "1", near) + entry("l", "2", far + near),
-         {near_1, "v /c/l{2}/m{1}/v <- /c/l{2}/far", "v /c/l{2}/m{2}/v <- /c/l{2}/far"}},
-        {entry("l", "1", near) + entry("l", "2", plain) + xml("all", "x"),
-         {"v /c/l{1}/m{1}/v <- /c/all", near_1, "v /c/l{2}/m{1}/v <- /c/all",
-          "v /c/l{2}/m{2}/v <- /c/all"}},
-        // What is new but lacks the node that it depends on is not asked.
-        {running + entry("l", "3", near), {"v /c/l{3}/m{2}/v <- /c/l{3}"}},
-        {running + entry("l", "3", far + plain),
-         {"v /c/l{3}/m{1}/v <- /c/l{3}", "v /c/l{3}/m{2}/v <- /c/l{3}"}},
-        // In document order, whichever dependency reaches an instance.
-        {running + entry("l", "3",
-                         entry("m", "1", xml("near", "x")) + entry("m", "2", xml("last", "x")) +
-                             entry("m", "3") + entry("m", "4", xml("near", "x"))),
-         {"v /c/l{3}/m{1}/v <- /c/l{3}", "v /c/l{3}/m{2}/v <- /c/l{3}",
-          "v /c/l{3}/m{4}/v <- /c/l{3}"}},
-    };
-    for (const auto &[candidate, expected] : rows) {
-        EXPECT_EQ(planned_small(model, running, candidate), expected) << candidate;
-    }
-    // What shares the entries of a deleted subtree is gone with it.
-    EXPECT_THAT(planned_small(model, entry("l", "1", far + near), ""), IsEmpty());
-}
-
-TEST(Plan, PointsOnceNeedTheirParentAndMovesAreChanges)
-{
-    const auto model =
-        "container p { presence x; list l { key k; ordered-by user; leaf k { type uint8; } " +
-        point("once", "tailf:call-once true; tailf:dependency '.'; tailf:dependency '/c/x';") +
-        point("entry", "tailf:dependency '.';") + "} } leaf x { type string; }";
-    const auto list = [](const std::string &keys) {
-        std::string entries;
-        for (const char key : keys) {
-            entries += entry("l", std::string(1, key));
-        }
-        return xml("p", entries);
-    };
-    const auto x = xml("x", "1");
-    EXPECT_THAT(planned_small(model, "", x), IsEmpty());
-    EXPECT_THAT(planned_small(model, list(""), list("") + x), ElementsAre("once /c/p/l <- /c/x"));
-    EXPECT_THAT(planned_small(model, list("1"), ""), IsEmpty());
-    EXPECT_THAT(planned_small(model, list("1"), list("")), ElementsAre("once /c/p/l <- /c/p/l{1}"));
-    EXPECT_THAT(planned_small(model, list("123"), list("312")),
-                ElementsAre("once /c/p/l <- /c/p/l{3}", "entry /c/p/l{3} <- /c/p/l{3}"));
-}
-
 /** Keeps what it is told. */
 class Record : public engine::Observer
 {
 public:
     explicit Record(const std::vector<Request> &requests) : m_requests(requests) {}
 
-    void before(std::size_t request) override
+    void before(std::size_t request) override { asked.push_back(request); }
+    void after(std::size_t request, const engine::Answer &answer) override
     {
-        lines.push_back("ask " + engine::path_of(m_requests[request]));
+        answers.push_back(m_requests[request].point->opaque + ": " + name_of(answer.verdict) + " " +
+                          std::to_string(answer.result) + " " + answer.text);
+        calls = answer.calls;
     }
-    void after(std::size_t, const engine::Answer &answer) override
-    {
-        lines.push_back(std::to_string(answer.result) + " " + answer.text);
-        answers.push_back(answer);
-    }
-    Lines lines;
-    std::vector<engine::Answer> answers;
+    std::vector<std::size_t> asked;
+    Lines answers;
+    std::map<std::string, std::uint64_t> calls; /**< Of the last answer. */
 
 private:
     const std::vector<Request> &m_requests;
 };
 
-/** A transaction that asks for the downstream FEC leaves of three links. */
+/** A transaction that sets a leaf and creates a service port, for which five rules are asked. */
 class Validate : public ::testing::Test
 {
 protected:
-    static std::string links(const std::string &inside)
+    Verdict validate(const engine::Callback &callback, Record &record, bool keep_going = false)
     {
-        return interfaces(link(1, inside) + link(2, inside) + link(3, inside));
-    }
-
-    Verdict validate(const engine::Callback &callback, bool keep_going = false)
-    {
-        return engine::validate(transaction, requests, "gpon_validation_check", callback, &word,
-                                keep_going, record);
-    }
-
-    /** Answers with these results in turn, and a text of its own each time. */
-    engine::Callback answers(const std::vector<int> &results)
-    {
-        return [this, results](confd_trans_ctx *context, confd_hkeypath_t *, confd_value_t *) {
-            const int result = results.at(count++);
-            if (result != CONFD_OK) {
-                context->error.str = strdup(("text " + std::to_string(count)).c_str());
-            }
-            return result;
-        };
+        return engine::validate(transaction, requests, name, callback, &word, keep_going, record);
     }
 
     int word = 0;
-    Framework framework{checked_config(links(""))};
-    engine::Transaction &transaction =
-        framework.begin(checked_config(links(xml("downstream-fec", "true"))));
+    std::string name = "gpon_validation_check";
+    Framework framework{checked_config(interfaces(link(1)))};
+    engine::Transaction &transaction = framework.begin(
+        checked_config(interfaces(link(1, xml("downstream-fec", "true"))) + port(4)));
     std::vector<Request> requests = engine::plan(transaction);
-    Record record{requests};
-    std::size_t count = 0;
 };
 
 TEST_F(Validate, HandsOverWhatTheCallbackNeeds)
 {
-    const auto verdict =
-        validate([this](confd_trans_ctx *context, confd_hkeypath_t *keypath, confd_value_t *value) {
-            EXPECT_EQ(context->thandle, transaction.handle());
-            EXPECT_EQ(context->vcb_opaque, &word);
-            EXPECT_STREQ(context->validate_opaque, "fec_confirmation_warning");
-            EXPECT_EQ(context->error.str, nullptr);
-            EXPECT_EQ(keypath->len, 5);
-            EXPECT_EQ(CONFD_GET_UINT32(&keypath->v[1][2]), ++count);
-            EXPECT_TRUE(CONFD_GET_BOOL(value));
-            engine::Hooks::instance().on_call("maapi_exists");
-            return CONFD_OK;
-        });
-    EXPECT_EQ(verdict, Verdict::kAccepted);
-    ASSERT_EQ(record.answers.size(), 3u);
-    for (const auto &answer : record.answers) {
-        EXPECT_THAT(answer.calls, ElementsAre(::testing::Pair("maapi_exists", 1u)));
+    Lines seen;
+    const auto callback = [&](confd_trans_ctx *context, confd_hkeypath_t *keypath,
+                              confd_value_t *value) {
+        EXPECT_EQ(context->thandle, transaction.handle());
+        EXPECT_EQ(context->vcb_opaque, &word);
+        EXPECT_EQ(context->error.str, nullptr);
+        EXPECT_EQ(keypath->v[0][0].type, C_XMLTAG);
+        seen.push_back(context->validate_opaque + (" " + std::to_string(keypath->len)) +
+                       (value == nullptr             ? ""
+                        : CONFD_GET_BOOL(value) != 0 ? " true"
+                                                     : " false"));
+        engine::Hooks::instance().on_call("maapi_exists");
+        return CONFD_OK;
+    };
+    Record record(requests);
+    EXPECT_EQ(validate(callback, record), Verdict::kAccepted);
+    EXPECT_THAT(seen, ElementsAre("config_modified_check 2", "service_port_global_validation 2",
+                                  "sp_gem_check 4", "fec_confirmation_warning 5 true",
+                                  "service_port_delete_all_warning_check 2"));
+    EXPECT_THAT(record.calls, ElementsAre(::testing::Pair("maapi_exists", 1U)));
+    name = "another_point";
+    EXPECT_EQ(validate(callback, record), Verdict::kAccepted);
+    EXPECT_EQ(record.asked.size(), 5U);
+}
+
+TEST_F(Validate, EndsWithTheFirstErrorUnlessToldToGoOn)
+{
+    const std::string first = "config_modified_check: ";
+    const struct {
+        int result;
+        bool keep_going;
+        Verdict verdict;
+        std::size_t asked;
+        std::string answer;
+    } rows[] = {
+        {CONFD_OK, false, Verdict::kAccepted, 5, first + "accepted 0 "},
+        {CONFD_VALIDATION_WARN, false, Verdict::kWarning, 5, first + "warning -3 text"},
+        {CONFD_ERR, false, Verdict::kRejected, 1, first + "rejected -1 text"},
+        {CONFD_ERR, true, Verdict::kRejected, 5, first + "rejected -1 text"},
+        // Any other result is a rejection.
+        {7, true, Verdict::kRejected, 5, first + "rejected 7 text"},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.answer);
+        Record record(requests);
+        const auto callback = [&](confd_trans_ctx *context, confd_hkeypath_t *, confd_value_t *) {
+            const int result = record.asked.size() == 1 ? row.result : CONFD_OK;
+            context->error.str = result != CONFD_OK ? strdup("text") : nullptr;
+            return result;
+        };
+        EXPECT_EQ(validate(callback, record, row.keep_going), row.verdict);
+        EXPECT_EQ(record.asked.size(), row.asked);
+        EXPECT_EQ(record.answers.front(), row.answer);
+        EXPECT_EQ(record.answers.size(), row.asked);
     }
-}
-
-TEST_F(Validate, EndsWithTheFirstErrorAndGathersWarnings)
-{
-    const std::string path = "ask /config/interface/gpon{1 1 ";
-    EXPECT_EQ(validate(answers({CONFD_VALIDATION_WARN, CONFD_ERR})), Verdict::kRejected);
-    EXPECT_THAT(record.lines, ElementsAre(path + "1}/downstream-fec", "-3 text 1",
-                                          path + "2}/downstream-fec", "-1 text 2"));
-    record.lines.clear();
-    record.answers.clear();
-    count = 0;
-    EXPECT_EQ(validate(answers({CONFD_OK, CONFD_VALIDATION_WARN, CONFD_OK})), Verdict::kWarning);
-    EXPECT_EQ(record.answers.size(), 3u);
-    EXPECT_EQ(record.answers[0].text, "");
-}
-
-TEST_F(Validate, GoesOnWhenAskedTo)
-{
-    // Any other result is a rejection.
-    EXPECT_EQ(validate(answers({7, CONFD_VALIDATION_WARN, CONFD_ERR}), true), Verdict::kRejected);
-    ASSERT_EQ(record.answers.size(), 3u);
-    EXPECT_EQ(record.answers[0].verdict, Verdict::kRejected);
-    EXPECT_EQ(record.answers[1].verdict, Verdict::kWarning);
-    EXPECT_EQ(record.answers[2].text, "text 3");
-}
-
-TEST_F(Validate, AsksOnlyPointsOfTheName)
-{
-    EXPECT_EQ(engine::validate(transaction, requests, "another_point", answers({}), nullptr, false,
-                               record),
-              Verdict::kAccepted);
-    EXPECT_THAT(record.lines, IsEmpty());
 }
 
 TEST_F(Validate, LetsExceptionsPass)
 {
+    Record record(requests);
     const auto callback = [](confd_trans_ctx *context, confd_hkeypath_t *, confd_value_t *) -> int {
         context->error.str = strdup("released all the same");
         throw std::runtime_error("thrown by the callback");
     };
-    EXPECT_THROW(validate(callback), std::runtime_error);
-    EXPECT_EQ(record.lines.size(), 1u);
-}
-
-TEST(ValidateOthers, HaveNoValueAndOnceForAListNoKeys)
-{
-    Framework framework(checked_config(""));
-    auto &transaction = framework.begin(checked_config(port(4)));
-    Lines seen;
-    const auto callback = [&](confd_trans_ctx *context, confd_hkeypath_t *keypath,
-                              confd_value_t *value) {
-        EXPECT_EQ(value, nullptr);
-        EXPECT_EQ(keypath->v[0][0].type, C_XMLTAG);
-        seen.push_back(context->validate_opaque + (" " + std::to_string(keypath->len)));
-        return CONFD_OK;
-    };
-    const auto requests = engine::plan(transaction);
-    Record record{requests};
-    engine::validate(transaction, requests, "gpon_validation_check", callback, nullptr, false,
-                     record);
-    EXPECT_THAT(seen, ElementsAre("config_modified_check 2", "service_port_global_validation 2",
-                                  "sp_gem_check 4", "service_port_delete_all_warning_check 2"));
+    EXPECT_THROW(validate(callback, record), std::runtime_error);
+    EXPECT_EQ(record.asked.size(), 1U);
+    EXPECT_THAT(record.answers, IsEmpty());
 }
 
 } // namespace

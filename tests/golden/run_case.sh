@@ -5,7 +5,7 @@
 #
 # GPON_VALIDATE may be several words: an emulator, its options, and the program.
 # The folder holds README (why the case matters), expected.txt (stdout, then `exit N`), and one of
-# change.xml, candidate.xml, overbook.xml; running.xml and card.json stand there or in the folder
+# change.xml, change.json, candidate.xml, overbook.xml; running.xml and card.json stand there or in the folder
 # above. `arguments` may hold further words of the command line. With --update expected.txt is
 # written instead of compared.
 set -uo pipefail
@@ -46,10 +46,14 @@ command_words() {
   local inputs=${#words[@]}
   if [ -f candidate.xml ]; then
     words+=(candidate.xml)
-  elif [ -f change.xml ]; then
-    words+=(--edit change.xml)
-  elif [ -f overbook.xml ]; then
-    words+=(--edit overbook.xml)
+  else
+    local edit
+    for edit in change.xml change.json overbook.xml; do
+      if [ -f "$edit" ]; then
+        words+=(--edit "$edit")
+        break
+      fi
+    done
   fi
   if [ -f arguments ]; then
     local more

@@ -6,106 +6,65 @@
 #include <string_view>
 
 using testing::HasSubstr;
+using testing::Not;
 
 namespace
 {
 
-struct Failure {
-    const char *name;
-    const char *script;
-    int code;
-    std::vector<std::string> says;
-};
+using PluginFailure = ProgramTest;
 
-std::ostream &operator<<(std::ostream &out, const Failure &failure)
+/** What is said when a plug-in dies in a rule. */
+std::string in_rule(const char *cause, const char *how = "died")
 {
-    return out << failure.name;
+    return std::string("The plug-in ") + how +
+           " in fec_confirmation_warning at /config/interface/gpon{1 1 1}/downstream-fec: " +
+           cause + ".\n";
 }
 
-class PluginFailure : public ProgramTest, public testing::WithParamInterface<Failure>
+TEST_F(PluginFailure, IsToldWithItsPlaceAndItsOutput)
 {
-protected:
-    ProgramRun check_fec(const std::string &script, std::vector<std::string> words) const
-    {
-        words.insert(words.end(), {"--running", file("running.xml", kRunning), "--edit",
-                                   file("change.xml", kFecEdit)});
-        return check(script, words);
+    const struct {
+        std::string script;
+        int code;
+        std::string says;
+    } failures[] = {
+        {"fec_confirmation_warning=assert", 4,
+         in_rule("signal 6 (Aborted)") + "The plug-in had written:\n"},
+        {"fec_confirmation_warning=assert", 4, "Assertion `!is_told_to_fail' failed"},
+        {"fec_confirmation_warning=fault", 4, in_rule("signal 9 (Killed)")},
+        {"fec_confirmation_warning=exit:3", 4, in_rule("it ended the process with exit status 3")},
+        {"fec_confirmation_warning=exit:0", 4, in_rule("it ended the process with exit status 0")},
+        {"fec_confirmation_warning=fork", 4, in_rule("it ended the process with exit status 0")},
+        {"fec_confirmation_warning=forge:{\"event\":\"ended\"};", 3, "not of our making"},
+        {"fec_confirmation_warning=forge:a0 0 0 0 0 ;b1;a1 0 0 0 0 ;"
+         "{\"event\":\"step\",\"step\":4};{\"event\":\"ended\"};",
+         3, "not of our making"},
+        {"fec_confirmation_warning=throw:stoi", 4,
+         in_rule("uncaught exception std::out_of_range: stoi")},
+        {"fec_confirmation_warning=hang", 4, in_rule("no answer within 3 s", "was stopped")},
+        {"lib_init=exit:5", 4,
+         "The plug-in died in lib_init: it ended the process with exit status 5.\n"},
+        {"lib_finish=hang", 4, "The plug-in was stopped in lib_finish: no answer within 3 s.\n"},
+        {"lib_init=answer:-1", 3, "lib_init failed with result -1"},
+        {"get_validation_point=answer:-1", 3, "get_validation_point failed with result -1"},
+        {"name=other_check", 3,
+         "the validation point \"other_check\", but the data model has \"gpon_validation_check\""},
+    };
+    for (const auto &[script, code, says] : failures) {
+        const bool hangs = script.ends_with("hang");
+        const ProgramRun done = check_fec(script + "\n", {"--timeout", hangs ? "3" : "60"});
+        EXPECT_EQ(done.code, code) << done;
+        EXPECT_THAT(done.out, HasSubstr(says)) << script;
+        EXPECT_EQ(done.err, "") << "the report tells it already";
     }
-};
-
-constexpr const char *kWhere =
-    "fec_confirmation_warning at /config/interface/gpon{1 1 1}/downstream-fec: ";
-
-TEST_P(PluginFailure, IsToldWithItsPlaceAndItsOutput)
-{
-    const bool hangs = std::string_view(GetParam().script).find("hang") != std::string_view::npos;
-    const ProgramRun done = check_fec(GetParam().script, {"--timeout", hangs ? "3" : "60"});
-    EXPECT_EQ(done.code, GetParam().code) << done;
-    for (const auto &text : GetParam().says) {
-        EXPECT_THAT(done.out, HasSubstr(text));
-    }
-    EXPECT_EQ(done.err, "") << "the report tells it already";
 }
-
-std::string in_rule(const char *cause)
-{
-    return std::string("The plug-in died in ") + kWhere + cause + ".\n";
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Ways, PluginFailure,
-    testing::Values(
-        Failure{"AssertionInARule",
-                "fec_confirmation_warning=assert\n",
-                4,
-                {in_rule("signal 6 (Aborted)"), "The plug-in had written:\n",
-                 "Assertion `!is_told_to_fail' failed"}},
-        Failure{
-            "FaultInARule", "fec_confirmation_warning=fault\n", 4, {in_rule("signal 9 (Killed)")}},
-        Failure{"ExitInARule",
-                "fec_confirmation_warning=exit:3\n",
-                4,
-                {in_rule("it ended the process with exit status 3")}},
-        Failure{"ExitWithSuccessInARule",
-                "fec_confirmation_warning=exit:0\n",
-                4,
-                {in_rule("it ended the process with exit status 0")}},
-        Failure{"ExceptionInARule",
-                "fec_confirmation_warning=throw:stoi\n",
-                4,
-                {in_rule("uncaught exception std::out_of_range: stoi")}},
-        Failure{"HangInARule",
-                "fec_confirmation_warning=hang\n",
-                4,
-                {std::string("The plug-in was stopped in ") + kWhere + "no answer within 3 s.\n"}},
-        Failure{"ExitInInit",
-                "lib_init=exit:5\n",
-                4,
-                {"The plug-in died in lib_init: it ended the process with exit status 5.\n"}},
-        Failure{"HangInFinish",
-                "lib_finish=hang\n",
-                4,
-                {"The plug-in was stopped in lib_finish: no answer within 3 s.\n"}},
-        Failure{"InitFails", "lib_init=answer:-1\n", 3, {"lib_init failed with result -1"}},
-        Failure{"NameFails",
-                "get_validation_point=answer:-1\n",
-                3,
-                {"get_validation_point failed with result -1"}},
-        Failure{"OtherName",
-                "name=other_check\n",
-                3,
-                {"the validation point \"other_check\", but the data model has "
-                 "\"gpon_validation_check\""}}),
-    [](const auto &tested) { return tested.param.name; });
 
 TEST_F(PluginFailure, OfAMissingFileOrEntryPointIsToldWithTheFile)
 {
-    const std::string running = file("running.xml", kRunning);
-    const ProgramRun missing = run({"check", "--plugin", "./nowhere.so", running});
+    const ProgramRun missing = check_fec("", {"--plugin", "./nowhere.so"});
     EXPECT_EQ(missing.code, 3) << missing;
     EXPECT_THAT(missing.out, testing::StartsWith("./nowhere.so: the plug-in cannot be loaded: "));
-    const ProgramRun incomplete =
-        run({"check", "--plugin", TEST_PLUGINS "/incomplete.so", running});
+    const ProgramRun incomplete = check_fec("", {"--plugin", TEST_PLUGINS "/incomplete.so"});
     EXPECT_EQ(incomplete.code, 3) << incomplete;
     EXPECT_THAT(incomplete.out,
                 HasSubstr("incomplete.so: the plug-in has no entry point lib_finish"));
@@ -113,10 +72,9 @@ TEST_F(PluginFailure, OfAMissingFileOrEntryPointIsToldWithTheFile)
 
 TEST_F(PluginFailure, KeepsWhatWasFoundBefore)
 {
-    const std::string candidate = file("candidate.xml", kFecEdit);
     const ProgramRun done =
         check("interface_validation=reject:Too few.\nfec_confirmation_warning=exit:1\n",
-              {candidate, "--all"});
+              {file("candidate.xml", kFecEdit), "--all"});
     EXPECT_EQ(done.code, 4) << done;
     EXPECT_THAT(done.out, HasSubstr("/config/interface/gpon (interface_validation)\n    Too few."));
     EXPECT_THAT(done.out, HasSubstr(in_rule("it ended the process with exit status 1")));
@@ -129,16 +87,33 @@ TEST_F(PluginFailure, InThisProcessTellsAnExceptionToo)
     EXPECT_THAT(done.out, HasSubstr(in_rule("uncaught exception std::out_of_range: stoi")));
 }
 
-TEST_F(PluginFailure, IsInTheJsonReport)
+/** Of the program itself: the test must not end with the plug-in. */
+TEST_F(PluginFailure, InThisProcessIsToldWhenThePluginEndsIt)
 {
-    const ProgramRun done = check_fec("fec_confirmation_warning=assert\n", {"--json"});
-    EXPECT_EQ(done.code, 4) << done;
-    const auto report = nlohmann::json::parse(done.out);
-    EXPECT_EQ(report.at("result"), "plugin-died");
-    EXPECT_EQ(report.at("death").at("kind"), "signal");
-    EXPECT_EQ(report.at("death").at("number"), 6);
-    EXPECT_EQ(report.at("death").at("rule"), "fec_confirmation_warning");
-    EXPECT_THAT(report.at("plugin-output").get<std::string>(), HasSubstr("is_told_to_fail"));
+    struct End {
+        const char *act;
+        const char *out; /**< In the text report and in the JSON report. */
+        const char *err;
+    };
+    for (const auto &[act, out, err] :
+         {End{"exit:0", "it ended the process with exit status 0", ""},
+          End{"exit:3", "it ended the process with exit status 3", ""},
+          End{"fork", "", "gpon-validate: the plug-in ended this process at once, with _exit\n"},
+          End{"assert", "", "gpon-validate: the plug-in died in this process: Aborted"}}) {
+        for (const char *form : {"--all", "--json"}) {
+            setenv("GPON_TEST_SCRIPT", (std::string("fec_confirmation_warning=") + act).c_str(), 1);
+            const ProgramRun done =
+                run_alone({"check", "--plugin", kScripted, "--in-process", form, "--running",
+                           file("running.xml", kRunning), "--edit", file("change.xml", kFecEdit)});
+            SCOPED_TRACE(testing::Message() << act << " " << form << "\n" << done);
+            EXPECT_EQ(done.code, 4);
+            EXPECT_THAT(done.out, HasSubstr(out));
+            EXPECT_THAT(done.err, HasSubstr(err));
+            EXPECT_THAT(done.out, Not(HasSubstr("ccepted")));
+            EXPECT_EQ(nlohmann::json::accept(done.out),
+                      std::string_view(form) == "--json" && *out != '\0');
+        }
+    }
 }
 
 } // namespace

@@ -7,13 +7,34 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <optional>
 #include <sstream>
 #include <string>
+#include <sys/wait.h>
 #include <vector>
+
+/** A card with one PON link, and an edit that one rule looks at, about two leaves. */
+inline constexpr const char *kRunning = R"(<config xmlns="urn:olt:gpon:base">
+  <interface>
+    <gpon><chassis-id>1</chassis-id><slot-id>1</slot-id><port-id>1</port-id></gpon>
+  </interface>
+</config>
+)";
+
+inline constexpr const char *kFecEdit = R"(<config xmlns="urn:olt:gpon:base">
+  <interface>
+    <gpon>
+      <chassis-id>1</chassis-id><slot-id>1</slot-id><port-id>1</port-id>
+      <downstream-fec>true</downstream-fec>
+      <upstream-fec>true</upstream-fec>
+    </gpon>
+  </interface>
+</config>
+)";
 
 /** What a run of the program left behind. */
 struct ProgramRun {
@@ -76,12 +97,38 @@ protected:
         return run;
     }
 
-    /** Runs `check` with the scripted plug-in. */
+    /** Runs the program in a process of its own, through a shell. Nobody is asked. */
+    ProgramRun run_alone(const std::vector<std::string> &words, const std::string &prefix = "",
+                         const std::string &suffix = "") const
+    {
+        std::string command = prefix;
+        for (const auto &list : {std::vector<std::string>{GPON_VALIDATE_WORDS}, words}) {
+            for (const auto &word : list) {
+                command += " '" + word + "'";
+            }
+        }
+        command += " </dev/null >" + path("stdout") + " 2>" + path("stderr") + " " + suffix;
+        const int status = std::system(command.c_str());
+        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, without_folder(read("stdout")),
+                without_folder(read("stderr"))};
+    }
+
+    /** Runs `check` with the scripted plug-in, if the words name no other. */
     ProgramRun check(const std::string &script, std::vector<std::string> words) const
     {
         setenv("GPON_TEST_SCRIPT", script.c_str(), 1);
-        words.insert(words.begin(), {"check", "--plugin", kScripted});
+        if (std::find(words.begin(), words.end(), "--plugin") == words.end()) {
+            words.insert(words.begin(), {"--plugin", kScripted});
+        }
+        words.insert(words.begin(), "check");
         return run(words);
+    }
+    /** Checks the FEC edit. */
+    ProgramRun check_fec(const std::string &script, std::vector<std::string> words = {}) const
+    {
+        words.insert(words.end(), {"--running", file("running.xml", kRunning), "--edit",
+                                   file("change.xml", kFecEdit)});
+        return check(script, words);
     }
 
     /** The answer of the operator; empty: there is no terminal. */
@@ -101,22 +148,3 @@ private:
 
     std::filesystem::path m_folder;
 };
-
-/** A card with one PON link, and edits that two rules and one rule look at. */
-inline constexpr const char *kRunning = R"(<config xmlns="urn:olt:gpon:base">
-  <interface>
-    <gpon><chassis-id>1</chassis-id><slot-id>1</slot-id><port-id>1</port-id></gpon>
-  </interface>
-</config>
-)";
-
-inline constexpr const char *kFecEdit = R"(<config xmlns="urn:olt:gpon:base">
-  <interface>
-    <gpon>
-      <chassis-id>1</chassis-id><slot-id>1</slot-id><port-id>1</port-id>
-      <downstream-fec>true</downstream-fec>
-      <upstream-fec>true</upstream-fec>
-    </gpon>
-  </interface>
-</config>
-)";

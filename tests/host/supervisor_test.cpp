@@ -3,8 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <csignal>
 #include <cstdlib>
+#include <poll.h>
 #include <stdexcept>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -60,39 +62,6 @@ TEST_F(Supervisor, DeliversLinesAndOutputInWhole)
     EXPECT_EQ(end.exit_status, 0);
 }
 
-TEST_F(Supervisor, DeliversWhatWasSaidBeforeTheEnd)
-{
-    const ChildEnd end = run([](int fd) {
-        say(fd, "last\n");
-        say(STDERR_FILENO, "words");
-        std::raise(SIGKILL);
-    });
-    EXPECT_EQ(end.signal, SIGKILL);
-    EXPECT_FALSE(end.timed_out);
-    EXPECT_EQ(lines, std::vector<std::string>{"last"});
-    EXPECT_EQ(output, "words");
-}
-
-TEST_F(Supervisor, TellsTheExitStatus)
-{
-    EXPECT_EQ(run([](int) { _exit(17); }).exit_status, 17);
-}
-
-TEST_F(Supervisor, KillsASilentChild)
-{
-    const ChildEnd end = run(
-        [](int fd) {
-            say(fd, "start\n");
-            for (;;) {
-                pause();
-            }
-        },
-        500ms);
-    EXPECT_TRUE(end.timed_out);
-    EXPECT_EQ(end.signal, SIGKILL);
-    EXPECT_EQ(lines, std::vector<std::string>{"start"});
-}
-
 TEST_F(Supervisor, DoesNotWaitForAGrandchildThatHoldsThePipes)
 {
     // Without patience: only the end of the child can end this.
@@ -107,6 +76,78 @@ TEST_F(Supervisor, DoesNotWaitForAGrandchildThatHoldsThePipes)
     });
     EXPECT_EQ(end.exit_status, 0);
     EXPECT_EQ(lines, std::vector<std::string>{"gone"});
+}
+
+/** Waits until nobody holds the writing end any more. */
+bool comes_to_an_end(int read_end)
+{
+    pollfd end{read_end, POLLIN, 0};
+    constexpr int kMilliseconds = 10000;
+    return poll(&end, 1, kMilliseconds) == 1;
+}
+
+/** Starts a process in a session of its own that nobody waits for. */
+void start_daemon()
+{
+    if (fork() == 0) {
+        setsid();
+        if (fork() == 0) {
+            alarm(60);
+            pause();
+        }
+        _exit(0);
+    }
+}
+
+TEST_F(Supervisor, LeavesNothingThatTheChildStarted)
+{
+    for (const bool is_supervisor_killed : {false, true}) {
+        std::array<int, 2> holders{};
+        ASSERT_EQ(pipe(holders.data()), 0);
+        const pid_t supervisor = fork();
+        if (supervisor == 0) {
+            ::close(holders[0]);
+            const pid_t self = getpid();
+            run([&](int) {
+                start_daemon();
+                if (is_supervisor_killed) {
+                    kill(self, SIGKILL);
+                    pause();
+                }
+            });
+            _exit(0);
+        }
+        ::close(holders[1]);
+        EXPECT_TRUE(comes_to_an_end(holders[0])) << "a process is left";
+        ::close(holders[0]);
+        waitpid(supervisor, nullptr, 0);
+    }
+}
+
+TEST_F(Supervisor, CountsOnlyTheChildsOwnSilence)
+{
+    ChildWork child;
+    child.work = [](int fd) {
+        say(STDERR_FILENO, "to a pager");
+        usleep(1000000);
+        say(fd, "line\n");
+    };
+    child.on_line = [](std::string_view) {};
+    child.on_output = [](std::string_view) { usleep(900000); };
+    child.on_tick = [] {};
+    child.idle_timeout = 800ms;
+    EXPECT_FALSE(host::run_in_child(child).timed_out);
+}
+
+TEST_F(Supervisor, RefusesALineWithoutEnd)
+{
+    const std::string part(65536, 'x');
+    EXPECT_THROW(run([&](int fd) {
+                     for (;;) {
+                         say(fd, part);
+                     }
+                 }),
+                 std::runtime_error);
 }
 
 TEST_F(Supervisor, KillsAChildThatNeverStopsWriting)

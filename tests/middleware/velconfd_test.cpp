@@ -89,32 +89,22 @@ TEST_F(Middleware, KnowsOnlyLiveContexts)
     }
     EXPECT_EQ(m_trace.size(), 6U);
 
+    EXPECT_GT(velconfd_config_session_start(m_word), 0);
     m_context.reset();
+    EXPECT_EQ(m_framework.open_sockets(SocketKind::kMaapi), 0) << "closed with their context";
+    EXPECT_EQ(m_framework.open_sockets(SocketKind::kCdb), 0);
     EXPECT_EQ(velconfd_maapi_socket_get(m_word), -1);
     EXPECT_EQ(velconfd_config_session_start(m_word), -1);
-}
-
-TEST_F(Middleware, ClosesAllOfAContextWithIt)
-{
-    EXPECT_EQ(m_framework.open_sockets(SocketKind::kMaapi), 1);
-    velconfd_config_session_start(m_word);
-    EXPECT_EQ(m_framework.open_sockets(SocketKind::kCdb), 1);
-    m_context.reset();
-    EXPECT_EQ(m_framework.open_sockets(SocketKind::kMaapi), 0);
-    EXPECT_EQ(m_framework.open_sockets(SocketKind::kCdb), 0);
 }
 
 TEST_F(Middleware, TellsWhyASessionCouldNotStart)
 {
     auto &hooks = engine::Hooks::instance();
-    hooks.reset_counts();
     keep_trace();
     hooks.fail_call(2, CONFD_ERR_OS);
     EXPECT_GT(velconfd_config_session_start(m_word), 0);
     EXPECT_EQ(velconfd_config_session_start(m_word), -1);
-    EXPECT_TRUE(hooks.has_failed());
     EXPECT_EQ(m_context->open_sessions(), 1);
-    EXPECT_EQ(hooks.counts().at("velconfd_config_session_start"), 2U);
     EXPECT_THAT(m_trace, ElementsAre("12 velconfd no read session: forced failure"));
 }
 
@@ -164,11 +154,7 @@ TEST(MiddlewareOrder, AContextOutlivesItsFrameworkUnharmed)
     EXPECT_EQ(velconfd_config_session_start(context.word()), -1);
     velconfd_config_session_end(context.word());
     EXPECT_EQ(context.open_sessions(), 0);
-}
-
-TEST(MiddlewareOrder, AContextNeedsAFramework)
-{
-    EXPECT_THROW(velconfd::Context(), engine::Error);
+    EXPECT_THROW(velconfd::Context(), engine::Error) << "a new one needs a framework";
 }
 
 } // namespace

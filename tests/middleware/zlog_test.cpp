@@ -1,8 +1,6 @@
 #include <zlog.h>
 #include <zlog_host.h>
 
-#include "scratch_file.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -13,10 +11,10 @@
 namespace
 {
 
+using testing::AllOf;
 using testing::ContainsRegex;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::Not;
 
 class Trace : public testing::Test
 {
@@ -45,6 +43,8 @@ TEST_F(Trace, KeepsTheLevelsFromTheOneThatIsSet)
     EXPECT_EQ(zlog_level_enabled(m_category, 12), 0);
     EXPECT_EQ(zlog_level_enabled(m_category, zlog_host::kOff), 0);
 
+    EXPECT_EQ(zlog_host::category("gpon-valid"), m_category);
+    EXPECT_NE(zlog_host::category("another"), m_category);
     zlog_host::set_level(11);
     trace(10, "fine");
     trace(11, "progress");
@@ -79,16 +79,14 @@ TEST_F(Trace, HandsOverEachPartOfALine)
     EXPECT_EQ(lines[0].text, "42 " + long_text);
 }
 
-TEST_F(Trace, WritesAFileAnewAndAtOnce)
+TEST_F(Trace, HandsOverLaidOutLinesAtOnce)
 {
-    const ScratchFile file("what was there before\n");
-    zlog_host::write_to_file(file.path());
+    std::string written;
+    zlog_host::write_text_to([&](std::string_view text) { written += text; });
     zlog_host::set_level(10);
     trace(12, "100 % {} of it");
     zlog_host::write({"debug", "", "", 0, 10, "a note"});
 
-    const std::string written = file.read();
-    EXPECT_THAT(written, Not(HasSubstr("before")));
     EXPECT_THAT(written, ContainsRegex("^[0-9]{4}-[0-9]{2}-[0-9]{2} "
                                        "[0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3} "
                                        "12 gpon-valid src/file:7 func: 100 % \\{\\} of it\n"));
@@ -101,34 +99,12 @@ TEST_F(Trace, GoesToStderrUnlessToldOtherwise)
     zlog_host::set_level(12);
     testing::internal::CaptureStderr();
     trace(12, "on the screen");
-    EXPECT_THAT(testing::internal::GetCapturedStderr(),
-                HasSubstr("12 gpon-valid src/file:7 func: on the screen\n"));
-}
-
-TEST_F(Trace, SaysWhenAFileCannotBeWritten)
-{
-    const ScratchFile no_folder;
-    try {
-        zlog_host::write_to_file(no_folder.path() + "/trace");
-        ADD_FAILURE() << "a file in a file was opened";
-    } catch (const std::runtime_error &error) {
-        EXPECT_THAT(error.what(), HasSubstr(no_folder.path()));
-    }
-}
-
-TEST_F(Trace, LosesALineRatherThanThrowIntoItsCaller)
-{
+    // A line is lost rather than that its caller would have to do with an exception.
     zlog_host::write_to([](const zlog_host::Line &) { throw std::runtime_error("disk full"); });
-    zlog_host::set_level(10);
-    testing::internal::CaptureStderr();
     EXPECT_NO_THROW(trace(12, "lost"));
-    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("disk full"));
-}
-
-TEST_F(Trace, FindsACategoryAgainByItsName)
-{
-    EXPECT_EQ(zlog_host::category("gpon-valid"), m_category);
-    EXPECT_NE(zlog_host::category("another"), m_category);
+    EXPECT_THAT(
+        testing::internal::GetCapturedStderr(),
+        AllOf(HasSubstr("12 gpon-valid src/file:7 func: on the screen\n"), HasSubstr("disk full")));
 }
 
 } // namespace

@@ -36,6 +36,7 @@ for place in one two/further/away; do
         -DGPON_PLATFORM_INCLUDE="$scratch/kit/include" -DGPON_PLATFORM_LIB="$scratch/kit/lib"
     run cmake --build "$scratch/$place/build"
 done
+"$here/../packages/binaries.py" --build "$scratch/one/build"
 library=$scratch/one/build/lib/libgpon_card_valid.so
 cmp "$library" "$scratch/two/further/away/build/lib/libgpon_card_valid.so"
 

@@ -42,8 +42,10 @@ inline GoldenCase read_golden_case(const std::shared_ptr<const engine::Schema> &
     }
     engine::check_yang(running, "running.xml");
     const auto whole = folder / "candidate.xml";
-    const auto edit =
-        exists(folder / "change.xml") ? folder / "change.xml" : folder / "overbook.xml";
+    auto edit = folder / "overbook.xml";
+    for (const char *name : {"change.xml", "change.json"}) {
+        edit = exists(folder / name) ? folder / name : edit;
+    }
     Datastore candidate = exists(whole)
                               ? Datastore::parse(schema, engine::read_source(whole), &running)
                               : engine::apply_edit(running, engine::read_source(edit));

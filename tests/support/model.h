@@ -1,13 +1,11 @@
 /** The card's data model and small configurations of it, for tests. */
 #pragma once
 
+#include "card_model.h"
 #include "engine/data/datastore.h"
 #include "engine/data/yang_check.h"
 #include "engine/schema/schema_loader.h"
 #include "tags.h"
-
-// In angle brackets, because this file has the same name.
-#include <model.h>
 
 #include <memory>
 #include <string>

@@ -7,6 +7,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <new>
 
 namespace
@@ -30,10 +31,13 @@ void api::note_exception() noexcept
     } catch (const engine::Error &error) {
         set_last_error(error.code(), error.what());
     } catch (const std::bad_alloc &) {
+        engine::Hooks::instance().note_breakdown(std::current_exception());
         set_last_error(CONFD_ERR_MALLOC, "out of memory");
     } catch (const std::exception &error) {
+        engine::Hooks::instance().note_breakdown(std::current_exception());
         set_last_error(CONFD_ERR_INTERNAL, error.what());
     } catch (...) {
+        engine::Hooks::instance().note_breakdown(std::current_exception());
         set_last_error(CONFD_ERR_INTERNAL, "an exception of unknown type");
     }
 }

@@ -6,6 +6,7 @@
 #include <cstdarg>
 #include <functional>
 #include <string>
+#include <string_view>
 
 namespace zlog_host
 {
@@ -28,8 +29,8 @@ void set_level(int level);
 
 /** Lines go to stderr (the default). */
 void write_to_stderr();
-/** Lines go to a file, anew. @throws std::runtime_error */
-void write_to_file(const std::string &path);
+/** Lines go to a function, each as the text that stderr would get, with its newline. */
+void write_text_to(std::function<void(std::string_view text)> sink);
 /** Lines go to a function: for tests. */
 void write_to(std::function<void(const Line &)> sink);
 

@@ -1,7 +1,8 @@
 #include "zlog.h"
 #include "zlog_host.h"
 
-#include <spdlog/sinks/basic_file_sink.h>
+#include <spdlog/details/null_mutex.h>
+#include <spdlog/sinks/base_sink.h>
 #include <spdlog/sinks/stdout_sinks.h>
 #include <spdlog/spdlog.h>
 
@@ -50,6 +51,25 @@ Sink laid_out(spdlog::sink_ptr destination)
     };
 }
 
+/** Passes laid-out lines on. */
+class FunctionSink : public spdlog::sinks::base_sink<spdlog::details::null_mutex>
+{
+public:
+    explicit FunctionSink(std::function<void(std::string_view)> take) : m_take(std::move(take)) {}
+
+protected:
+    void sink_it_(const spdlog::details::log_msg &message) override
+    {
+        spdlog::memory_buf_t text;
+        formatter_->format(message, text);
+        m_take({text.data(), text.size()});
+    }
+    void flush_() override {}
+
+private:
+    std::function<void(std::string_view)> m_take;
+};
+
 struct State {
     int lowest_level = kOff;
     Sink sink = laid_out(std::make_shared<spdlog::sinks::stderr_sink_st>());
@@ -94,15 +114,9 @@ void write_to_stderr()
     state().sink = laid_out(std::make_shared<spdlog::sinks::stderr_sink_st>());
 }
 
-void write_to_file(const std::string &path)
+void write_text_to(std::function<void(std::string_view)> sink)
 {
-    try {
-        const bool truncate = true;
-        state().sink =
-            laid_out(std::make_shared<spdlog::sinks::basic_file_sink_st>(path, truncate));
-    } catch (const spdlog::spdlog_ex &error) {
-        throw std::runtime_error(error.what());
-    }
+    state().sink = laid_out(std::make_shared<FunctionSink>(std::move(sink)));
 }
 
 void write_to(std::function<void(const Line &)> sink)

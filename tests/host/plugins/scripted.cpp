@@ -6,6 +6,7 @@
  */
 #include "confd_lib.h"
 
+#include <algorithm>
 #include <cassert>
 #include <csignal>
 #include <cstdio>
@@ -14,6 +15,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace
@@ -50,6 +52,20 @@ bool takes(const std::string &act, const char *name, std::string &detail)
     }
 }
 
+/** Writes lines, divided by `;`, to every pipe but stdin, stdout and stderr. */
+void forge(std::string lines)
+{
+    std::replace(lines.begin(), lines.end(), ';', '\n');
+    constexpr int kMaxDescriptor = 64;
+    for (int fd = STDERR_FILENO + 1; fd < kMaxDescriptor; ++fd) {
+        struct stat status {
+        };
+        if (fstat(fd, &status) == 0 && S_ISFIFO(status.st_mode)) {
+            static_cast<void>(!write(fd, lines.data(), lines.size()));
+        }
+    }
+}
+
 /** @return The result for the entry point. */
 int act(const std::string &act, confd_trans_ctx *transaction)
 {
@@ -73,6 +89,13 @@ int act(const std::string &act, confd_trans_ctx *transaction)
     }
     if (takes(act, "fault", detail)) {
         std::raise(SIGKILL); // A signal that no sanitizer takes for itself.
+    }
+    if (takes(act, "fork", detail) && fork() != 0) {
+        _exit(0); // The copy goes on.
+    }
+    if (takes(act, "forge", detail)) {
+        forge(detail);
+        _exit(0);
     }
     if (takes(act, "exit", detail)) {
         std::exit(std::atoi(detail.c_str()));

@@ -48,7 +48,8 @@ std::string text(const confd_type &type)
         return "$0$ and the clear text, or an encrypted value behind $8$";
     }
     const auto *length = reinterpret_cast<const lysc_type_str *>(type.yang)->length;
-    return length != nullptr ? ranges(*length, false) + " characters" : "";
+    const char *unit = type.max_bytes != 0 ? " bytes" : " characters";
+    return length != nullptr ? ranges(*length, false) + unit : "";
 }
 
 std::string members(const confd_type &type)

@@ -1,15 +1,13 @@
 #include "engine/data/datastore.h"
 
+#include "engine/data/document.h"
 #include "engine/data/error.h"
 #include "engine/data/normalise.h"
 #include "engine/data/path.h"
 #include "engine/data/problems.h"
+#include "engine/data/text_length.h"
 
-#include <array>
-#include <cerrno>
 #include <cstdlib>
-#include <cstring>
-#include <fstream>
 #include <stdexcept>
 #include <utility>
 
@@ -27,20 +25,6 @@ LYD_FORMAT yang_format(Format format)
                        const std::string &message, const std::string &hint)
 {
     throw InputError({{fault, source.name, 0, path, message, hint}});
-}
-
-/** One that carries operations is an edit: taking it for a whole configuration would empty the
- * rest. */
-void refuse_metadata(const lyd_node *siblings, const Source &source)
-{
-    for (; siblings != nullptr; siblings = siblings->next) {
-        if (siblings->meta != nullptr) {
-            fail(Fault::kUnknownAttribute, source, path_text(siblings),
-                 std::string("The attribute ") + siblings->meta->name + " belongs into edits",
-                 "this is read as a whole configuration");
-        }
-        refuse_metadata(lyd_child(siblings), source);
-    }
 }
 
 void require_one_root(const lyd_node *root, const Schema &schema, const Source &source)
@@ -71,29 +55,6 @@ std::string print_tree(const lyd_node *root, Format format, std::uint32_t option
 
 } // namespace
 
-Format format_of(const std::string &text)
-{
-    const auto first = text.find_first_not_of(" \t\r\n");
-    return first != std::string::npos && text[first] == '{' ? Format::kJson : Format::kXml;
-}
-
-Source read_source(const std::string &path)
-{
-    errno = 0;
-    std::ifstream file(path, std::ios::binary);
-    Source source{path, {}};
-    std::array<char, 65536> chunk{};
-    while (file.read(chunk.data(), chunk.size()) || file.gcount() > 0) {
-        source.text.append(chunk.data(), static_cast<std::size_t>(file.gcount()));
-    }
-    if (!file.is_open() || file.bad()) {
-        const std::string reason = errno != 0 ? std::strerror(errno) : "It cannot be read";
-        throw InputError(
-            {{Fault::kUnreadable, path, 0, "", reason, "a file with a configuration is wanted"}});
-    }
-    return source;
-}
-
 Datastore::Datastore(std::shared_ptr<const Schema> schema) : m_schema(std::move(schema)) {}
 
 Datastore::~Datastore()
@@ -119,14 +80,12 @@ Datastore Datastore::parse(std::shared_ptr<const Schema> schema, const Source &s
     Datastore tree(std::move(schema));
     auto *context = tree.m_schema->context();
     ly_err_clean(context, nullptr);
-    const auto result =
-        lyd_parse_data_mem(context, source.text.c_str(), yang_format(format_of(source.text)),
-                           LYD_PARSE_STRICT | LYD_PARSE_ONLY, 0, &tree.m_root);
-    if (result != LY_SUCCESS) {
+    const Document document(source, Content::kConfiguration);
+    if (document.parse(context, LYD_PARSE_STRICT, tree.m_root) != LY_SUCCESS) {
         throw InputError(take_problems(*tree.m_schema, source.name));
     }
     require_one_root(tree.m_root, *tree.m_schema, source);
-    refuse_metadata(tree.m_root, source);
+    require_short_texts(tree.m_root, source);
     tree.normalise(committed);
     return tree;
 }

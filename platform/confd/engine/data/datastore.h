@@ -1,6 +1,7 @@
 /** A configuration: a tree in which system-ordered lists stand in key order. */
 #pragma once
 
+#include "engine/data/source.h"
 #include "engine/schema/schema.h"
 
 #include <functional>
@@ -9,20 +10,6 @@
 
 namespace engine
 {
-
-enum class Format { kXml, kJson };
-
-/** XML or JSON, by the first character that is not a blank. */
-Format format_of(const std::string &text);
-
-/** Text that somebody wrote, with the name under which errors mention it. */
-struct Source {
-    std::string name;
-    std::string text;
-};
-
-/** Reads a whole file; InputError when that fails. */
-Source read_source(const std::string &path);
 
 /**
  * Owns a libyang tree. A default value that YANG supplies is in the tree once `check_yang` has run.

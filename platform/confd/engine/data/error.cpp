@@ -28,9 +28,23 @@ std::string lines_of(const std::vector<Problem> &problems)
     return text;
 }
 
+/** A failure without a reason is still one: who looks for problems must find it. */
+std::vector<Problem> at_least_one(std::vector<Problem> problems)
+{
+    if (problems.empty()) {
+        problems.push_back({Fault::kInternal, "", 0, "", "a failure without a reason", ""});
+    }
+    return problems;
+}
+
 } // namespace
 
 InputError::InputError(std::vector<Problem> problems)
+    : InputError(std::in_place, at_least_one(std::move(problems)))
+{
+}
+
+InputError::InputError(std::in_place_t, std::vector<Problem> problems)
     : std::runtime_error(lines_of(problems)), m_problems(std::move(problems))
 {
 }

@@ -39,10 +39,14 @@ struct Problem {
 class InputError : public std::runtime_error
 {
 public:
+    /** @param problems  Of none one is made: there is no failure without a problem. */
     explicit InputError(std::vector<Problem> problems);
+    /** At least one. */
     const std::vector<Problem> &problems() const { return m_problems; }
 
 private:
+    InputError(std::in_place_t, std::vector<Problem> problems);
+
     std::vector<Problem> m_problems;
 };
 

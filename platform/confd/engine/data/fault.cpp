@@ -42,6 +42,8 @@ FaultNames names_of(Fault fault)
         return {"constraint", "operation-failed"};
     case Fault::kInvalidData:
         return {"invalid-data", "operation-failed"};
+    case Fault::kInvalidOption:
+        return {"invalid-option", "invalid-value"};
     case Fault::kInvalidCard:
         return {"invalid-card", "invalid-value"};
     case Fault::kUnusablePlugin:

@@ -23,6 +23,7 @@ enum class Fault {
     kNotUnique,         /**< A violated `unique`. */
     kConstraint,        /**< A violated `must` or `when`. */
     kInvalidData,       /**< Anything else that the model does not allow. */
+    kInvalidOption,     /**< A word of the command line that makes no sense. */
     kInvalidCard,       /**< A file of card capabilities that makes no sense. */
     kUnusablePlugin,    /**< A plug-in that cannot be loaded or does not start. */
     kInternal           /**< A failure of ours or of the system. */

@@ -5,8 +5,10 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <new>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 
 namespace engine
 {
@@ -79,7 +81,31 @@ std::string hint_for(const Schema &schema, const FaultLocation &location, Fault 
                : "";
 }
 
+/** Since the last look; libyang logs such a failure, but neither stores nor always returns it. */
+bool memory_was_lacking = false;
+
+void note_message(LY_LOG_LEVEL /*level*/, const char *message, const char * /*path*/)
+{
+    if (message == nullptr || std::string_view(message).substr(0, 17) == "Memory allocation") {
+        memory_was_lacking = true;
+    }
+}
+
 } // namespace
+
+void store_errors()
+{
+    const ly_bool with_path = 1; // Of the stored errors, too.
+    ly_set_log_clb(note_message, with_path);
+    ly_log_options(LY_LOLOG | LY_LOSTORE);
+}
+
+void require_memory(LY_ERR result)
+{
+    if (std::exchange(memory_was_lacking, false) || result == LY_EMEM) {
+        throw std::bad_alloc();
+    }
+}
 
 FaultLocation read_location(const char *text)
 {
@@ -138,6 +164,9 @@ Fault fault_of(const ly_err_item &item)
     const auto tagged = item.apptag != nullptr ? kByTag.find(item.apptag) : kByTag.end();
     if (tagged != kByTag.end()) {
         return tagged->second;
+    }
+    if (item.msg != nullptr && std::string_view(item.msg).rfind("Duplicate instance", 0) == 0) {
+        return Fault::kDuplicate; // Only the text tells.
     }
     switch (item.vecode) {
     case LYVE_SYNTAX:

@@ -1,6 +1,7 @@
 #include "engine/data/xpath.h"
 
 #include "engine/data/error.h"
+#include "engine/data/problems.h"
 
 #include <memory>
 #include <optional>
@@ -40,6 +41,7 @@ try_select(const Datastore &tree, const lyd_node *context, const std::string &ex
                                           nullptr, nullptr, &raw);
     const auto free_set = [](ly_set *each) { ly_set_free(each, nullptr); };
     const std::unique_ptr<ly_set, decltype(free_set)> set(raw, free_set);
+    require_memory(result);
     if (result == LY_SUCCESS) {
         return std::vector<const lyd_node *>(set->dnodes, set->dnodes + set->count);
     }
@@ -56,8 +58,11 @@ bool has_text(const Datastore &tree, const lyd_node *context, const std::string 
 {
     const std::string question = "string(" + expression + ") = '" + text + "'";
     ly_bool answer = 0;
-    if (lyd_eval_xpath3(context != nullptr ? context : tree.root(), tree.schema().module(),
-                        question.c_str(), LY_VALUE_JSON, nullptr, nullptr, &answer) != LY_SUCCESS) {
+    const LY_ERR result =
+        lyd_eval_xpath3(context != nullptr ? context : tree.root(), tree.schema().module(),
+                        question.c_str(), LY_VALUE_JSON, nullptr, nullptr, &answer);
+    require_memory(result);
+    if (result != LY_SUCCESS) {
         fail(expression, take_message(tree.schema().context()));
     }
     return answer != 0;

@@ -184,13 +184,16 @@ private:
     /** Line of the node at fault, if it stands in the text once: by its name and value. */
     unsigned line_of(const FaultLocation &location, const Problem &problem) const
     {
+        const auto *node = location.data.empty() ? nullptr : find_data(location.data);
+        if (problem.fault == Fault::kDuplicate && node != nullptr) {
+            return line_of_duplicate(m_source.text, *Schema::of(node), node);
+        }
         const auto name = problem.path.substr(problem.path.rfind('/') + 1);
         if (m_source.text.empty() || name.empty() || name.find('}') != std::string::npos) {
             return problem.line; // A list entry is not found by its list's name.
         }
-        const auto *leaf = location.data.empty() ? nullptr : find_data(location.data);
-        const bool has_value = leaf != nullptr && (leaf->schema->nodetype & LYD_NODE_TERM) != 0;
-        return line_of_node(m_source.text, name, has_value ? lyd_get_value(leaf) : "");
+        const bool has_value = node != nullptr && (node->schema->nodetype & LYD_NODE_TERM) != 0;
+        return line_of_node(m_source.text, name, has_value ? lyd_get_value(node) : "");
     }
 
     lyd_node *find_data(const std::string &path) const
@@ -236,18 +239,34 @@ bool has_leaf_list_defaults(const Schema &schema)
     return found;
 }
 
+/** A failure that is none of the data's, such as one of memory, need not come again. */
+Problem unexplained(const Source &source, LY_ERR result)
+{
+    return {Fault::kInternal,
+            source.name,
+            0,
+            "",
+            "the check against the model failed (libyang's code " + std::to_string(result) +
+                "), and found no fault in a second run",
+            ""};
+}
+
 } // namespace
 
 void check_yang(Datastore &tree, const Source &source)
 {
     const Schema &schema = tree.schema();
     auto *context = schema.context();
-    const bool is_valid =
-        lyd_validate_all(&tree.m_root, context, LYD_VALIDATE_NO_STATE, nullptr) == LY_SUCCESS;
+    const LY_ERR result = lyd_validate_all(&tree.m_root, context, LYD_VALIDATE_NO_STATE, nullptr);
+    require_memory(result);
     ly_err_clean(context, nullptr);
-    if (!is_valid) {
+    if (result != LY_SUCCESS) {
         Datastore trial = tree.copy();
-        throw InputError(FaultFinder(schema, trial.m_root, source).find());
+        auto problems = FaultFinder(schema, trial.m_root, source).find();
+        if (problems.empty()) {
+            problems.push_back(unexplained(source, result));
+        }
+        throw InputError(std::move(problems));
     }
     if (has_leaf_list_defaults(schema)) {
         order_by_keys(tree.m_root); // They come in the model's order.

@@ -3,11 +3,15 @@
 #include "engine/data/normalise.h"
 #include "engine/data/path.h"
 #include "engine/data/problems.h"
+#include "engine/data/text_length.h"
 #include "engine/edit/edit_reader.h"
+#include "engine/edit/edit_text.h"
 
 #include <cstring>
 #include <map>
+#include <set>
 #include <stdexcept>
+#include <string_view>
 
 namespace engine
 {
@@ -16,8 +20,8 @@ namespace engine
 class EditApplier
 {
 public:
-    EditApplier(const Datastore &running, std::string source)
-        : m_running(running), m_candidate(running.copy()), m_source(std::move(source))
+    EditApplier(const Datastore &running, const Source &source)
+        : m_running(running), m_candidate(running.copy()), m_source(source)
     {
     }
 
@@ -37,7 +41,7 @@ private:
     void apply_inner(const lyd_node *node, lyd_node *parent, lyd_node *target, Operation operation);
     void apply_value(const lyd_node *node, lyd_node *parent, lyd_node *target);
     void normalise_siblings(const lyd_node *first, lyd_node *parent);
-    void refuse_two_values(const lyd_node *first);
+    void refuse_duplicates(const lyd_node *first);
     void refuse_two_cases(const lyd_node *first, Operation inherited);
     void refuse_key_deletion(const lyd_node *entry);
 
@@ -47,14 +51,16 @@ private:
     void remove_other_cases(const lyd_node *node);
     void remove_case(const lysc_node *unselected, const lyd_node *parent);
 
+    void refuse_lost_anchor(const lyd_node *node, std::string_view insert);
     void place(const lyd_node *node, lyd_node *target);
     lyd_node *find_anchor(const lyd_node *node, lyd_node *target);
 
     void add_problem(Fault fault, const lyd_node *node, const std::string &message,
                      const std::string &hint)
     {
-        m_problems.push_back({fault, m_source, 0, edit_path(node), message, hint});
+        m_problems.push_back({fault, m_source.name, 0, edit_path(node), message, hint});
     }
+    void add_duplicate(const lyd_node *node, const std::string &hint);
     lyd_node *siblings_below(const lyd_node *parent) const
     {
         return parent != nullptr ? lyd_child(parent) : m_candidate.root();
@@ -62,7 +68,7 @@ private:
 
     const Datastore &m_running;
     Datastore m_candidate;
-    std::string m_source;
+    const Source &m_source;
     std::vector<Problem> m_problems;
 };
 
@@ -111,7 +117,7 @@ void require_success(LY_ERR result)
 /** Deletions come first: another case of the same choice may take the place. */
 void EditApplier::apply_siblings(const lyd_node *first, lyd_node *parent, Operation inherited)
 {
-    refuse_two_values(first);
+    refuse_duplicates(first);
     refuse_two_cases(first, inherited);
     for (const bool deletions : {true, false}) {
         for (const auto *node = first; node != nullptr; node = node->next) {
@@ -127,7 +133,9 @@ void EditApplier::apply_node(const lyd_node *node, lyd_node *parent, Operation o
 {
     lyd_node *target = find(node, parent);
     if (is_deletion(operation)) {
-        if (is_set(target)) {
+        if (node->schema != nullptr && metadata(node, "yang:insert") != nullptr) {
+            add_problem(Fault::kInvalidAttribute, node, "Cannot be deleted and inserted", "");
+        } else if (is_set(target)) {
             remove(target);
         } else if (operation == Operation::kDelete) {
             add_problem(Fault::kDataMissing, node, "Cannot be deleted: it does not exist",
@@ -204,12 +212,31 @@ void EditApplier::normalise_siblings(const lyd_node *first, lyd_node *parent)
     }
 }
 
-void EditApplier::refuse_two_values(const lyd_node *first)
+void EditApplier::add_duplicate(const lyd_node *node, const std::string &hint)
 {
-    for (const auto *node = first; node != nullptr && node->next != nullptr; node = node->next) {
-        const auto *schema = node->schema; // libyang puts nodes of the same schema together
-        if (schema != nullptr && schema->nodetype == LYS_LEAF && schema == node->next->schema) {
-            add_problem(Fault::kDuplicate, node, "Duplicate node", "a leaf has one value");
+    constexpr std::size_t kMaxSearches = 20; // Each goes through the whole text.
+    add_problem(Fault::kDuplicate, node, "Duplicate node", hint);
+    if (m_problems.size() <= kMaxSearches) {
+        const auto &schema = *schema_of(m_candidate.schema(), node);
+        m_problems.back().line = line_of_duplicate(m_source.text, schema, node);
+    }
+}
+
+/** Which of two would count? A card's operator must not have to know. */
+void EditApplier::refuse_duplicates(const lyd_node *first)
+{
+    std::set<const SchemaNode *> seen;
+    for (const auto *node = first; node != nullptr; node = node->next) {
+        const auto *schema = schema_of(m_candidate.schema(), node);
+        if (schema->is_list() || schema->is_leaf_list()) {
+            lyd_node *same = nullptr;
+            lyd_find_sibling_first(first, node, &same);
+            if (same != nullptr && same != node) {
+                add_duplicate(node, "an edit names an entry once");
+            }
+        } else if (!seen.insert(schema).second) {
+            add_duplicate(node,
+                          schema->is_leaf() ? "a leaf has one value" : "an edit names a node once");
         }
     }
 }
@@ -320,10 +347,22 @@ void EditApplier::remove_case(const lysc_node *unselected, const lyd_node *paren
     }
 }
 
+/** Another entry is named that has no meaning for this one. */
+void EditApplier::refuse_lost_anchor(const lyd_node *node, std::string_view insert)
+{
+    for (const char *name : {"yang:key", "yang:value"}) {
+        if (insert != "before" && insert != "after" && metadata(node, name) != nullptr) {
+            add_problem(Fault::kInvalidAttribute, node, std::string(name) + " has no meaning here",
+                        "it goes with yang:insert=\"before\" or \"after\"");
+        }
+    }
+}
+
 /** Moves an entry of a user-ordered list or leaf-list to where yang:insert wants it. */
 void EditApplier::place(const lyd_node *node, lyd_node *target)
 {
     const char *insert = metadata(node, "yang:insert");
+    refuse_lost_anchor(node, insert != nullptr ? insert : "");
     if (insert == nullptr) {
         return;
     }
@@ -371,7 +410,7 @@ lyd_node *EditApplier::find_anchor(const lyd_node *node, lyd_node *target)
         add_problem(Fault::kDataMissing, node, where + " " + wanted + ": there is no such entry",
                     "");
     } else if (result != LY_SUCCESS) {
-        const auto why = take_problems(m_candidate.schema(), m_source);
+        const auto why = take_problems(m_candidate.schema(), m_source.name);
         add_problem(Fault::kInvalidAttribute, node,
                     where + " " + wanted + ": " + why.front().message, "");
     }
@@ -380,7 +419,9 @@ lyd_node *EditApplier::find_anchor(const lyd_node *node, lyd_node *target)
 
 Datastore apply_edit(const Datastore &running, const Source &edit)
 {
-    return EditApplier(running, edit.name).apply(parse_edit(running.schema(), edit));
+    const EditTree tree = parse_edit(running.schema(), edit);
+    require_short_texts(tree.root.get(), edit);
+    return EditApplier(running, edit).apply(tree);
 }
 
 } // namespace engine

@@ -10,19 +10,6 @@ namespace engine
 namespace
 {
 
-constexpr const char *kYangNamespace = "urn:ietf:params:xml:ns:yang:1";
-
-constexpr const char *kAttributeHint =
-    "an edit has nc:operation with xmlns:nc=\"urn:ietf:params:xml:ns:netconf:base:1.0\", and "
-    "yang:insert, yang:key and yang:value with xmlns:yang=\"urn:ietf:params:xml:ns:yang:1\"";
-constexpr const char *kMetadataHint =
-    "an edit has ietf-netconf:operation, yang:insert, yang:key and yang:value";
-
-bool is_in_namespace(const ly_opaq_name &name, const char *wanted)
-{
-    return name.module_ns != nullptr && std::strcmp(name.module_ns, wanted) == 0;
-}
-
 const char *value_of(const lyd_node_opaq &node)
 {
     return node.value != nullptr ? node.value : "";
@@ -48,9 +35,6 @@ public:
             }
         }
     }
-
-    void visit_attributes(const lyd_node *siblings);
-    void check_metadata();
 
     std::vector<Problem> problems;
 
@@ -95,7 +79,7 @@ void FaultFinder::explain(const lyd_node *node)
     } else if (schema->is_leaf() || schema->is_leaf_list()) {
         explain_value(node, *schema);
     } else {
-        add(Fault::kInvalidValue, node, "It holds other nodes, not a value", "");
+        add(Fault::kInvalidValue, node, "Holds other nodes, not a value", "");
     }
 }
 
@@ -179,63 +163,6 @@ unsigned FaultFinder::strict_line(const lyd_node *node, const std::string &messa
     return line;
 }
 
-/** @param siblings  All opaque: from a parse without a model. */
-void FaultFinder::visit_attributes(const lyd_node *siblings)
-{
-    for (const auto *node = siblings; node != nullptr; node = node->next) {
-        const auto *first = is_in_namespace(as_opaque(node).name, kNetconfNamespace)
-                                ? nullptr // NETCONF's elements may have any
-                                : as_opaque(node).attr;
-        for (const auto *attribute = first; attribute; attribute = attribute->next) {
-            if (!is_in_namespace(attribute->name, kNetconfNamespace) &&
-                !is_in_namespace(attribute->name, kYangNamespace)) {
-                const auto &qualified = attribute->name;
-                const std::string prefix = qualified.prefix != nullptr ? qualified.prefix : "";
-                const std::string name = (prefix.empty() ? "" : prefix + ":") + qualified.name;
-                const unsigned line = may_search() ? line_of_attribute(m_edit.text, name) : 0;
-                problems.push_back({Fault::kUnknownAttribute, m_edit.name, line, edit_path(node),
-                                    "Unknown attribute " + name, kAttributeHint});
-            }
-        }
-        visit_attributes(lyd_child(node));
-    }
-}
-
-/** The same for JSON, where such a parse does not take all metadata. */
-void FaultFinder::check_metadata()
-{
-    for (const char *name : {"operation", "insert", "key", "value"}) {
-        for (const auto &member : find_members(m_edit.text, name)) {
-            if (!ly_ctx_get_module_implemented(m_schema.context(), member.module.c_str())) {
-                problems.push_back({Fault::kUnknownAttribute, m_edit.name, member.line, "",
-                                    "Unknown metadata " + member.module + ":" + name,
-                                    kMetadataHint});
-            }
-        }
-    }
-}
-
-/**
- * A parse that keeps unknown nodes drops unknown attributes without a word: a misspelt operation
- * would become a merge. In a context that knows no model, nothing is dropped.
- */
-void check_attributes(const Source &edit, FaultFinder &finder)
-{
-    ly_ctx *created = nullptr;
-    if (ly_ctx_new(nullptr, LY_CTX_NO_YANGLIBRARY | LY_CTX_DISABLE_SEARCHDIRS, &created) !=
-        LY_SUCCESS) {
-        throw Error(CONFD_ERR_INTERNAL, "cannot create a YANG context");
-    }
-    const std::unique_ptr<ly_ctx, decltype(&ly_ctx_destroy)> context(created, ly_ctx_destroy);
-    lyd_node *root = nullptr;
-    if (lyd_parse_data_mem(created, edit.text.c_str(), LYD_XML, LYD_PARSE_ONLY | LYD_PARSE_OPAQ, 0,
-                           &root) != LY_SUCCESS) {
-        throw Error(CONFD_ERR_INTERNAL, "cannot read the attributes of " + edit.name);
-    }
-    const OwnedTree tree(root, lyd_free_all);
-    finder.visit_attributes(root);
-}
-
 } // namespace
 
 std::vector<Problem> find_faults(const Schema &schema, const Source &edit, const EditTree &tree,
@@ -243,11 +170,6 @@ std::vector<Problem> find_faults(const Schema &schema, const Source &edit, const
 {
     FaultFinder finder(schema, edit, strict);
     finder.visit(tree.root.get(), tree.default_operation);
-    if (format_of(edit.text) == Format::kXml) {
-        check_attributes(edit, finder);
-    } else {
-        finder.check_metadata();
-    }
     return std::move(finder.problems);
 }
 

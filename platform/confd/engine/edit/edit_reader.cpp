@@ -1,5 +1,6 @@
 #include "engine/edit/edit_reader.h"
 
+#include "engine/data/document.h"
 #include "engine/data/problems.h"
 #include "engine/edit/edit_faults.h"
 
@@ -77,13 +78,10 @@ bool has_opaque(const lyd_node *siblings)
     return false;
 }
 
-bool parse_text(const Schema &schema, const Source &edit, std::uint32_t options, OwnedTree &tree)
+bool parse_text(const Schema &schema, const Document &edit, std::uint32_t options, OwnedTree &tree)
 {
-    const bool json = format_of(edit.text) == Format::kJson;
     lyd_node *root = nullptr;
-    const auto result =
-        lyd_parse_data_mem(schema.context(), edit.text.c_str(), json ? LYD_JSON : LYD_XML,
-                           LYD_PARSE_ONLY | options, 0, &root);
+    const auto result = edit.parse(schema.context(), options, root);
     tree.reset(root);
     return result == LY_SUCCESS;
 }
@@ -94,7 +92,8 @@ EditTree parse_edit(const Schema &schema, const Source &edit)
 {
     EditTree tree;
     ly_err_clean(schema.context(), nullptr);
-    if (parse_text(schema, edit, LYD_PARSE_STRICT, tree.root)) {
+    const Document document(edit, Content::kEdit);
+    if (parse_text(schema, document, LYD_PARSE_STRICT, tree.root)) {
         if (tree.root == nullptr) {
             throw InputError({{Fault::kNoConfiguration, edit.name, 0, "", "There is no edit in it",
                                root_hint(schema)}});
@@ -104,7 +103,7 @@ EditTree parse_edit(const Schema &schema, const Source &edit)
     const auto strict_problems = take_problems(schema, edit.name);
     // A strict parse takes neither NETCONF's elements nor leaves without a value, and it stops at
     // the first fault. Now all that stays in the tree, as opaque nodes.
-    if (!parse_text(schema, edit, LYD_PARSE_OPAQ, tree.root)) {
+    if (!parse_text(schema, document, LYD_PARSE_OPAQ, tree.root)) {
         auto problems = take_problems(schema, edit.name);
         problems.resize(1); // libyang may tell the same fault once more for each level.
         throw InputError(std::move(problems));

@@ -87,55 +87,44 @@ bool is_node_at(const std::string &text, std::size_t place, std::string_view nam
     }
 }
 
+/** Line of the last match, when there are as many as are wanted. */
 template <typename Predicate>
-unsigned line_of_only(const std::string &text, std::string_view name, const Predicate &is_match)
+unsigned line_of_last(const std::string &text, std::string_view name, unsigned wanted,
+                      const Predicate &is_match)
 {
-    auto only = std::string::npos;
-    for (auto place = text.find(name); place != std::string::npos;
+    unsigned count = 0;
+    auto last = std::string::npos;
+    for (auto place = text.find(name); place != std::string::npos && count <= wanted;
          place = text.find(name, place + 1)) {
         if (is_match(place)) {
-            if (only != std::string::npos) {
-                return 0;
-            }
-            only = place;
+            ++count;
+            last = place;
         }
     }
-    return only != std::string::npos ? line_at(text, only) : 0;
+    return count == wanted ? line_at(text, last) : 0;
 }
 
 } // namespace
 
 unsigned line_of_node(const std::string &text, std::string_view name, std::string_view value)
 {
-    return line_of_only(text, name,
+    return line_of_last(text, name, 1,
                         [&](std::size_t place) { return is_node_at(text, place, name, value); });
 }
 
-unsigned line_of_attribute(const std::string &text, std::string_view name)
+unsigned line_of_duplicate(const std::string &text, const SchemaNode &schema, const lyd_node *node)
 {
-    return line_of_only(text, name, [&](std::size_t place) {
-        return place > 0 && is_blank(text[place - 1]) &&
-               has_at(text, skip_blanks(text, place + name.size()), "=");
-    });
-}
-
-std::vector<QualifiedMember> find_members(const std::string &text, const std::string &name)
-{
-    std::vector<QualifiedMember> members;
-    const std::string ending = ":" + name + "\"";
-    for (auto colon = text.find(ending); colon != std::string::npos;
-         colon = text.find(ending, colon + 1)) {
-        std::size_t begin = colon;
-        while (begin > 0 && is_name_character(text[begin - 1])) {
-            --begin;
-        }
-        const bool is_member = begin > 0 && text[begin - 1] == '"' &&
-                               has_at(text, skip_blanks(text, colon + ending.size()), ":");
-        if (is_member) {
-            members.push_back({text.substr(begin, colon - begin), name, line_at(text, colon)});
-        }
+    std::string_view name = schema.name;
+    const auto *term = node;
+    for (const auto *key : schema.key_nodes) {
+        term = key == schema.key_nodes.front() ? lyd_child(node) : term->next;
+        name = key->name;
     }
-    return members;
+    // Both entries have the same value; a leaf's two values may differ.
+    const bool is_entry = schema.is_list() || schema.is_leaf_list();
+    const std::string_view value = is_entry ? lyd_get_value(term) : "";
+    return line_of_last(text, name, 2,
+                        [&](std::size_t place) { return is_node_at(text, place, name, value); });
 }
 
 } // namespace engine

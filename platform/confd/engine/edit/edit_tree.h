@@ -1,6 +1,7 @@
 /** An edit as it was written: a tree of nodes with operations. For the edit's own files only. */
 #pragma once
 
+#include "engine/data/attributes.h"
 #include "engine/data/datastore.h"
 #include "engine/data/error.h"
 
@@ -11,9 +12,6 @@
 
 namespace engine
 {
-
-/** Of the operation attribute, and of the elements that may stand around the data. */
-inline constexpr const char *kNetconfNamespace = "urn:ietf:params:xml:ns:netconf:base:1.0";
 
 /** What an edit wants of a node. */
 enum class Operation { kMerge, kReplace, kCreate, kDelete, kRemove, kNone };

@@ -17,6 +17,7 @@ struct confd_type {
     const lysc_type *yang = nullptr; /**< A leafref's target type. */
     std::vector<confd_type> members; /**< Of a union, in order. */
     bool encrypted = false;          /**< aes-cfb-128-encrypted-string. */
+    std::uint32_t max_bytes = 0;     /**< Of a text whose length counts in bytes; else 0. */
 };
 
 namespace engine

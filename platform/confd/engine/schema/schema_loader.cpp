@@ -1,5 +1,6 @@
 #include "engine/schema/schema_loader.h"
 
+#include "engine/data/problems.h"
 #include "engine/schema/schema_points.h"
 #include "engine/schema/schema_types.h"
 
@@ -122,8 +123,7 @@ private:
 
 std::shared_ptr<const Schema> SchemaLoader::load(const ModelSource &source)
 {
-    // libyang reports through its error list alone: what it says is put into our own errors.
-    ly_log_options(LY_LOSTORE);
+    store_errors();
     m_schema.m_texts = source.texts;
     m_schema.m_module_name = source.main_module;
     m_schema.m_ns = source.ns;

@@ -13,6 +13,7 @@ namespace
 constexpr const char *kFrameworkModule = "tailf-common";
 constexpr std::string_view kAddressAndLength = "ipv4-address-and-prefix-length";
 constexpr std::string_view kEncryptedString = "aes-cfb-128-encrypted-string";
+constexpr std::string_view kInBytes = "in-bytes"; ///< An extension that a model may define.
 
 /** What the framework's module compiled a typedef to; null when nothing uses it. */
 const lysc_type *framework_typedef(const ly_ctx *context, std::string_view name)
@@ -84,6 +85,51 @@ confd_vtype text_vtype(const lysc_type &type)
     return kind != kKinds.end() ? kind->vtype : C_NOEXISTS;
 }
 
+/** Compiled lengths have lost their extensions: only the typedef tells. */
+bool counts_bytes(const lysp_tpdf &definition)
+{
+    if (definition.type.length == nullptr) {
+        return false;
+    }
+    LY_ARRAY_COUNT_TYPE i = 0;
+    LY_ARRAY_FOR(definition.type.length->exts, i)
+    {
+        const std::string_view name = definition.type.length->exts[i].name;
+        if (name.substr(name.find(':') + 1) == kInBytes) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool is_length_in_bytes(const lysc_type &type, const lysp_tpdf *definitions)
+{
+    LY_ARRAY_COUNT_TYPE i = 0;
+    LY_ARRAY_FOR(definitions, i)
+    {
+        if (counts_bytes(definitions[i]) && derives_from(type, definitions[i].type.compiled)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/** Greatest length of a text whose typedef marks it as one in bytes; 0 when there is no such. */
+std::uint32_t max_bytes_of(const lysc_type &type, const lys_module &module)
+{
+    const auto *length = reinterpret_cast<const lysc_type_str &>(type).length;
+    bool is_marked = is_length_in_bytes(type, module.parsed->typedefs);
+    LY_ARRAY_COUNT_TYPE i = 0;
+    LY_ARRAY_FOR(module.parsed->includes, i)
+    {
+        is_marked |= is_length_in_bytes(type, module.parsed->includes[i].submodule->typedefs);
+    }
+    return is_marked && length != nullptr
+               ? static_cast<std::uint32_t>(
+                     length->parts[LY_ARRAY_COUNT(length->parts) - 1].max_u64)
+               : 0;
+}
+
 confd_vtype vtype_of(LY_DATA_TYPE type)
 {
     switch (type) {
@@ -116,26 +162,27 @@ confd_vtype vtype_of(LY_DATA_TYPE type)
     }
 }
 
-confd_type convert(const ly_ctx *context, const lysc_type &yang, const std::string &path)
+confd_type convert(const lys_module &module, const lysc_type &yang, const std::string &path)
 {
     if (yang.basetype == LY_TYPE_LEAFREF) {
         const auto &reference = reinterpret_cast<const lysc_type_leafref &>(yang);
-        return convert(context, *reference.realtype, path);
+        return convert(module, *reference.realtype, path);
     }
     confd_type type;
     type.yang = &yang;
     type.vtype = vtype_of(yang.basetype);
     if (yang.basetype == LY_TYPE_STRING) {
-        type.encrypted = derives_from(yang, framework_typedef(context, kEncryptedString));
-        const bool is_prefix = derives_from(yang, framework_typedef(context, kAddressAndLength));
+        type.encrypted = derives_from(yang, framework_typedef(module.ctx, kEncryptedString));
+        const bool is_prefix = derives_from(yang, framework_typedef(module.ctx, kAddressAndLength));
         type.vtype = is_prefix ? C_IPV4_AND_PLEN : text_vtype(yang);
+        type.max_bytes = max_bytes_of(yang, module);
     }
     if (yang.basetype == LY_TYPE_UNION) {
         const auto *members = reinterpret_cast<const lysc_type_union &>(yang).types;
         LY_ARRAY_COUNT_TYPE i = 0;
         LY_ARRAY_FOR(members, i)
         {
-            type.members.push_back(convert(context, *members[i], path));
+            type.members.push_back(convert(module, *members[i], path));
         }
     }
     if (type.vtype == C_NOEXISTS) {
@@ -151,7 +198,7 @@ confd_type read_type(const lysc_node &node, const std::string &path)
     const auto *yang = node.nodetype == LYS_LEAF
                            ? reinterpret_cast<const lysc_node_leaf &>(node).type
                            : reinterpret_cast<const lysc_node_leaflist &>(node).type;
-    auto type = convert(node.module->ctx, *yang, path);
+    auto type = convert(*node.module, *yang, path);
     const bool is_plain_leaf = node.nodetype == LYS_LEAF && (node.flags & LYS_KEY) == 0 &&
                                yang->basetype != LY_TYPE_LEAFREF;
     const bool hides_encrypted = std::any_of(type.members.begin(), type.members.end(),

@@ -26,6 +26,13 @@ void Hooks::fail_no_more()
     m_until_failure = 0;
 }
 
+void Hooks::throw_breakdown()
+{
+    if (m_breakdown) {
+        std::rethrow_exception(std::exchange(m_breakdown, nullptr));
+    }
+}
+
 void Hooks::reset_counts()
 {
     m_counts.clear();

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <exception>
 #include <map>
 #include <string>
 #include <utility>
@@ -38,6 +39,14 @@ public:
      */
     void on_call(const char *name);
 
+    /**
+     * A call failed for a reason that is none of the client's, such as a lack of memory. The client
+     * may take it for an answer like any other: whoever asked the client must not.
+     */
+    void note_breakdown(std::exception_ptr reason) noexcept { m_breakdown = std::move(reason); }
+    /** Throws the reason of the breakdown, if there was one since the last call of this. */
+    void throw_breakdown();
+
     /** What the client library has handed out and not got back. */
     struct Held {
         int cursors = 0;
@@ -60,6 +69,7 @@ private:
     int m_code = 0;
     bool m_from_then_on = false;
     bool m_has_failed = false;
+    std::exception_ptr m_breakdown;
 };
 
 } // namespace engine

@@ -1,6 +1,7 @@
 #include "engine/session/validation.h"
 
 #include "engine/data/keypath.h"
+#include "engine/data/problems.h"
 #include "engine/data/value.h"
 
 #include <algorithm>
@@ -81,6 +82,8 @@ Answer ask(const Transaction &transaction, const Request &request, const Callbac
     const auto start = std::chrono::steady_clock::now();
     answer.result = call.make(callback);
     answer.time = std::chrono::steady_clock::now() - start;
+    Hooks::instance().throw_breakdown();
+    require_memory(LY_SUCCESS);
     answer.calls = Hooks::instance().counts();
     answer.verdict = verdict_of(answer.result);
     answer.text = call.text();

@@ -45,6 +45,8 @@ public:
  * @param keep_going  Go on after a rejection and gather all of them.
  * @return kRejected if any was rejected, else kWarning if any warned, else kAccepted. A result
  *         other than CONFD_OK and CONFD_VALIDATION_WARN is a rejection.
+ * @throws std::exception  What the callback throws, and whatever let a client call fail that is no
+ *         fault of the client's: an answer on such grounds does not count.
  */
 Verdict validate(const Transaction &transaction, const std::vector<Request> &requests,
                  const std::string &point_name, const Callback &callback, void *vcb_opaque,

@@ -1,4 +1,4 @@
-#include "recorder.h"
+#include "call_recorder.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,0 +1,20 @@
+/** PON links that a change touches and no bandwidth check looks at. */
+#pragma once
+
+#include "checker/outcome.h"
+
+#include <vector>
+
+namespace host
+{
+
+/**
+ * The card checks the bandwidth of a link where its settings are, at /config/gpon/pon-link: a link
+ * without an entry there is not asked about when one of its ONUs changes. The answer stands all
+ * the same; this tells what it does not cover.
+ * @param requests  The plan of the transaction.
+ */
+std::vector<UncheckedLink> find_unchecked_links(const engine::Transaction &transaction,
+                                                const std::vector<engine::Request> &requests);
+
+} // namespace host

@@ -1,0 +1,41 @@
+/** A source's text as libyang takes it. */
+#pragma once
+
+#include "engine/data/attributes.h"
+#include "engine/schema/yang.h"
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace engine
+{
+
+/**
+ * One configuration or edit, and nothing else: what libyang would ignore is an error, and what it
+ * would refuse although it is legal is written in another way. The source must outlive it.
+ */
+class Document
+{
+public:
+    /** @throws InputError  See require_utf8, normalise_xml and normalise_json. */
+    Document(const Source &source, Content content);
+    Document(const Document &) = delete;
+    Document &operator=(const Document &) = delete;
+
+    Format format() const { return m_format; }
+
+    /**
+     * As lyd_parse_data, without validation.
+     * @throws InputError  There is text behind the data.
+     */
+    LY_ERR parse(const ly_ctx *context, std::uint32_t options, lyd_node *&root) const;
+
+private:
+    const Source &m_source;
+    const Format m_format;
+    std::string m_normalised;
+    std::string_view m_text; /**< Of the source, or of what was made of it. Ends with a NUL. */
+};
+
+} // namespace engine

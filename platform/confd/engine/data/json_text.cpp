@@ -1,0 +1,263 @@
+#include "engine/data/json_text.h"
+
+#include <nlohmann/json.hpp>
+
+#include <iterator>
+#include <set>
+#include <utility>
+#include <vector>
+
+namespace engine
+{
+namespace
+{
+
+constexpr std::size_t kEscapeLength = 6; // \uXXXX
+
+/** The number of an escape \uXXXX at that place; nothing when there is none. */
+std::optional<unsigned> escape_at(std::string_view text, std::size_t at)
+{
+    if (text.substr(at, 2) != "\\u" || at + kEscapeLength > text.size()) {
+        return std::nullopt;
+    }
+    unsigned number = 0;
+    for (const char c : text.substr(at + 2, 4)) {
+        const auto digit = std::string_view("0123456789abcdefABCDEF").find(c);
+        if (digit == std::string_view::npos) {
+            return std::nullopt;
+        }
+        number = number * 16 + static_cast<unsigned>(digit < 16 ? digit : digit - 6);
+    }
+    return number;
+}
+
+bool is_in(unsigned number, unsigned low, unsigned high)
+{
+    return number >= low && number <= high;
+}
+
+std::string utf8_of_pair(unsigned high, unsigned low)
+{
+    const unsigned character = 0x10000 + ((high - 0xD800) << 10U) + (low - 0xDC00);
+    return {static_cast<char>(0xF0U | character >> 18U),
+            static_cast<char>(0x80U | (character >> 12U & 0x3FU)),
+            static_cast<char>(0x80U | (character >> 6U & 0x3FU)),
+            static_cast<char>(0x80U | (character & 0x3FU))};
+}
+
+/** What the escapes of a text say about it. */
+struct Escapes {
+    bool hide_at_sign = false;           /**< An @ is written as an escape. */
+    std::optional<std::string> resolved; /**< The text without surrogate pairs, if it has any. */
+};
+
+Escapes read_escapes(const Source &source, std::string_view text)
+{
+    Escapes escapes;
+    std::size_t copied = 0;
+    for (auto at = text.find('\\'); at < text.size(); at = text.find('\\', at)) {
+        const auto number = escape_at(text, at);
+        if (!number || !is_in(*number, 0xD800, 0xDFFF)) {
+            escapes.hide_at_sign = escapes.hide_at_sign || number == unsigned{'@'};
+            at += 2; // A backslash may itself be escaped.
+            continue;
+        }
+        const auto low = escape_at(text, at + kEscapeLength);
+        if (*number > 0xDBFF || !low || !is_in(*low, 0xDC00, 0xDFFF)) {
+            const auto place = place_of(text, at);
+            throw InputError({{Fault::kMalformed, source.name, place.line, "",
+                               "Half of a surrogate pair in column " + std::to_string(place.column),
+                               "a character beyond \\uffff is two escapes, \\ud8.. and \\udc.."}});
+        }
+        if (!escapes.resolved) {
+            escapes.resolved.emplace().reserve(text.size());
+        }
+        *escapes.resolved += text.substr(copied, at - copied);
+        *escapes.resolved += utf8_of_pair(*number, *low);
+        at += 2 * kEscapeLength;
+        copied = at;
+    }
+    if (escapes.resolved) {
+        *escapes.resolved += text.substr(copied);
+    }
+    return escapes;
+}
+
+/** Goes through a text and notes how far it came: events of a JSON parser have no place. */
+class TextIterator
+{
+public:
+    using iterator_category = std::forward_iterator_tag;
+    using value_type = char;
+    using difference_type = std::ptrdiff_t;
+    using pointer = const char *;
+    using reference = const char &;
+
+    TextIterator(const char *at, const char *&reached) : m_at(at), m_reached(&reached) {}
+    reference operator*() const { return *m_at; }
+    TextIterator &operator++()
+    {
+        *m_reached = ++m_at;
+        return *this;
+    }
+    TextIterator operator++(int)
+    {
+        const TextIterator before = *this;
+        ++*this;
+        return before;
+    }
+    friend bool operator==(const TextIterator &a, const TextIterator &b)
+    {
+        return a.m_at == b.m_at;
+    }
+    friend bool operator!=(const TextIterator &a, const TextIterator &b)
+    {
+        return a.m_at != b.m_at;
+    }
+
+private:
+    const char *m_at;
+    const char **m_reached;
+};
+
+bool is_metadata_name(std::string_view name)
+{
+    return name.substr(0, 1) == "@";
+}
+
+/** Finds metadata that is not understood or given twice. */
+class MetadataReader : public nlohmann::json_sax<nlohmann::json>
+{
+public:
+    MetadataReader(const Source &source, std::string_view text, Content content)
+        : m_source(source), m_text(text), m_faults(source, Format::kJson, content)
+    {
+    }
+
+    void read()
+    {
+        const char *end = m_text.data() + m_text.size();
+        nlohmann::json::sax_parse(TextIterator(m_text.data(), m_reached),
+                                  TextIterator(end, m_reached), this);
+        m_faults.require_none();
+    }
+
+    bool null() override { return true; }
+    bool boolean(bool) override { return true; }
+    bool number_integer(number_integer_t) override { return true; }
+    bool number_unsigned(number_unsigned_t) override { return true; }
+    bool number_float(number_float_t, const string_t &) override { return true; }
+    bool string(string_t &) override { return true; }
+    bool binary(binary_t &) override { return true; }
+    bool start_object(std::size_t) override { return open(false); }
+    bool end_object() override { return close(); }
+    bool start_array(std::size_t) override { return open(true); }
+    bool end_array() override { return close(); }
+    bool key(string_t &name) override;
+    bool parse_error(std::size_t position, const std::string &last_token,
+                     const nlohmann::detail::exception &failure) override;
+
+private:
+    /** An object or array that has begun. */
+    struct Level {
+        bool is_array;
+        bool is_metadata;               /**< Its members, or those of its objects, are metadata. */
+        std::string member;             /**< The last one. */
+        std::set<std::string> metadata; /**< The names that are metadata or have some. */
+    };
+
+    bool open(bool is_array)
+    {
+        const Level *above = m_levels.empty() ? nullptr : &m_levels.back();
+        const bool is_metadata =
+            above != nullptr &&
+            (above->is_array ? above->is_metadata
+                             : !above->is_metadata && is_metadata_name(above->member));
+        m_levels.push_back({is_array, is_metadata, {}, {}});
+        return true;
+    }
+    bool close()
+    {
+        m_levels.pop_back();
+        return true;
+    }
+    unsigned line() const
+    {
+        const auto length = static_cast<std::size_t>(m_reached - m_text.data());
+        return place_of(m_text, length).line;
+    }
+    std::string path() const;
+
+    const Source &m_source;
+    const std::string_view m_text;
+    const char *m_reached = m_text.data();
+    AttributeFaults m_faults;
+    std::vector<Level> m_levels;
+};
+
+bool MetadataReader::key(string_t &name)
+{
+    Level &level = m_levels.back();
+    level.member = name;
+    if (level.is_metadata) {
+        const std::string_view whole = name;
+        const auto colon = whole.find(':');
+        const bool has_module = colon != std::string_view::npos;
+        const Attribute attribute{whole.substr(0, has_module ? colon : 0),
+                                  whole.substr(has_module ? colon + 1 : 0), whole};
+        if (!m_faults.is_allowed(attribute)) {
+            m_faults.add(attribute, path(), line());
+            return !m_faults.is_full();
+        }
+    }
+    const bool matters = level.is_metadata || is_metadata_name(name);
+    if (matters && !level.metadata.insert(name).second) {
+        m_faults.add_duplicate(name, path(), line());
+        return !m_faults.is_full();
+    }
+    return true;
+}
+
+bool MetadataReader::parse_error(std::size_t position, const std::string & /*last_token*/,
+                                 const nlohmann::detail::exception &failure)
+{
+    m_faults.require_none(); // What was found before it ended.
+    // Such as "[json.exception.parse_error.101] parse error at line 1, column 2: syntax error ..."
+    const std::string_view text = failure.what();
+    const auto reason = text.find(": ");
+    const auto place = place_of(m_text, position > 0 ? position - 1 : 0);
+    throw InputError({{Fault::kMalformed, m_source.name, place.line, "",
+                       "Malformed JSON in column " + std::to_string(place.column) +
+                           std::string(text.substr(reason != text.npos ? reason : text.size())),
+                       ""}});
+}
+
+/** Of the data, without module names. */
+std::string MetadataReader::path() const
+{
+    std::string path;
+    for (const auto &level : m_levels) {
+        const auto begin = is_metadata_name(level.member) ? 1 : level.member.find(':') + 1;
+        if (!level.is_array && !level.is_metadata && level.member.size() > begin) {
+            path += "/" + level.member.substr(begin);
+        }
+    }
+    return path;
+}
+
+} // namespace
+
+std::optional<std::string> normalise_json(const Source &source, std::string_view text,
+                                          Content content)
+{
+    auto escapes = read_escapes(source, text);
+    if (escapes.resolved) {
+        text = *escapes.resolved;
+    }
+    if (escapes.hide_at_sign || text.find("\"@") != std::string_view::npos) {
+        MetadataReader(source, text, content).read();
+    }
+    return std::move(escapes.resolved);
+}
+
+} // namespace engine

@@ -1,0 +1,50 @@
+/** Text that somebody wrote: a configuration or an edit, from a file or from a program. */
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace engine
+{
+
+enum class Format { kXml, kJson };
+
+/** XML or JSON, by the first character that is not a blank. */
+Format format_of(std::string_view text);
+
+/** A text with the name under which errors mention it. */
+struct Source {
+    std::string name;
+    std::string text;
+};
+
+/** What reading a file may cost. */
+struct ReadLimits {
+    std::size_t max_bytes = std::size_t{512} << 20U;
+    /** How long a pipe may stay silent before it is given up; 0: for ever. */
+    std::chrono::milliseconds idle_timeout = std::chrono::minutes(1);
+};
+
+/**
+ * Reads a whole file, pipe or device.
+ * @throws InputError  It cannot be read, is larger than the limit, stays silent for too long, or
+ *                     is not text: a NUL byte ends the reading.
+ */
+Source read_source(const std::string &path, const ReadLimits &limits = {});
+
+/** Where in a text a byte is. */
+struct TextPlace {
+    unsigned line = 1;
+    std::size_t column = 1; /**< In characters of UTF-8. */
+};
+TextPlace place_of(std::string_view text, std::size_t offset);
+
+/** The text without a byte order mark; it still ends with the source's NUL. */
+std::string_view without_mark(const std::string &text);
+
+/** @throws InputError  The text holds a NUL byte or is not UTF-8; it says where. */
+void require_utf8(const Source &source);
+
+} // namespace engine

@@ -1,0 +1,17 @@
+/** Texts whose length counts in bytes, as a card counts it; YANG counts characters. */
+#pragma once
+
+#include "engine/data/source.h"
+#include "engine/schema/yang.h"
+
+namespace engine
+{
+
+/**
+ * Checks the leaves whose type has a length marked as one in bytes.
+ * @param siblings  A parsed tree; nodes that the model does not know are passed over.
+ * @throws InputError  With all that are too long.
+ */
+void require_short_texts(const lyd_node *siblings, const Source &source);
+
+} // namespace engine

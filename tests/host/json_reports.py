@@ -1,0 +1,69 @@
+#!/usr/bin/env python3
+"""JSON reports of all results keep to their schema, with an explanation and without one.
+
+Usage: json_reports.py SCHEMA SCRIPTED_PLUGIN EXAMPLE GPON_VALIDATE...
+
+GPON_VALIDATE may be several words: an emulator, its options, and the program. The plug-in does as
+GPON_TEST_SCRIPT says; EXAMPLE is a golden case whose change the FEC rule is asked about.
+"""
+
+import json
+import os
+import subprocess
+import sys
+
+import jsonschema
+
+RULE = "fec_confirmation_warning"
+EDIT = ["--edit", "change.xml"]
+
+# Result with the cause of a death, what the plug-in does, and further words of the command line.
+CASES = [
+    ("accepted", "", EDIT),
+    ("accepted", "", ["../running.xml"]),
+    ("accepted", f"{RULE}=warn:careful", EDIT + ["--yes"]),
+    ("not-confirmed", f"{RULE}=warn:careful", EDIT + ["--no"]),
+    ("not-confirmed", f"{RULE}=warn:careful", EDIT),
+    ("rejected", f"{RULE}=reject:no", EDIT + ["--all"]),
+    ("not-checked", "", ["--edit", "nowhere.xml"]),
+    ("not-checked", "lib_init=answer:-1", EDIT),
+    ("plugin-died signal 9", f"{RULE}=fault", EDIT),
+    ("plugin-died exit 0", f"{RULE}=exit:0", EDIT),
+    ("plugin-died exception 0", f"{RULE}=throw:stoi", EDIT),
+]
+
+
+def report(program: list[str], plugin: str, script: str, words: list[str]) -> dict:
+    """What a check of the example says."""
+    command = program + ["check", "--plugin", plugin, "--running", "../running.xml", "--json"]
+    done = subprocess.run(command + words, stdout=subprocess.PIPE, stdin=subprocess.DEVNULL,
+                          check=False, env={**os.environ, "GPON_TEST_SCRIPT": script})
+    document = json.loads(done.stdout)
+    assert document["exit-code"] == done.returncode, document
+    return document
+
+
+def main() -> int:
+    schema_file, plugin, example, *program = sys.argv[1:]
+    with open(schema_file, encoding="utf-8") as file:
+        validator = jsonschema.Draft202012Validator(json.load(file))
+    os.chdir(example)
+    faults = 0
+    for result, script, words in CASES:
+        for more in [], ["--explain"]:
+            document = report(program, plugin, script, words + more)
+            messages = [f"{error.json_path}: {error.message}" for error in validator.iter_errors(document)]
+            death = document.get("death")
+            actual = document["result"] + (f" {death['kind']} {death['number']}" if death else "")
+            if actual != result:
+                messages.append(f"the result is {actual}, not {result}")
+            if validator.is_valid({**document, "another-member": 1}):
+                messages.append("the schema takes a member that it does not have")
+            for message in messages:
+                print(f"{script!r} {words + more}: {message}")
+            faults += len(messages)
+    return 1 if faults else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
