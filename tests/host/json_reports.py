@@ -16,8 +16,9 @@ import jsonschema
 
 RULE = "fec_confirmation_warning"
 EDIT = ["--edit", "change.xml"]
+CARD_ON_STDIN = b'{"max_pon_links": 1e999}'
 
-# Result with the cause of a death, what the plug-in does, and further words of the command line.
+# Result with the cause of a death or the faults, what the plug-in does, and further words of the command line.
 CASES = [
     ("accepted", "", EDIT),
     ("accepted", "", ["../running.xml"]),
@@ -25,8 +26,15 @@ CASES = [
     ("not-confirmed", f"{RULE}=warn:careful", EDIT + ["--no"]),
     ("not-confirmed", f"{RULE}=warn:careful", EDIT),
     ("rejected", f"{RULE}=reject:no", EDIT + ["--all"]),
-    ("not-checked", "", ["--edit", "nowhere.xml"]),
-    ("not-checked", "lib_init=answer:-1", EDIT),
+    ("not-checked unreadable", "", ["--edit", "nowhere.xml"]),
+    ("not-checked unusable-plugin", "lib_init=answer:-1", EDIT),
+    ("not-checked invalid-option", "", EDIT + ["--no-such-option"]),
+    ("not-checked invalid-option", "", EDIT + ["--timeout", "soon"]),
+    ("not-checked invalid-option", "", ["--edit", ""]),
+    ("not-checked invalid-option", "", EDIT + ["--max-size", "1 acre"]),
+    ("not-checked invalid-option", "", EDIT + ["--trace", "fine", "--trace-file", "./change.xml"]),
+    ("not-checked too-large", "", EDIT + ["--max-size", "10 B"]),
+    ("not-checked invalid-card", "", EDIT + ["--card", "/dev/stdin"]),
     ("plugin-died signal 9", f"{RULE}=fault", EDIT),
     ("plugin-died exit 0", f"{RULE}=exit:0", EDIT),
     ("plugin-died exception 0", f"{RULE}=throw:stoi", EDIT),
@@ -36,7 +44,7 @@ CASES = [
 def report(program: list[str], plugin: str, script: str, words: list[str]) -> dict:
     """What a check of the example says."""
     command = program + ["check", "--plugin", plugin, "--running", "../running.xml", "--json"]
-    done = subprocess.run(command + words, stdout=subprocess.PIPE, stdin=subprocess.DEVNULL,
+    done = subprocess.run(command + words, stdout=subprocess.PIPE, input=CARD_ON_STDIN,
                           check=False, env={**os.environ, "GPON_TEST_SCRIPT": script})
     document = json.loads(done.stdout)
     assert document["exit-code"] == done.returncode, document
@@ -55,6 +63,7 @@ def main() -> int:
             messages = [f"{error.json_path}: {error.message}" for error in validator.iter_errors(document)]
             death = document.get("death")
             actual = document["result"] + (f" {death['kind']} {death['number']}" if death else "")
+            actual += "".join(f" {problem['fault']}" for problem in document["problems"])
             if actual != result:
                 messages.append(f"the result is {actual}, not {result}")
             if validator.is_valid({**document, "another-member": 1}):

@@ -91,7 +91,7 @@ public:
             text += "    " + line + "\n";
         }
     }
-    const std::string &text() const { return m_objections.empty() ? m_warnings : m_objections; }
+    std::string text() const { return m_objections + m_warnings; }
 
 private:
     const std::vector<engine::Request> &m_plan;
