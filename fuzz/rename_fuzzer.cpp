@@ -9,13 +9,12 @@
 #include "checker/checker.h"
 #include "checker/plugin.h"
 #include "finding.h"
+#include "support/golden_case.h"
 #include "zlog_host.h"
 
 #include <algorithm>
 #include <array>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <map>
 #include <optional>
 #include <regex>
@@ -34,12 +33,6 @@ struct Case {
     host::Change change;
 };
 
-std::string read_text(const fs::path &file)
-{
-    std::ifstream in(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
-
 /** The cases whose inputs are XML, as the tests run them. The full card only takes time. */
 std::vector<Case> load_cases()
 {
@@ -54,19 +47,16 @@ std::vector<Case> load_cases()
         if (group == "input" || group == "faulty-files") {
             continue; // About unusual texts, in which names are hard to find.
         }
-        const auto inherited = [&](const char *name) {
-            return fs::exists(folder / name) ? folder / name : folder.parent_path() / name;
-        };
         Case found;
         found.name = folder.parent_path().filename() / folder.filename();
-        if (fs::exists(inherited("card.json"))) {
-            found.card = fm::parse_card(read_text(inherited("card.json")));
+        if (const auto card = test_support::inherited(folder, "card.json")) {
+            found.card = fm::parse_card(engine::read_source(*card).text);
         }
-        if (fs::exists(inherited("running.xml"))) {
-            found.running = engine::Source{"running.xml", read_text(inherited("running.xml"))};
+        if (const auto running = test_support::inherited(folder, "running.xml")) {
+            found.running = engine::read_source(*running);
         }
         found.change.form = is_edit ? host::ChangeForm::kEdit : host::ChangeForm::kCandidate;
-        found.change.source = {entry.path().filename(), read_text(entry.path())};
+        found.change.source = engine::read_source(entry.path());
         cases.push_back(std::move(found));
     }
     std::sort(cases.begin(), cases.end(),

@@ -11,6 +11,9 @@ set(CMAKE_CROSSCOMPILING_EMULATOR
 set(CMAKE_C_FLAGS_INIT -D_FILE_OFFSET_BITS=64)
 set(CMAKE_CXX_FLAGS_INIT -D_FILE_OFFSET_BITS=64)
 
+# Where the linker looks for the libraries of libraries; what it builds names no such folder.
+set(CMAKE_EXE_LINKER_FLAGS_INIT -Wl,-rpath-link,${GPON_POWERPC_ROOT}/lib)
+
 set(CMAKE_TRY_COMPILE_PLATFORM_VARIABLES GPON_POWERPC_ROOT)
 set(CMAKE_FIND_ROOT_PATH ${GPON_POWERPC_ROOT} /usr/powerpc-linux-gnu)
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)

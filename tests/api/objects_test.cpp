@@ -79,8 +79,8 @@ TEST_F(Objects, SubListsLeafListsAndPresenceContainersAreOneValue)
 {
     start(R"(<profile><gpon><service-profile><name>s</name><vlan-mapping><name>m</name>
         <uni><ethernet>1</ethernet><ethernet>2</ethernet></uni></vlan-mapping></service-profile>
-        <rg-profile><name>r</name><wan-bridge-connection><name>w1</name></wan-bridge-connection>
-        <wan-bridge-connection><name>w2</name><itf-grouping/></wan-bridge-connection></rg-profile>
+        <rg-profile><name>r</name><wan-bridge-connection><name>w1</name><itf-grouping/></wan-bridge-connection>
+        <wan-bridge-connection><name>w2</name></wan-bridge-connection></rg-profile>
         </gpon></profile>)");
     open("/config/profile/gpon/service-profile{s}/vlan-mapping");
     EXPECT_EQ(fetch(5, 1), 13) << "what the schema has, not what found room";
@@ -90,10 +90,10 @@ TEST_F(Objects, SubListsLeafListsAndPresenceContainersAreOneValue)
     open("/config/profile/gpon/rg-profile{r}/wan-bridge-connection");
     // Name and VLAN; the grouping, its ports, address, switch, pool and two addresses.
     EXPECT_EQ(fetch(9, 2), 9) << "the highest number counts";
-    EXPECT_EQ(entries, "C_BUF w1, C_NOEXISTS, C_NOEXISTS, C_NOEXISTS, C_NOEXISTS, C_NOEXISTS, "
-                       "C_NOEXISTS, C_NOEXISTS, C_NOEXISTS\n"
-                       "C_BUF w2, C_NOEXISTS, C_XMLTAG itf-grouping, C_NOEXISTS, C_NOEXISTS, "
-                       "C_BOOL false, C_XMLTAG dhcp-server-address-pool, C_NOEXISTS, C_NOEXISTS");
+    EXPECT_EQ(entries, "C_BUF w1, C_NOEXISTS, C_XMLTAG itf-grouping, C_NOEXISTS, C_NOEXISTS, "
+                       "C_BOOL false, C_XMLTAG dhcp-server-address-pool, C_NOEXISTS, C_NOEXISTS\n"
+                       "C_BUF w2, C_NOEXISTS, C_NOEXISTS, C_NOEXISTS, C_NOEXISTS, C_NOEXISTS, "
+                       "C_NOEXISTS, C_NOEXISTS, C_NOEXISTS");
 }
 
 TEST_F(Objects, GoOnAfterTheCursorsEntry)

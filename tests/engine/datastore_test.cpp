@@ -186,8 +186,14 @@ TEST(DatastoreCheck, AddsDefaultsAndLeavesTheTreeAsItWasWhenItFails)
 
     auto faulty = parse_config(onu_5(xml("rg-profile", "none")));
     EXPECT_THROW(engine::check_yang(faulty, "test.xml"), InputError);
-    EXPECT_EQ(InputError({}).problems().size(), 1U) << "a failure without a problem";
     EXPECT_THAT(values(faulty, "rg-profile"), ElementsAre("none"));
+}
+
+TEST(InputError, HasAProblemEvenWhenNobodyNamedOne)
+{
+    const InputError error({});
+    ASSERT_THAT(error.problems(), SizeIs(1));
+    EXPECT_EQ(error.problems()[0].fault, engine::Fault::kInternal);
 }
 
 } // namespace

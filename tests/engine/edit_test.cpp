@@ -74,7 +74,8 @@ TEST(Edit, OperationsGiveTheCandidate)
         {port(1) + port(2),
          port_edit(1, macs("") + xml("statistics", "true", "nc:operation='merge'"), kDelete),
          port(2)},
-        // What is there only by default can be created.
+        // What is there only by default can be set to it, and created.
+        {port(1), port_edit(1, statistics("false")), port(1, statistics("false"))},
         {port(1), port_edit(1, xml("statistics", "true", kCreate)), port(1, statistics("true"))},
         {onu_5(""), onu_5(xml("snmp", xml("real-time"), kCreate)), onu_5(xml("snmp/real-time"))},
         {"", port(1, "", kCreate), port(1)},

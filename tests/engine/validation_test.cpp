@@ -139,19 +139,8 @@ TEST(Plan, APointOnceIsAskedForEachParentThatTheChangeReaches)
     }
 }
 
-TEST(Plan, TakesLeavesAndContainersThatAreThereByDefault)
+TEST(Plan, TakesContainersThatAreThereByDefault)
 {
-    const auto fec = [](const std::string &running, const std::string &edit) {
-        return asked(interfaces(running), interfaces(edit), "fec_confirmation_warning");
-    };
-    const auto on = xml("upstream-fec", "true");
-    const std::string entry = "/config/interface/gpon{1 1 2}";
-    const std::string changed = entry + "/upstream-fec <- " + entry + "/upstream-fec";
-    EXPECT_THAT(fec(link(1) + link(2), link(2, on)), ElementsAre(changed));
-    EXPECT_THAT(fec(link(2, on), link(2, xml("upstream-fec", "", kDelete))), ElementsAre(changed));
-    EXPECT_THAT(fec(link(1), link(2)), ElementsAre(entry + "/downstream-fec <- " + entry,
-                                                   entry + "/upstream-fec <- " + entry));
-
     // The container stays when all in it is deleted; a leaf and a presence container do not.
     const auto running = xml("profile/gpon/rg-profile/name", "r") +
                          onu_5(xml("rg-profile", "r") + management() +

@@ -50,8 +50,8 @@ TEST_F(CommandLine, IsRefusedWithExitCode3)
 TEST_F(CommandLine, TakesNumbersAsDecimal)
 {
     const auto made_with = [this](const char *seed, const char *links) {
-        return run({"generate", "--links", links, "--onus", "1", "--service-ports", "8", "--seed",
-                    seed});
+        return run(
+            {"generate", "--links", links, "--onus", "1", "--service-ports", "8", "--seed", seed});
     };
     const ProgramRun plain = made_with("8", "10");
     EXPECT_EQ(plain.code, 0) << plain.err;

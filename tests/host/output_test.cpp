@@ -3,6 +3,8 @@
 
 #include "report/printable.h"
 
+#include <nlohmann/json.hpp>
+
 #include <sys/stat.h>
 
 using testing::HasSubstr;

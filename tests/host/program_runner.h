@@ -17,7 +17,7 @@
 #include <sys/wait.h>
 #include <vector>
 
-/** A card with one PON link, and an edit that one rule looks at, about two leaves. */
+/** A card with one PON link, and an edit of it. */
 inline constexpr const char *kRunning = R"(<config xmlns="urn:olt:gpon:base">
   <interface>
     <gpon><chassis-id>1</chassis-id><slot-id>1</slot-id><port-id>1</port-id></gpon>
@@ -123,7 +123,7 @@ protected:
         words.insert(words.begin(), "check");
         return run(words);
     }
-    /** Checks the FEC edit. */
+    /** Checks the FEC edit, about which one rule is asked, once for each of two leaves. */
     ProgramRun check_fec(const std::string &script, std::vector<std::string> words = {}) const
     {
         words.insert(words.end(), {"--running", file("running.xml", kRunning), "--edit",

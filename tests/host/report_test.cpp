@@ -64,7 +64,8 @@ TEST(TextReport, ShowsAProblemOfNoFile)
 
 TEST(JsonReport, SurvivesBytesThatAreNoUtf8)
 {
-    const auto report = host::print_json(host::json_report(died("broken \xff byte\n"), false), false);
+    const auto report =
+        host::print_json(host::json_report(died("broken \xff byte\n"), false), false);
     EXPECT_EQ(nlohmann::json::parse(report).at("plugin-output"), "broken \xef\xbf\xbd byte\n");
 }
 
@@ -115,6 +116,7 @@ TEST(Result, IsTheWorstThatHappened)
 {
     const auto exit_code = [](const Outcome &of) { return static_cast<int>(of.result()); };
     Outcome outcome;
+    EXPECT_EQ(exit_code(outcome), 3) << "nothing was completed";
     outcome.completed = true;
     outcome.runs = {run_of("small", "", Verdict::kWarning)};
     outcome.confirmation = {true, true, false};

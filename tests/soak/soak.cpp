@@ -91,7 +91,7 @@ public:
             text += "    " + line + "\n";
         }
     }
-    const std::string &text() const { return m_objections.empty() ? m_warnings : m_objections; }
+    std::string text() const { return m_objections + m_warnings; }
 
 private:
     const std::vector<engine::Request> &m_plan;
@@ -159,8 +159,8 @@ private:
         Remarks remarks(plan, m_asked);
         engine::validate(
             transaction, plan, m_plugin.validation_point(),
-            [this](auto... all) { return m_plugin.validate(all...); }, context.word(), false,
-            remarks);
+            [this](auto... all) { return m_plugin.validate(all...); }, context.word(),
+            one.golden.all, remarks);
         if (remarks.text() != one.expected) {
             fail(one.folder + ": the rules said\n" + remarks.text() + "instead of\n" +
                  one.expected);

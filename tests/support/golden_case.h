@@ -7,8 +7,10 @@
 #include <fm_host.h>
 
 #include <filesystem>
+#include <fstream>
 #include <memory>
 #include <optional>
+#include <string>
 
 namespace test_support
 {
@@ -17,6 +19,7 @@ struct GoldenCase {
     engine::Datastore running;
     engine::Datastore candidate;
     fm::Card card;
+    bool all = false; /**< Shows every objection. */
 };
 
 /** The file of that name in the folder or in the one above. */
@@ -53,8 +56,13 @@ inline GoldenCase read_golden_case(const std::shared_ptr<const engine::Schema> &
         engine::check_yang(candidate, "candidate");
     }
     const auto card = inherited(folder, "card.json");
+    std::string word;
+    bool all = false;
+    for (std::ifstream arguments(folder / "arguments"); arguments >> word;) {
+        all = all || word == "--all";
+    }
     return {std::move(running), std::move(candidate),
-            card ? fm::parse_card(engine::read_source(*card).text) : fm::default_card()};
+            card ? fm::parse_card(engine::read_source(*card).text) : fm::default_card(), all};
 }
 
 } // namespace test_support

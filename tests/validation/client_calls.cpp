@@ -5,6 +5,7 @@
 #include <confd_cdb.h>
 #include <confd_lib.h>
 #include <confd_maapi.h>
+#include <fm_gpond.h>
 #include <velconfd.h>
 #include <velmw.h>
 #include <zlog.h>
@@ -357,6 +358,18 @@ void confd_trans_seterr(confd_trans_ctx *tctx, const char *fmt, ...)
     made(std::string("confd_trans_seterr") + (by_argument ? " %s " : " ") + text,
          [&] { set(tctx, "%s", text); });
     std::free(text);
+}
+
+int (*fm_oper_card_gpond_get_max_num_onu_per_ponlink_from_board(const fm_slot_t *slot))(int)
+{
+    static const auto find = original("fm_oper_card_gpond_get_max_num_onu_per_ponlink_from_board",
+                                      &fm_oper_card_gpond_get_max_num_onu_per_ponlink_from_board);
+    static int (*number)(int) = nullptr;
+    number = find(slot);
+    if (number == nullptr) {
+        return nullptr;
+    }
+    return [](int link) { return link == 0 ? number(link) : -1; }; // It is asked about any link.
 }
 
 void zlog(zlog_category_t *category, const char *file, size_t filelen, const char *func,

@@ -21,6 +21,7 @@ PlatformSettings settings_after(const fm::Card &card)
 {
     fm::use_card(card);
     EXPECT_EQ(lib_init(), 0);
+    EXPECT_EQ(lib_finish(), 0);
     fm::use_card(fm::default_card());
     return platform_settings;
 }

@@ -252,7 +252,7 @@ private:
     void expect_rejection_without_memory()
     {
         std::string last_line;
-        zlog_host::write_to([&](const zlog_host::Line &line) { last_line = line.text; });
+        zlog_host::write_to([&](const zlog_host::Line &line) { last_line = in_words(line); });
         for (int line = 1;; ++line) {
             client().lines_until_bad_alloc = line;
             const std::string answer = ask_rule();
@@ -260,8 +260,8 @@ private:
                 break;
             }
             EXPECT_THAT(answer, testing::StartsWith("rejected")) << "line " << line;
-            EXPECT_EQ(last_line,
-                      "Validator of " + GetParam().stem().string() + " failed (std::bad_alloc).");
+            EXPECT_EQ(last_line, "12 src/validation/gpon_card_valid validate: Validator of " +
+                                     GetParam().stem().string() + " failed (std::bad_alloc).");
         }
         zlog_host::write_to([](const zlog_host::Line &) {});
     }

@@ -90,10 +90,6 @@ int act(const std::string &act, confd_trans_ctx *transaction)
     if (takes(act, "fault", detail)) {
         std::raise(SIGKILL); // A signal that no sanitizer takes for itself.
     }
-    if (takes(act, "flood", detail)) {
-        confd_trans_seterr(transaction, "%s", std::string(std::stoul(detail), 'x').c_str());
-        return CONFD_ERR;
-    }
     if (takes(act, "fork", detail) && fork() != 0) {
         _exit(0); // The copy goes on.
     }
