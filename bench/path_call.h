@@ -29,7 +29,7 @@ public:
     }
 
 private:
-    static constexpr std::size_t kMostArguments = 3;
+    static constexpr std::size_t kMaxArguments = 3;
     /** Stands for the keypath that is being asked about. */
     struct AskedKeypath {
     };
@@ -41,7 +41,7 @@ private:
         if (next == m_arguments.size()) {
             return call(m_format.c_str(), done...);
         }
-        if constexpr (sizeof...(Done) < kMostArguments) {
+        if constexpr (sizeof...(Done) < kMaxArguments) {
             if (const int *number = std::get_if<int>(&m_arguments[next])) {
                 return make_from(call, next + 1, done..., *number);
             }

@@ -3,12 +3,12 @@
  * can express: a call may refuse, but then it says why; and what the client gave back, and what its
  * transaction held, is gone at the end.
  */
+#include "base_card.h"
 #include "checker/model_schema.h"
 #include "client.h"
 #include "engine/data/crypto.h"
 #include "engine/data/yang_check.h"
 #include "engine/edit/edit.h"
-#include "base_card.h"
 
 #include <confd_cdb.h>
 #include <confd_maapi.h>

@@ -54,7 +54,7 @@ using ServicePorts = std::map<std::uint32_t, ServicePort>;
 Verdict judge(const ServicePorts &ports)
 {
     constexpr std::size_t kBatch = 300;
-    constexpr std::size_t kMost = 4096;
+    constexpr std::size_t kMaxServicePorts = 4096;
     std::vector<ServicePorts::const_iterator> sound;
     std::size_t count = 0;
     Verdict verdict = accepted();
@@ -81,7 +81,7 @@ Verdict judge(const ServicePorts &ports)
             }
         }
     }
-    if (count > kMost) {
+    if (count > kMaxServicePorts) {
         return rejected("Service-port limit exceeded: Installed " + std::to_string(count) +
                         " of 4096 allowed\n");
     }
@@ -91,9 +91,9 @@ Verdict judge(const ServicePorts &ports)
 /** Service ports that conflict with none, with numbers from 100 up. */
 void add_sound_ones(ServicePorts &ports, std::uint32_t count)
 {
-    constexpr std::uint32_t kMostGems = 4000;
+    constexpr std::uint32_t kMaxGems = 4000;
     for (std::uint32_t i = 0; i < count; ++i) {
-        ports[100 + i] = {"1/1/16", 100 + i / kMostGems, 1 + i % kMostGems, "7", "", true};
+        ports[100 + i] = {"1/1/16", 100 + i / kMaxGems, 1 + i % kMaxGems, "7", "", true};
     }
 }
 

@@ -1,4 +1,7 @@
-/** The card's data model, built into the program: no files to find at run time. */
+/**
+ * @file
+ * The card's data model, built into the program: no files to find at run time.
+ */
 #pragma once
 
 #include <string>

@@ -1,4 +1,7 @@
-/** Numbers of node names, as the card's library compares them. */
+/**
+ * @file
+ * Numbers of node names, as the card's library compares them.
+ */
 #pragma once
 
 #include <cstdint>

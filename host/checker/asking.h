@@ -1,4 +1,7 @@
-/** Asking the plug-in about a change, from its loading to its end. */
+/**
+ * @file
+ * Asking the plug-in about a change, from its loading to its end.
+ */
 #pragma once
 
 #include "checker/outcome.h"

@@ -1,4 +1,7 @@
-/** Who wants to know how far a check has come. */
+/**
+ * @file
+ * Who wants to know how far a check has come.
+ */
 #pragma once
 
 #include <cstddef>

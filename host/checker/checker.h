@@ -1,4 +1,7 @@
-/** A card held open: its data model, its committed configuration and its plug-in. */
+/**
+ * @file
+ * A card held open: its data model, its committed configuration and its plug-in.
+ */
 #pragma once
 
 #include "checker/check_listener.h"

@@ -1,4 +1,7 @@
-/** Events of asking, as one line each: how a child process tells its parent what the plug-in does.
+/**
+ * @file
+ * Events of asking, as one line each: how a child process tells its parent what the plug-in
+ * does.
  */
 #pragma once
 

@@ -1,4 +1,7 @@
-/** Stands between this program and the process that may die, so that none outlives the other. */
+/**
+ * @file
+ * Stands between this program and the process that may die, so that none outlives the other.
+ */
 #pragma once
 
 #include <functional>

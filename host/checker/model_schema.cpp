@@ -1,7 +1,7 @@
 #include "checker/model_schema.h"
 
-#include "engine/schema/schema_loader.h"
 #include "card_model.h"
+#include "engine/schema/schema_loader.h"
 #include "tags.h"
 
 namespace host

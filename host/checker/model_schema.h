@@ -1,4 +1,7 @@
-/** The built-in data model. */
+/**
+ * @file
+ * The built-in data model.
+ */
 #pragma once
 
 #include "engine/schema/schema.h"

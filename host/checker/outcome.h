@@ -1,4 +1,7 @@
-/** What came of a check: everything that a report needs, and nothing about how it is printed. */
+/**
+ * @file
+ * What came of a check: everything that a report needs, and nothing about how it is printed.
+ */
 #pragma once
 
 #include "engine/data/error.h"

@@ -1,4 +1,7 @@
-/** The plug-in under test: a shared library with four entry points. */
+/**
+ * @file
+ * The plug-in under test: a shared library with four entry points.
+ */
 #pragma once
 
 #include "confd_lib.h"

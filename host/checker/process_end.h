@@ -1,4 +1,7 @@
-/** Ends of this process that leave no report: a crash, or a plug-in that calls exit(). */
+/**
+ * @file
+ * Ends of this process that leave no report: a crash, or a plug-in that calls exit().
+ */
 #pragma once
 
 #include <functional>

@@ -1,4 +1,7 @@
-/** Writes down in the outcome what happens while the plug-in is asked. */
+/**
+ * @file
+ * Writes down in the outcome what happens while the plug-in is asked.
+ */
 #pragma once
 
 #include "checker/asking.h"

@@ -1,4 +1,7 @@
-/** Runs work that may die in a child process, and lives on to tell. */
+/**
+ * @file
+ * Runs work that may die in a child process, and lives on to tell.
+ */
 #pragma once
 
 #include <chrono>

@@ -1,4 +1,7 @@
-/** PON links that a change touches and no bandwidth check looks at. */
+/**
+ * @file
+ * PON links that a change touches and no bandwidth check looks at.
+ */
 #pragma once
 
 #include "checker/outcome.h"

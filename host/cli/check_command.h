@@ -1,4 +1,7 @@
-/** `gpon-validate check`: is a change sound? */
+/**
+ * @file
+ * `gpon-validate check`: is a change sound?
+ */
 #pragma once
 
 #include "checker/outcome.h"

@@ -1,4 +1,7 @@
-/** The outside world of a command, so that tests can stand in for it. */
+/**
+ * @file
+ * The outside world of a command, so that tests can stand in for it.
+ */
 #pragma once
 
 #include <functional>

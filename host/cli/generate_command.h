@@ -1,4 +1,7 @@
-/** `gpon-validate generate`: a card's configuration of any size. */
+/**
+ * @file
+ * `gpon-validate generate`: a card's configuration of any size.
+ */
 #pragma once
 
 #include "cli/console.h"

@@ -1,4 +1,7 @@
-/** Files that the program writes: whole or not at all, and never over what it reads. */
+/**
+ * @file
+ * Files that the program writes: whole or not at all, and never over what it reads.
+ */
 #pragma once
 
 #include <string>

@@ -1,4 +1,7 @@
-/** `gpon-validate points`: which rules there are, and where they sit in the data model. */
+/**
+ * @file
+ * `gpon-validate points`: which rules there are, and where they sit in the data model.
+ */
 #pragma once
 
 #include "cli/console.h"

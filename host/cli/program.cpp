@@ -212,8 +212,8 @@ void add_points(CLI::App &program, PointsOptions &options)
 
 void add_generate(CLI::App &program, GenerateOptions &options)
 {
-    constexpr std::uint32_t kMostProfiles = 10000;
-    constexpr std::uint32_t kMostServicePorts = 1000000;
+    constexpr std::uint32_t kMaxProfiles = 10000;
+    constexpr std::uint32_t kMaxServicePorts = 1000000;
     auto *app = program.add_subcommand("generate", "Write a sound configuration of any size");
     app->footer(kGenerateExamples);
     CardShape &shape = options.shape;
@@ -227,12 +227,11 @@ void add_generate(CLI::App &program, GenerateOptions &options)
     };
     figure("--links", shape.links, "PON links, 1 to 16", 1, 16);
     figure("--onus", shape.onus, "ONUs on each link, 1 to 128", 1, 128);
-    figure("--line-profiles", shape.line_profiles, "Line profiles", 1, kMostProfiles);
-    figure("--bandwidth-profiles", shape.bandwidth_profiles, "Bandwidth profiles", 1,
-           kMostProfiles);
-    figure("--rg-profiles", shape.rg_profiles, "RG profiles", 1, kMostProfiles);
+    figure("--line-profiles", shape.line_profiles, "Line profiles", 1, kMaxProfiles);
+    figure("--bandwidth-profiles", shape.bandwidth_profiles, "Bandwidth profiles", 1, kMaxProfiles);
+    figure("--rg-profiles", shape.rg_profiles, "RG profiles", 1, kMaxProfiles);
     figure("--service-ports", shape.service_ports, "Service ports; a card takes 4096 at most", 0,
-           kMostServicePorts);
+           kMaxServicePorts);
     app->add_option("--seed", shape.seed, "Another one makes another configuration")
         ->type_name("N")
         ->transform(decimal())

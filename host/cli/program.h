@@ -1,4 +1,7 @@
-/** The program gpon-validate: its command line, and the command that it names. */
+/**
+ * @file
+ * The program gpon-validate: its command line, and the command that it names.
+ */
 #pragma once
 
 #include "cli/console.h"

@@ -1,4 +1,7 @@
-/** A line on the terminal that tells how far a long check has come. */
+/**
+ * @file
+ * A line on the terminal that tells how far a long check has come.
+ */
 #pragma once
 
 #include <chrono>

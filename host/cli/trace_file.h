@@ -1,4 +1,7 @@
-/** The file that the plug-in's traces go to. */
+/**
+ * @file
+ * The file that the plug-in's traces go to.
+ */
 #pragma once
 
 #include "cli/output_file.h"

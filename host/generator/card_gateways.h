@@ -1,4 +1,7 @@
-/** The residential-gateway profiles of a made-up card. */
+/**
+ * @file
+ * The residential-gateway profiles of a made-up card.
+ */
 #pragma once
 
 #include "generator/random.h"

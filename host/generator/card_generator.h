@@ -1,4 +1,7 @@
-/** Makes up a card's configuration that is sound: the data model and all rules accept it. */
+/**
+ * @file
+ * Makes up a card's configuration that is sound: the data model and all rules accept it.
+ */
 #pragma once
 
 #include "generator/card_shape.h"

@@ -1,4 +1,7 @@
-/** Names that a generated card gives to its profiles; references use them, too. */
+/**
+ * @file
+ * Names that a generated card gives to its profiles; references use them, too.
+ */
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,7 @@
-/** The profiles of a made-up card. */
+/**
+ * @file
+ * The profiles of a made-up card.
+ */
 #pragma once
 
 #include "generator/card_shape.h"

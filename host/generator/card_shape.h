@@ -1,4 +1,7 @@
-/** How large a made-up card is. */
+/**
+ * @file
+ * How large a made-up card is.
+ */
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,7 @@
-/** Numbers that look random and are the same for a seed on every machine. */
+/**
+ * @file
+ * Numbers that look random and are the same for a seed on every machine.
+ */
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,7 @@
-/** Writes configuration data as XML or JSON, node by node. */
+/**
+ * @file
+ * Writes configuration data as XML or JSON, node by node.
+ */
 #pragma once
 
 #include <cstdint>

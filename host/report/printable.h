@@ -1,4 +1,7 @@
-/** Text from outside, made fit for a terminal. */
+/**
+ * @file
+ * Text from outside, made fit for a terminal.
+ */
 #pragma once
 
 #include <string>

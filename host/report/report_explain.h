@@ -1,4 +1,7 @@
-/** The part of a check's report that tells how the answer came about. */
+/**
+ * @file
+ * The part of a check's report that tells how the answer came about.
+ */
 #pragma once
 
 #include "checker/outcome.h"

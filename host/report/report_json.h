@@ -1,4 +1,7 @@
-/** The report of a check for programs. */
+/**
+ * @file
+ * The report of a check for programs.
+ */
 #pragma once
 
 #include "checker/outcome.h"

@@ -1,4 +1,7 @@
-/** The report of a check for people. */
+/**
+ * @file
+ * The report of a check for people.
+ */
 #pragma once
 
 #include "checker/outcome.h"

@@ -1,4 +1,7 @@
-/** Colours of a report. */
+/**
+ * @file
+ * Colours of a report.
+ */
 #pragma once
 
 #include <string>

@@ -1,4 +1,7 @@
-/** What each rule of the card guards, in the operator's words; rules.json holds the facts. */
+/**
+ * @file
+ * What each rule of the card guards, in the operator's words; rules.json holds the facts.
+ */
 #pragma once
 
 #include <string>

@@ -1,4 +1,7 @@
-/** Answers with a text for the operator, and the texts that several validators share. */
+/**
+ * @file
+ * Answers with a text for the operator, and the texts that several validators share.
+ */
 #pragma once
 
 #include <confd_lib.h>

@@ -1,4 +1,7 @@
-/** The candidate configuration of a transaction, as a validator reads it. */
+/**
+ * @file
+ * The candidate configuration of a transaction, as a validator reads it.
+ */
 #pragma once
 
 #include <confd_maapi.h>

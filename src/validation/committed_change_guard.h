@@ -1,4 +1,7 @@
-/** Entries that may be created and deleted, but not edited once they are committed. */
+/**
+ * @file
+ * Entries that may be created and deleted, but not edited once they are committed.
+ */
 #pragma once
 
 #include "validator.h"

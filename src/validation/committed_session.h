@@ -1,4 +1,7 @@
-/** Reading the committed configuration. */
+/**
+ * @file
+ * Reading the committed configuration.
+ */
 #pragma once
 
 #include <velconfd.h>

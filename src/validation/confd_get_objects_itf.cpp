@@ -76,6 +76,9 @@ int ConfdGetObjsItf::getObjects()
     if (nobj <= 0) {
         return nobj;
     }
+    if (static_cast<std::uint32_t>(nobj) > objects_per_call) {
+        return -1; // The array has no room for more than were asked for.
+    }
     const auto values_per_entry = static_cast<std::uint32_t>(size);
     if (values_per_entry != object_size) {
         // The array has room for object_size values of each entry: no more were handed out.

@@ -1,4 +1,7 @@
-/** Reads a configuration list in bulk: a fixed number of entries per request. */
+/**
+ * @file
+ * Reads a configuration list in bulk: a fixed number of entries per request.
+ */
 #pragma once
 
 #include <confd_maapi.h>

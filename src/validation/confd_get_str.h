@@ -1,4 +1,7 @@
-/** Reads one leaf as text. */
+/**
+ * @file
+ * Reads one leaf as text.
+ */
 #pragma once
 
 #include <string>

@@ -1,4 +1,7 @@
-/** Values of the framework as text. */
+/**
+ * @file
+ * Values of the framework as text.
+ */
 #pragma once
 
 #include <confd_lib.h>

@@ -1,4 +1,7 @@
-/** Stopwatch with which the checks time themselves. */
+/**
+ * @file
+ * Stopwatch with which the checks time themselves.
+ */
 #pragma once
 
 #include <chrono>

@@ -1,4 +1,8 @@
-/** Marks what the library publishes; everything else stays inside. exports.map lists the names. */
+/**
+ * @file
+ * Marks what the library publishes; everything else stays inside. exports.map lists the
+ * names.
+ */
 #pragma once
 
 #define GPON_EXPORT __attribute__((visibility("default")))

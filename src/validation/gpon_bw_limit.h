@@ -1,4 +1,5 @@
 /**
+ * @file
  * Upstream bandwidth of PON links: the sum of what the ONUs of a link are guaranteed must fit into
  * the link, and a line profile must not have more T-CONTs than the card's DBA serves.
  *

@@ -1,4 +1,7 @@
-/** The frame: the entry points, and the validator that the frame itself holds. */
+/**
+ * @file
+ * The frame: the entry points, and the validator that the frame itself holds.
+ */
 #pragma once
 
 #include "gpon_card_valid_plugin.h"

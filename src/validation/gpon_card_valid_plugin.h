@@ -1,4 +1,5 @@
 /**
+ * @file
  * The plug-in as a host sees it, for C and C++: four entry points, found by name with dlsym, or by
  * linking with the library.
  *

@@ -1,4 +1,7 @@
-/** Names of GPON interfaces: `1 1 3` in list keys, `1/1/3` for people. */
+/**
+ * @file
+ * Names of GPON interfaces: `1 1 3` in list keys, `1/1/3` for people.
+ */
 #pragma once
 
 #include <algorithm>

@@ -1,4 +1,5 @@
 /**
+ * @file
  * Interface groupings of an RG profile's WAN connections: no port and VLAN belongs to two, no two
  * networks overlap, and a DHCP pool is ordered and lies inside its network.
  */

@@ -1,4 +1,7 @@
-/** GPON interfaces are the system's: the operator does not delete them. */
+/**
+ * @file
+ * GPON interfaces are the system's: the operator does not delete them.
+ */
 #pragma once
 
 #include "validator.h"

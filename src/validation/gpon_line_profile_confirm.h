@@ -1,4 +1,7 @@
-/** Line profiles: changes of those in use. */
+/**
+ * @file
+ * Line profiles: changes of those in use.
+ */
 #pragma once
 
 #include "validator.h"

@@ -1,4 +1,7 @@
-/** ONU serial numbers are unique on the card, ONU passwords on their GPON interface. */
+/**
+ * @file
+ * ONU serial numbers are unique on the card, ONU passwords on their GPON interface.
+ */
 #pragma once
 
 #include "validator.h"

@@ -1,4 +1,7 @@
-/** Notice that an ONU's residential gateway is not provisioned again by itself. */
+/**
+ * @file
+ * Notice that an ONU's residential gateway is not provisioned again by itself.
+ */
 #pragma once
 
 #include "validator.h"

@@ -1,4 +1,7 @@
-/** Confirmation before many ONUs are monitored over SNMP in real time. */
+/**
+ * @file
+ * Confirmation before many ONUs are monitored over SNMP in real time.
+ */
 #pragma once
 
 #include "validator.h"

@@ -1,4 +1,7 @@
-/** Confirmation before forward error correction (FEC) of a PON link is switched. */
+/**
+ * @file
+ * Confirmation before forward error correction (FEC) of a PON link is switched.
+ */
 #pragma once
 
 #include "validator.h"

@@ -1,4 +1,8 @@
-/** Residential-gateway (RG) profiles: changes of those in use, names of their wireless networks. */
+/**
+ * @file
+ * Residential-gateway (RG) profiles: changes of those in use, names of their wireless
+ * networks.
+ */
 #pragma once
 
 #include "validator.h"

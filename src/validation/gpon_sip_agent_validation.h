@@ -1,4 +1,7 @@
-/** SIP agent profiles: changes of those in use. */
+/**
+ * @file
+ * SIP agent profiles: changes of those in use.
+ */
 #pragma once
 
 #include "validator.h"

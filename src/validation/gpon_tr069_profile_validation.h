@@ -1,4 +1,7 @@
-/** TR-069 ACS profiles: changes of those in use, length of the password. */
+/**
+ * @file
+ * TR-069 ACS profiles: changes of those in use, length of the password.
+ */
 #pragma once
 
 #include "validator.h"

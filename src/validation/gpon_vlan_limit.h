@@ -1,4 +1,7 @@
-/** How many VLAN mappings of a service profile may apply to one user-side port. */
+/**
+ * @file
+ * How many VLAN mappings of a service profile may apply to one user-side port.
+ */
 #pragma once
 
 #include "validator.h"

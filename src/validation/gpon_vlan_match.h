@@ -1,4 +1,7 @@
-/** VLAN mappings of a service profile whose matches would catch the same frames on one port. */
+/**
+ * @file
+ * VLAN mappings of a service profile whose matches would catch the same frames on one port.
+ */
 #pragma once
 
 #include "validator.h"

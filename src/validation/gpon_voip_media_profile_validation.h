@@ -1,4 +1,7 @@
-/** VoIP media profiles: changes of those in use. */
+/**
+ * @file
+ * VoIP media profiles: changes of those in use.
+ */
 #pragma once
 
 #include "validator.h"

@@ -1,4 +1,8 @@
-/** Owners of what the framework hands out: each releases it, so that every early return is safe. */
+/**
+ * @file
+ * Owners of what the framework hands out: each releases it, so that every early return is
+ * safe.
+ */
 #pragma once
 
 #include "candidate.h"

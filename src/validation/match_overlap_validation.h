@@ -1,4 +1,7 @@
-/** Service ports that match the same frames of the same GEM port. */
+/**
+ * @file
+ * Service ports that match the same frames of the same GEM port.
+ */
 #pragma once
 
 #include <string>

@@ -1,4 +1,7 @@
-/** ONU management address against default gateway. */
+/**
+ * @file
+ * ONU management address against default gateway.
+ */
 #pragma once
 
 #include "validator.h"

@@ -1,4 +1,5 @@
 /**
+ * @file
  * What the card can do: capacities and the switch for the bandwidth check.
  *
  * lib_init reads the capacities from the platform once; until then the record holds defaults. It is

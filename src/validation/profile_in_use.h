@@ -1,4 +1,7 @@
-/** Confirmation before a committed profile is changed that ONUs use: they lose traffic for a while.
+/**
+ * @file
+ * Confirmation before a committed profile is changed that ONUs use: they lose traffic for a
+ * while.
  */
 #pragma once
 

@@ -1,4 +1,7 @@
-/** Trace lines and fault reports. */
+/**
+ * @file
+ * Trace lines and fault reports.
+ */
 #pragma once
 
 #include <zlog.h>

@@ -1,4 +1,7 @@
-/** Service ports: their ONU and GEM port, the card-wide limit, equal matches, removal of all. */
+/**
+ * @file
+ * Service ports: their ONU and GEM port, the card-wide limit, equal matches, removal of all.
+ */
 #pragma once
 
 #include "validator.h"

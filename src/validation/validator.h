@@ -1,4 +1,7 @@
-/** What all validators have in common. */
+/**
+ * @file
+ * What all validators have in common.
+ */
 #pragma once
 
 #include "export.h"

@@ -1,4 +1,7 @@
-/** What the checks of service profiles know of VLAN mappings. */
+/**
+ * @file
+ * What the checks of service profiles know of VLAN mappings.
+ */
 #pragma once
 
 #include <cstdint>

@@ -4,8 +4,8 @@
 
 #include "confd_cdb.h"
 #include "confd_maapi.h"
-#include "support/card_xml.h"
 #include "engine/session/framework.h"
+#include "support/card_xml.h"
 #include "support/model.h"
 
 #include <array>

@@ -1,7 +1,6 @@
 /** Values of a type that the data model rules out are programming errors: they end the process. */
 #include "fixture.h"
 
-#include "engine/data/value.h"
 #include "gpon_bw_limit.h"
 #include "gpon_itf_grp_validation.h"
 #include "gpon_onu_password_valid.h"
@@ -12,6 +11,8 @@
 #include "gpon_vlan_match.h"
 #include "support/card_xml.h"
 #include "valid_service_port.h"
+
+#include <utility>
 
 namespace
 {
@@ -39,10 +40,13 @@ protected:
                                   const std::string &type)
     {
         confd_hkeypath_t keypath = keypath_of(path);
-        keypath.v[level][key].type = C_NOEXISTS;
+        confd_value_t &wrong = keypath.v[level][key];
+        const confd_vtype right = std::exchange(wrong.type, C_NOEXISTS);
         expect_assertion([&] { validator(sock(), tctx(), &keypath, nullptr); }, source, function,
                          "(&keypath->v[" + std::to_string(level) + "][" + std::to_string(key) +
                              "])->type == " + type);
+        wrong.type = right;
+        engine::free_keypath(keypath);
     }
 };
 
@@ -132,7 +136,9 @@ TEST_F(Assertions, OfBandwidthProfiles)
         for (const int other : wrong.good) {
             CONFD_SET_UINT32(&values[other], 1);
         }
-        values[BW_CONFD_VAL_OFFSET_NAME] = engine::make_text_value("b");
+        char text[] = "b"; // The process that takes it over does not live to free it.
+        CONFD_SET_BUF(&values[BW_CONFD_VAL_OFFSET_NAME], reinterpret_cast<unsigned char *>(text),
+                      1);
         values[wrong.position].type = C_INT32;
         std::string name;
         std::uint32_t total = 0;
@@ -156,7 +162,9 @@ TEST_F(Assertions, OfServicePorts)
                               Case{SP_CONFD_VAL_OFFSET_ONU, "ONU", "C_UINT32"},
                               Case{SP_CONFD_VAL_OFFSET_GEM, "GEM", "C_UINT32"}}) {
         confd_value_t values[20] = {};
-        values[SP_CONFD_VAL_OFFSET_GPON] = engine::make_text_value("1/1/3");
+        char text[] = "1/1/3"; // As above.
+        CONFD_SET_BUF(&values[SP_CONFD_VAL_OFFSET_GPON], reinterpret_cast<unsigned char *>(text),
+                      5);
         for (const int number :
              {SP_CONFD_VAL_OFFSET_SP, SP_CONFD_VAL_OFFSET_ONU, SP_CONFD_VAL_OFFSET_GEM}) {
             CONFD_SET_UINT32(&values[number], 1);

@@ -1,4 +1,7 @@
-/** Tells a client of changes. */
+/**
+ * @file
+ * Tells a client of changes.
+ */
 #pragma once
 
 #include "confd_maapi.h"

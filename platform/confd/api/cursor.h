@@ -1,4 +1,7 @@
-/** Position of a client in a list. */
+/**
+ * @file
+ * Position of a client in a list.
+ */
 #pragma once
 
 #include "confd_maapi.h"

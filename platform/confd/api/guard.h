@@ -1,5 +1,8 @@
-/** The way in and out of every C entry point: no exception leaves, each failure has its code and
- * text. */
+/**
+ * @file
+ * The way in and out of every C entry point: no exception leaves, each failure has its code
+ * and text.
+ */
 #pragma once
 
 #include "confd_lib.h"

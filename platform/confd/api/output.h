@@ -1,4 +1,7 @@
-/** How texts and values get into a client's hands. */
+/**
+ * @file
+ * How texts and values get into a client's hands.
+ */
 #pragma once
 
 #include "engine/data/value.h"

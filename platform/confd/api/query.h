@@ -1,4 +1,7 @@
-/** Queries: nodes of an XPath expression, handed out in chunks. */
+/**
+ * @file
+ * Queries: nodes of an XPath expression, handed out in chunks.
+ */
 #pragma once
 
 #include "api/query_chunk.h"

@@ -1,4 +1,7 @@
-/** One chunk of a query's results. */
+/**
+ * @file
+ * One chunk of a query's results.
+ */
 #pragma once
 
 #include "api/selector.h"

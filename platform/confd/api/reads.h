@@ -1,4 +1,7 @@
-/** Reads that the calls for transactions and for the committed configuration share. */
+/**
+ * @file
+ * Reads that the calls for transactions and for the committed configuration share.
+ */
 #pragma once
 
 #include "engine/data/datastore.h"

@@ -1,4 +1,7 @@
-/** The select and sort expressions of queries. */
+/**
+ * @file
+ * The select and sort expressions of queries.
+ */
 #pragma once
 
 #include "engine/data/datastore.h"

@@ -1,4 +1,7 @@
-/** What a call's socket and handle stand for. */
+/**
+ * @file
+ * What a call's socket and handle stand for.
+ */
 #pragma once
 
 #include "engine/data/path_reader.h"

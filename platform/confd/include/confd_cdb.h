@@ -1,4 +1,5 @@
 /**
+ * @file
  * Client library of the configuration framework: reads of the committed configuration.
  *
  * `sock` is a socket of an open read session, as the middleware hands it out. Path syntax:

@@ -1,4 +1,5 @@
 /**
+ * @file
  * Client library of the configuration framework: constants, values, schema and utilities.
  *
  * C linkage, usable from C and C++. The companion headers are confd_maapi.h (transactions)

@@ -1,4 +1,5 @@
 /**
+ * @file
  * Client library of the configuration framework: reads inside a transaction (MAAPI).
  *
  * `sock` is a MAAPI socket, `th` the handle of a transaction. Path syntax: see confd_lib.h.

@@ -1,4 +1,5 @@
 /**
+ * @file
  * Platform facility of the GPON line-card daemon: the card's slot and capacities.
  *
  * A call that has no figure for the card leaves its output as it was.

@@ -1,4 +1,7 @@
-/** The host's side of the platform facility on a desk: which card it stands for. */
+/**
+ * @file
+ * The host's side of the platform facility on a desk: which card it stands for.
+ */
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,7 @@
-/** The card that this process stands for, shared by both sides of the facility. */
+/**
+ * @file
+ * The card that this process stands for, shared by both sides of the facility.
+ */
 #pragma once
 
 #include "fm_host.h"

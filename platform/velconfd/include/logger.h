@@ -1,4 +1,7 @@
-/** Management middleware: printf-style debug notes without a category. */
+/**
+ * @file
+ * Management middleware: printf-style debug notes without a category.
+ */
 #pragma once
 
 class Logger

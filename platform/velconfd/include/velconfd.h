@@ -1,4 +1,5 @@
 /**
+ * @file
  * Management middleware: sockets towards the configuration framework.
  *
  * `context` is the word that the host registered with its validation callback

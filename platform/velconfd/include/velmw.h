@@ -1,4 +1,7 @@
-/** Management middleware: its singleton, trace categories, fault reports. */
+/**
+ * @file
+ * Management middleware: its singleton, trace categories, fault reports.
+ */
 #pragma once
 
 #include <zlog.h>

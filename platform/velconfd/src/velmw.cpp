@@ -46,7 +46,7 @@ void velmw_gen_fault(int severity, const char *function, const char *file, int l
 
 void velmw_print_backtrace(void)
 {
-    constexpr int kMostFrames = 64;
-    void *frames[kMostFrames];
-    backtrace_symbols_fd(frames, backtrace(frames, kMostFrames), STDERR_FILENO);
+    constexpr int kMaxFrames = 64;
+    void *frames[kMaxFrames];
+    backtrace_symbols_fd(frames, backtrace(frames, kMaxFrames), STDERR_FILENO);
 }

@@ -1,4 +1,5 @@
 /**
+ * @file
  * Tracing. Levels in use: 10 fine, 11 progress, 12 decisions and errors; a higher number is more
  * important.
  */

@@ -1,4 +1,7 @@
-/** The host's side of tracing on a desk: which lines are kept, and where they go. */
+/**
+ * @file
+ * The host's side of tracing on a desk: which lines are kept, and where they go.
+ */
 #pragma once
 
 #include "zlog.h"

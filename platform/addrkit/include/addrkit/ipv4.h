@@ -1,4 +1,7 @@
-/** IPv4 addresses and prefixes. */
+/**
+ * @file
+ * IPv4 addresses and prefixes.
+ */
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,7 @@
-/** What a type allows, in words. */
+/**
+ * @file
+ * What a type allows, in words.
+ */
 #pragma once
 
 #include "engine/schema/schema.h"

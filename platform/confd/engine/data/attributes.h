@@ -1,4 +1,7 @@
-/** Attributes of a text: in XML those of elements, in JSON metadata (RFC 7952). */
+/**
+ * @file
+ * Attributes of a text: in XML those of elements, in JSON metadata (RFC 7952).
+ */
 #pragma once
 
 #include "engine/data/error.h"

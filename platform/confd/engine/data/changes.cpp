@@ -1,8 +1,8 @@
 #include "engine/data/changes.h"
 
 #include "engine/data/path.h"
-#include "engine/data/problems.h"
 #include "engine/data/value.h"
+#include "engine/schema/yang_log.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -1,4 +1,7 @@
-/** What differs between the committed configuration and a candidate. */
+/**
+ * @file
+ * What differs between the committed configuration and a candidate.
+ */
 #pragma once
 
 #include "engine/data/datastore.h"

@@ -1,4 +1,8 @@
-/** Encrypted leaf values: AES-128 in CFB mode, random initial vector first, base64 behind $8$. */
+/**
+ * @file
+ * Encrypted leaf values: AES-128 in CFB mode, random initial vector first, base64 behind
+ * $8$.
+ */
 #pragma once
 
 #include <optional>

@@ -1,4 +1,7 @@
-/** A configuration: a tree in which system-ordered lists stand in key order. */
+/**
+ * @file
+ * A configuration: a tree in which system-ordered lists stand in key order.
+ */
 #pragma once
 
 #include "engine/data/source.h"

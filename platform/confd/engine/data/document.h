@@ -1,4 +1,7 @@
-/** A source's text as libyang takes it. */
+/**
+ * @file
+ * A source's text as libyang takes it.
+ */
 #pragma once
 
 #include "engine/data/attributes.h"

@@ -1,4 +1,7 @@
-/** How the engine says that something went wrong. */
+/**
+ * @file
+ * How the engine says that something went wrong.
+ */
 #pragma once
 
 #include "engine/data/fault.h"

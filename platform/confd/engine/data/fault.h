@@ -1,4 +1,7 @@
-/** What can be wrong with what somebody gave us: a code for each kind of fault. */
+/**
+ * @file
+ * What can be wrong with what somebody gave us: a code for each kind of fault.
+ */
 #pragma once
 
 namespace engine

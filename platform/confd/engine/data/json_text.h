@@ -1,4 +1,7 @@
-/** JSON made ready for libyang, which does not take all of it. */
+/**
+ * @file
+ * JSON made ready for libyang, which does not take all of it.
+ */
 #pragma once
 
 #include "engine/data/attributes.h"

@@ -1,4 +1,7 @@
-/** Keypaths of the client interface, made from data nodes. */
+/**
+ * @file
+ * Keypaths of the client interface, made from data nodes.
+ */
 #pragma once
 
 #include "engine/schema/schema.h"

@@ -1,4 +1,7 @@
-/** What makes a parsed or edited tree a configuration: key order and encrypted values. */
+/**
+ * @file
+ * What makes a parsed or edited tree a configuration: key order and encrypted values.
+ */
 #pragma once
 
 #include "engine/schema/yang.h"

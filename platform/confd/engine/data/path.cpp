@@ -1,7 +1,7 @@
 #include "engine/data/path.h"
 
 #include "engine/data/error.h"
-#include "engine/data/problems.h"
+#include "engine/schema/yang_log.h"
 
 namespace engine
 {

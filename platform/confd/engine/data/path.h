@@ -1,4 +1,7 @@
-/** Paths: schema nodes with keys, the data nodes that they lead to, their text in braces. */
+/**
+ * @file
+ * Paths: schema nodes with keys, the data nodes that they lead to, their text in braces.
+ */
 #pragma once
 
 #include "engine/schema/schema.h"

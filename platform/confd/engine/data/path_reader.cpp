@@ -2,8 +2,8 @@
 #include "engine/data/path_reader.h"
 
 #include "engine/data/error.h"
-#include "engine/data/problems.h"
 #include "engine/data/value.h"
+#include "engine/schema/yang_log.h"
 
 #include <cstring>
 #include <optional>

@@ -1,4 +1,7 @@
-/** Reading of paths as clients give them: text with directives. */
+/**
+ * @file
+ * Reading of paths as clients give them: text with directives.
+ */
 #pragma once
 
 #include "engine/data/path.h"

@@ -1,4 +1,7 @@
-/** What libyang says about faults, in the operator's terms. */
+/**
+ * @file
+ * What libyang says about faults, in the operator's terms.
+ */
 #pragma once
 
 #include "engine/data/error.h"
@@ -22,16 +25,6 @@ Fault fault_of(const ly_err_item &item);
 
 /** Takes apart the location text of a libyang error; null gives an empty location. */
 FaultLocation read_location(const char *text);
-
-/** Makes libyang put what it says into its error lists alone: it becomes problems of ours. */
-void store_errors();
-
-/**
- * To be called after a call of libyang: lack of memory is no fault of the data, and libyang goes
- * on, with success in the end, without a node that it has no memory for.
- * @throws std::bad_alloc  Memory was lacking in this call, or in one before it.
- */
-void require_memory(LY_ERR result);
 
 /** /base:config/service-port[id='1']/match becomes /config/service-port{1}/match. */
 std::string brace_path(const std::string &data_path);

@@ -1,4 +1,7 @@
-/** Text that somebody wrote: a configuration or an edit, from a file or from a program. */
+/**
+ * @file
+ * Text that somebody wrote: a configuration or an edit, from a file or from a program.
+ */
 #pragma once
 
 #include <chrono>

@@ -1,4 +1,7 @@
-/** Texts whose length counts in bytes, as a card counts it; YANG counts characters. */
+/**
+ * @file
+ * Texts whose length counts in bytes, as a card counts it; YANG counts characters.
+ */
 #pragma once
 
 #include "engine/data/source.h"

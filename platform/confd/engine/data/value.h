@@ -1,4 +1,7 @@
-/** Values of the client interface: made from data nodes, printed, read from text, freed. */
+/**
+ * @file
+ * Values of the client interface: made from data nodes, printed, read from text, freed.
+ */
 #pragma once
 
 #include "engine/schema/schema.h"

@@ -1,4 +1,7 @@
-/** XML made ready for libyang, which does not take all of it. */
+/**
+ * @file
+ * XML made ready for libyang, which does not take all of it.
+ */
 #pragma once
 
 #include "engine/data/attributes.h"

@@ -1,4 +1,7 @@
-/** XPath over a tree, as far as libyang answers. */
+/**
+ * @file
+ * XPath over a tree, as far as libyang answers.
+ */
 #pragma once
 
 #include "engine/data/datastore.h"

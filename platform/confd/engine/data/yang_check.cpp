@@ -5,6 +5,7 @@
 #include "engine/data/path.h"
 #include "engine/data/problems.h"
 #include "engine/edit/edit_text.h"
+#include "engine/schema/yang_log.h"
 
 #include <algorithm>
 #include <string>

@@ -1,4 +1,7 @@
-/** YANG validity of a configuration, told with every place that is at fault. */
+/**
+ * @file
+ * YANG validity of a configuration, told with every place that is at fault.
+ */
 #pragma once
 
 #include "engine/data/datastore.h"

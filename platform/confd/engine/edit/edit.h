@@ -1,4 +1,7 @@
-/** Edits with the operations of NETCONF's <edit-config>. */
+/**
+ * @file
+ * Edits with the operations of NETCONF's <edit-config>.
+ */
 #pragma once
 
 #include "engine/data/datastore.h"

@@ -1,4 +1,7 @@
-/** What is wrong with an edit as it was written. For the edit's own files only. */
+/**
+ * @file
+ * What is wrong with an edit as it was written. For the edit's own files only.
+ */
 #pragma once
 
 #include "engine/edit/edit_tree.h"

@@ -1,4 +1,7 @@
-/** Reading an edit. For the edit's own files only. */
+/**
+ * @file
+ * Reading an edit. For the edit's own files only.
+ */
 #pragma once
 
 #include "engine/edit/edit_tree.h"

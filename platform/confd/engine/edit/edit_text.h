@@ -1,4 +1,7 @@
-/** Finds things in an edit's text: libyang keeps no line numbers of what it parsed. */
+/**
+ * @file
+ * Finds things in an edit's text: libyang keeps no line numbers of what it parsed.
+ */
 #pragma once
 
 #include "engine/schema/schema.h"

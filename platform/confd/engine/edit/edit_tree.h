@@ -1,4 +1,7 @@
-/** An edit as it was written: a tree of nodes with operations. For the edit's own files only. */
+/**
+ * @file
+ * An edit as it was written: a tree of nodes with operations. For the edit's own files only.
+ */
 #pragma once
 
 #include "engine/data/attributes.h"

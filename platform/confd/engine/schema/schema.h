@@ -1,4 +1,7 @@
-/** The loaded data model: nodes, types, tags and validation points. */
+/**
+ * @file
+ * The loaded data model: nodes, types, tags and validation points.
+ */
 #pragma once
 
 #include "confd_lib.h"

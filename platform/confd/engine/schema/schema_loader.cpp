@@ -1,8 +1,8 @@
 #include "engine/schema/schema_loader.h"
 
-#include "engine/data/problems.h"
 #include "engine/schema/schema_points.h"
 #include "engine/schema/schema_types.h"
+#include "engine/schema/yang_log.h"
 
 #include <algorithm>
 #include <stdexcept>

@@ -1,4 +1,7 @@
-/** Loading a data model. */
+/**
+ * @file
+ * Loading a data model.
+ */
 #pragma once
 
 #include "engine/schema/schema.h"

@@ -1,4 +1,7 @@
-/** Validation points: `tailf:validate` statements. For the schema loader only. */
+/**
+ * @file
+ * Validation points: `tailf:validate` statements. For the schema loader only.
+ */
 #pragma once
 
 #include "engine/schema/schema.h"

@@ -1,4 +1,7 @@
-/** Types of leaves: from YANG's to those of the C interface. For the schema loader only. */
+/**
+ * @file
+ * Types of leaves: from YANG's to those of the C interface. For the schema loader only.
+ */
 #pragma once
 
 #include "engine/schema/schema.h"

@@ -1,4 +1,7 @@
-/** libyang, with the linkage that its headers leave out. */
+/**
+ * @file
+ * libyang, with the linkage that its headers leave out.
+ */
 #pragma once
 
 extern "C" {

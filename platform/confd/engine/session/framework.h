@@ -1,4 +1,7 @@
-/** The running framework: committed configuration, transactions and sockets. */
+/**
+ * @file
+ * The running framework: committed configuration, transactions and sockets.
+ */
 #pragma once
 
 #include "engine/data/changes.h"

@@ -1,5 +1,8 @@
-/** Hooks for tests and reports: calls counted by name, calls that fail on purpose, things still
- * held. */
+/**
+ * @file
+ * Hooks for tests and reports: calls counted by name, calls that fail on purpose, things
+ * still held.
+ */
 #pragma once
 
 #include <cstdint>

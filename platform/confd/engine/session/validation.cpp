@@ -1,8 +1,8 @@
 #include "engine/session/validation.h"
 
 #include "engine/data/keypath.h"
-#include "engine/data/problems.h"
 #include "engine/data/value.h"
+#include "engine/schema/yang_log.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -1,4 +1,7 @@
-/** Asking a validation callback about the requests of a transaction. */
+/**
+ * @file
+ * Asking a validation callback about the requests of a transaction.
+ */
 #pragma once
 
 #include "engine/session/validation_plan.h"

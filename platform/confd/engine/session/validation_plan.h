@@ -1,4 +1,7 @@
-/** Which validation points a transaction calls for, for which instances, in which order. */
+/**
+ * @file
+ * Which validation points a transaction calls for, for which instances, in which order.
+ */
 #pragma once
 
 #include "engine/session/framework.h"
