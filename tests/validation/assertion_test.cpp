@@ -1,6 +1,7 @@
 /** Values of a type that the data model rules out are programming errors: they end the process. */
 #include "fixture.h"
 
+#include "engine/data/value.h"
 #include "gpon_bw_limit.h"
 #include "gpon_itf_grp_validation.h"
 #include "gpon_onu_password_valid.h"
@@ -136,9 +137,8 @@ TEST_F(Assertions, OfBandwidthProfiles)
         for (const int other : wrong.good) {
             CONFD_SET_UINT32(&values[other], 1);
         }
-        char text[] = "b"; // The process that takes it over does not live to free it.
-        CONFD_SET_BUF(&values[BW_CONFD_VAL_OFFSET_NAME], reinterpret_cast<unsigned char *>(text),
-                      1);
+        values[BW_CONFD_VAL_OFFSET_NAME] = engine::make_text_value("b");
+        confd_value_t owned = values[BW_CONFD_VAL_OFFSET_NAME];
         values[wrong.position].type = C_INT32;
         std::string name;
         std::uint32_t total = 0;
@@ -147,6 +147,7 @@ TEST_F(Assertions, OfBandwidthProfiles)
                          "int loadBwProf(",
                          "(&values[BW_CONFD_VAL_OFFSET_" + std::string(wrong.name) +
                              "])->type == " + wrong.type);
+        engine::free_value(owned);
     }
 }
 
@@ -162,9 +163,8 @@ TEST_F(Assertions, OfServicePorts)
                               Case{SP_CONFD_VAL_OFFSET_ONU, "ONU", "C_UINT32"},
                               Case{SP_CONFD_VAL_OFFSET_GEM, "GEM", "C_UINT32"}}) {
         confd_value_t values[20] = {};
-        char text[] = "1/1/3"; // As above.
-        CONFD_SET_BUF(&values[SP_CONFD_VAL_OFFSET_GPON], reinterpret_cast<unsigned char *>(text),
-                      5);
+        values[SP_CONFD_VAL_OFFSET_GPON] = engine::make_text_value("1/1/3");
+        confd_value_t owned = values[SP_CONFD_VAL_OFFSET_GPON];
         for (const int number :
              {SP_CONFD_VAL_OFFSET_SP, SP_CONFD_VAL_OFFSET_ONU, SP_CONFD_VAL_OFFSET_GEM}) {
             CONFD_SET_UINT32(&values[number], 1);
@@ -180,6 +180,7 @@ TEST_F(Assertions, OfServicePorts)
             "valid_service_port", "int service_port_get_leafs(confd_value_t*, uint32_t&, ",
             "(&values[SP_CONFD_VAL_OFFSET_" + std::string(wrong.name) +
                 "])->type == " + wrong.type);
+        engine::free_value(owned);
     }
 }
 
