@@ -77,7 +77,7 @@ mutants: build ## Plants faults in the plug-in and tells which no test notices (
 	nice tests/mutants/mutants.py $(build_dir) $(FILES)
 
 soak: build ## Runs all golden cases 400 times in one process and looks for what grows
-	$(bin_dir)/soak 400 examples
+	GLIBC_TUNABLES=glibc.malloc.tcache_count=0 $(bin_dir)/soak 400 examples
 
 fuzz: ## Looks for inputs that break something, SECONDS=n with each fuzzer
 	@cmake/install-deps.sh program fuzz
