@@ -6,10 +6,13 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <string>
 #include <sys/prctl.h>
 #include <sys/wait.h>
+#include <system_error>
 #include <thread>
 #include <unistd.h>
 
@@ -42,20 +45,37 @@ bool has_ended(pid_t worker)
     }
 }
 
+/** From /proc/PID/stat; the name before it may hold blanks and parentheses. 0 where none is told.
+ */
+pid_t parent_of(const std::filesystem::path &process)
+{
+    std::string line;
+    std::getline(std::ifstream(process / "stat"), line);
+    std::istringstream behind_name(line.substr(line.rfind(')') + 1));
+    char state = 0;
+    pid_t parent = 0;
+    behind_name >> state >> parent;
+    return parent;
+}
+
+/** Not every kernel has the file in /proc that names a process's children. */
+void kill_children()
+{
+    std::error_code ignored; // A process may end while it is looked at.
+    for (const auto &entry : std::filesystem::directory_iterator("/proc", ignored)) {
+        const pid_t process = std::atoi(entry.path().filename().c_str());
+        if (process > 0 && parent_of(entry.path()) == getpid()) {
+            kill(process, SIGKILL);
+        }
+    }
+}
+
 /** Orphans become our children, generation by generation. */
 void kill_orphans()
 {
     constexpr int kMaxTrials = 1000;
     constexpr std::chrono::milliseconds kNap{1};
-    const std::string file = "/proc/self/task/" + std::to_string(gettid()) + "/children";
     for (int trial = 0; trial < kMaxTrials; ++trial) {
-        std::ifstream children(file);
-        if (!children) {
-            return; // A system that does not tell: the worker's group is dead, at least.
-        }
-        for (pid_t child = 0; children >> child;) {
-            kill(child, SIGKILL);
-        }
         pid_t reaped = 0;
         do {
             reaped = waitpid(-1, nullptr, WNOHANG);
@@ -63,6 +83,7 @@ void kill_orphans()
         if (reaped < 0) {
             return;
         }
+        kill_children();
         std::this_thread::sleep_for(kNap);
     }
 }
