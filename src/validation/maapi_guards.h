@@ -9,7 +9,9 @@
 
 #include <confd_maapi.h>
 
+#include <algorithm>
 #include <cstdlib>
+#include <limits>
 #include <memory>
 
 namespace validation
@@ -67,6 +69,7 @@ public:
      */
     Query(const Candidate &candidate, const char *nodes, const char *item, int chunk_size)
         : m_maapi_sock(candidate.maapi_sock()),
+          m_max_results(chunk_size > 0 ? chunk_size : std::numeric_limits<int>::max()),
           m_handle(candidate.read(maapi_query_start, nodes, nullptr, chunk_size, kFirstResult,
                                   CONFD_QUERY_TAG_VALUE, 1, &item, 0, nullptr))
     {
@@ -83,19 +86,25 @@ public:
     bool is_running() const { return m_handle >= 0; }
     int maapi_sock() const { return m_maapi_sock; }
     int handle() const { return m_handle; }
+    /** The most that a chunk may hold, as far as the query said. */
+    int max_results() const { return m_max_results; }
 
 private:
     static constexpr int kFirstResult = 1;
 
     int m_maapi_sock;
+    int m_max_results;
     int m_handle;
 };
 
-/** The next chunk of a query's results. One that cannot be had is empty: it counts as the end. */
+/**
+ * The next chunk of a query's results. One that cannot be had is empty: it counts as the end. What
+ * was not asked for is not looked at: its place in memory may not exist.
+ */
 class QueryChunk
 {
 public:
-    explicit QueryChunk(const Query &query)
+    explicit QueryChunk(const Query &query) : m_max_results(query.max_results())
     {
         maapi_query_result(query.maapi_sock(), query.handle(), &m_chunk);
     }
@@ -108,10 +117,10 @@ public:
     QueryChunk(const QueryChunk &) = delete;
     QueryChunk &operator=(const QueryChunk &) = delete;
 
-    int size() const { return m_chunk != nullptr ? m_chunk->nresults : 0; }
+    int size() const { return m_chunk != nullptr ? std::min(m_chunk->nresults, m_max_results) : 0; }
     /** Number of the chunk's first result, counted from 1. */
     int offset() const { return m_chunk->offset; }
-    int selected_per_result() const { return m_chunk->nelements; }
+    int selected_per_result() const { return std::min(m_chunk->nelements, kItems); }
     /** A selected value of a result that came as tag-values. */
     confd_tag_value_t &selected(int result, int position = 0) const
     {
@@ -119,6 +128,9 @@ public:
     }
 
 private:
+    static constexpr int kItems = 1; // Of each query: see Query.
+
+    int m_max_results;
     confd_query_result *m_chunk = nullptr;
 };
 

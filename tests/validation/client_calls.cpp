@@ -217,8 +217,16 @@ PLAIN_CALL(int, maapi_query_start,
             confd_query_result_type as, int nselect, const char *select[], int nsort,
             const char *sort[]),
            (sock, th, expr, node, chunk, offset, as, nselect, select, nsort, sort))
-PLAIN_CALL(int, maapi_query_result, "", (int sock, int qh, confd_query_result **qrs),
-           (sock, qh, qrs))
+int maapi_query_result(int sock, int qh, confd_query_result **qrs)
+{
+    static const auto real = original("maapi_query_result", &maapi_query_result);
+    const int result = made("maapi_query_result", [&] { return real(sock, qh, qrs); });
+    if (*qrs != nullptr && (*qrs)->nresults > 0) {
+        (*qrs)->nresults += client().results_too_many;
+        (*qrs)->nelements += client().items_too_many;
+    }
+    return result;
+}
 PLAIN_CALL(int, maapi_query_free_result, "", (confd_query_result * qrs), (qrs))
 PLAIN_CALL(int, maapi_query_stop, "", (int sock, int qh), (sock, qh))
 PLAIN_CALL(int, maapi_install_crypto_keys, "", (int sock), (sock))

@@ -37,6 +37,9 @@ struct ClientDouble {
     bool mistyped_ports = false;
     /** The schema knows the name of no tag. */
     bool nameless_tags = false;
+    /** A query's chunk claims more results, and more items of each, than it holds. */
+    int results_too_many = 0;
+    int items_too_many = 0;
     /** Whether sessions of the committed configuration can be opened. */
     bool sessions_start = true;
     /** What a session that cannot be opened answers. */
