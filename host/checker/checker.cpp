@@ -153,6 +153,7 @@ void Checker::commit(const Outcome &outcome)
         outcome.result() != Result::kAccepted) {
         throw std::logic_error("only the last change that was checked and accepted is committed");
     }
+    m_answers.commit(m_framework->transaction(*m_transaction));
     m_framework->commit(*m_transaction);
     m_transaction.reset();
 }
@@ -168,25 +169,43 @@ void Checker::examine(const Change &change, const Policy &policy, CheckListener 
 }
 
 void Checker::ask(const engine::Transaction &transaction, const Policy &policy,
-                  CheckListener &listener, Outcome &outcome) const
+                  CheckListener &listener, Outcome &outcome)
 {
-    const auto requests = timed(outcome.phases, "compare", [&] {
+    std::optional<engine::Plan> plan;
+    std::vector<engine::Request> requests;
+    timed(outcome.phases, "compare", [&] {
         outcome.differs = !transaction.changes().empty();
-        return engine::plan(transaction);
+        plan.emplace(transaction);
+        requests =
+            policy.reuse ? m_answers.choose(transaction, *plan, policy.all) : plan->all_requests();
+        outcome.planned = policy.reuse ? m_answers.planned() : requests.size();
+        outcome.unchecked_links = find_unchecked_links(transaction, *plan);
     });
-    outcome.planned = requests.size();
-    outcome.unchecked_links = find_unchecked_links(transaction, requests);
-
-    const Questions questions{transaction, requests, m_plugin, policy.all};
-    Recorder recorder(questions, outcome, listener);
     timed(outcome.phases, "rules", [&] {
-        if (policy.in_process) {
-            ask_in_process(questions, listener, recorder, outcome);
-        } else {
-            ask_in_child(questions, policy, listener, recorder, outcome);
+        const bool is_answered = policy.reuse && requests.empty() && m_has_asked;
+        outcome.completed = is_answered;
+        if (!is_answered) {
+            make_requests({transaction, requests, m_plugin, policy.all}, policy, listener, outcome);
+        }
+        if (policy.reuse) {
+            m_answers.finish(outcome);
         }
     });
+}
+
+void Checker::make_requests(const Questions &questions, const Policy &policy,
+                            CheckListener &listener, Outcome &outcome)
+{
+    using Mode = engine::ReadLog::Mode;
+    engine::ReadLog::instance().set_mode(policy.reuse ? Mode::kPlaces : Mode::kOff);
+    Recorder recorder(questions, outcome, listener);
+    if (policy.in_process) {
+        ask_in_process(questions, listener, recorder, outcome);
+    } else {
+        ask_in_child(questions, policy, listener, recorder, outcome);
+    }
     outcome.completed = recorder.has_ended();
+    m_has_asked = m_has_asked || outcome.completed;
 }
 
 void Checker::end_transaction()

@@ -4,6 +4,8 @@
  */
 #pragma once
 
+#include "checker/answers.h"
+#include "checker/asking.h"
 #include "checker/check_listener.h"
 #include "checker/outcome.h"
 
@@ -28,6 +30,8 @@ struct Policy {
     bool all = false;                      /**< Go on after a rejection. */
     std::chrono::seconds idle_timeout{60}; /**< For one request; 0: none. */
     bool in_process = false; /**< Whatever ends the plug-in ends this process; no timeout. */
+    /** Answers of earlier checks are used again where they still hold. */
+    bool reuse = false;
 };
 
 /**
@@ -72,13 +76,17 @@ private:
     void examine(const Change &change, const Policy &policy, CheckListener &listener,
                  Outcome &outcome);
     void ask(const engine::Transaction &transaction, const Policy &policy, CheckListener &listener,
-             Outcome &outcome) const;
+             Outcome &outcome);
+    void make_requests(const Questions &questions, const Policy &policy, CheckListener &listener,
+                       Outcome &outcome);
     void end_transaction();
 
     std::string m_running_name;
     std::string m_plugin;
     std::vector<Phase> m_load_phases;
     std::unique_ptr<engine::Framework> m_framework;
+    AnswerStore m_answers;
+    bool m_has_asked = false;         /**< The plug-in has come to its proper end before. */
     std::optional<int> m_transaction; /**< Of the last check, as long as it can be committed. */
 };
 
