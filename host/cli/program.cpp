@@ -21,7 +21,7 @@ namespace
 
 constexpr const char *kExitCodes =
     "Exit codes: 0 accepted, 1 rejected, 2 not confirmed, 3 could not be checked (bad input or\n"
-    "options, plug-in that cannot be used), 4 the plug-in died.";
+    "options, unusable plug-in), 4 the plug-in died.";
 
 constexpr const char *kProgramExamples =
     "Examples:\n"
@@ -133,9 +133,9 @@ void add_check_inputs(CLI::App &app, CheckOptions &options)
         ->type_name("")
         ->check(file_name())
         ->excludes(edit);
-    app.add_option(
-           "--card", options.card,
-           "Figures of the card, JSON (if not given: bandwidth check on, 8 PON links of 128 ONUs)")
+    app.add_option("--card", options.card,
+                   "Capabilities of the card, JSON (if not given: bandwidth check on, 8 PON links "
+                   "of 128 ONUs)")
         ->type_name("CARD")
         ->check(file_name());
     app.add_option("--plugin", options.plugin,
@@ -161,7 +161,7 @@ void add_check_switches(CLI::App &app, CheckOptions &options)
                  "kills it kills this program");
 }
 
-void add_check_figures(CLI::App &app, CheckOptions &options)
+void add_check_limits(CLI::App &app, CheckOptions &options)
 {
     constexpr int kLongestTimeout = 1000000;
     app.add_option_function<int>(
@@ -198,7 +198,7 @@ void add_check(CLI::App &program, CheckOptions &options)
     app->footer(std::string(kCheckExamples) + kExitCodes);
     add_check_inputs(*app, options);
     add_check_switches(*app, options);
-    add_check_figures(*app, options);
+    add_check_limits(*app, options);
 }
 
 void add_points(CLI::App &program, PointsOptions &options)
@@ -243,7 +243,7 @@ void add_generate(CLI::App &program, GenerateOptions &options)
     app->add_option("-o,--output", options.output, "Write to this file instead of to stdout")
         ->type_name("FILE")
         ->check(file_name());
-    app->add_option("--card", options.card, "Also write the figures of a fitting card")
+    app->add_option("--card", options.card, "Also write the capabilities of a matching card")
         ->type_name("FILE")
         ->check(file_name());
 }
