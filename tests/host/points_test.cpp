@@ -22,7 +22,7 @@ TEST_F(ProgramTest, TableOfRulesAndModelHaveTheSameKeys)
     }
     EXPECT_EQ(table.size(), host::rules().size()) << "duplicate key";
     std::set<std::string_view> model;
-    const auto schema = host::model_schema();
+    const auto &schema = host::model_schema();
     for (const auto &point : schema->points()) {
         model.insert(point.opaque);
     }
