@@ -4,6 +4,7 @@
 #include "checker/model_schema.h"
 #include "checker/process_end.h"
 #include "checker/recorder.h"
+#include "checker/running_faults.h"
 #include "checker/supervisor.h"
 #include "checker/unchecked_links.h"
 #include "engine/data/yang_check.h"
@@ -20,6 +21,8 @@ namespace
 
 using engine::Datastore;
 
+const engine::Source kNothing{"empty configuration", ""};
+
 /** Runs a part of the work and adds its time to a phase. */
 template <typename Work>
 auto timed(std::vector<Phase> &phases, const char *name, const Work &work)
@@ -34,34 +37,21 @@ auto timed(std::vector<Phase> &phases, const char *name, const Work &work)
     return work();
 }
 
-Datastore load_running(const std::optional<engine::Source> &source, std::vector<Phase> &phases)
+Datastore load_running(const std::optional<engine::Source> &source, bool check,
+                       std::vector<Phase> &phases)
 {
     const auto schema = timed(phases, "model", model_schema);
     Datastore running = timed(phases, "load", [&] {
         return source ? Datastore::parse(schema, *source) : Datastore(schema);
     });
-    const engine::Source nothing{"empty configuration", ""};
-    timed(phases, "YANG check", [&] { engine::check_yang(running, source.value_or(nothing)); });
-    return running;
-}
-
-Datastore make_candidate(const Change &change, const Datastore &running, Outcome &outcome)
-{
-    Datastore candidate = timed(outcome.phases, "edit", [&] {
-        switch (change.form) {
-        case ChangeForm::kEdit:
-            return engine::apply_edit(running, change.source);
-        case ChangeForm::kCandidate:
-            return Datastore::parse(running.schema_ptr(), change.source, &running);
-        case ChangeForm::kNone:
-            break;
+    timed(phases, "YANG check", [&] {
+        if (check || schema->has_when()) {
+            engine::check_yang(running, source.value_or(kNothing));
+        } else {
+            engine::add_defaults(running);
         }
-        return running.copy();
     });
-    if (change.form != ChangeForm::kNone) {
-        timed(outcome.phases, "YANG check", [&] { engine::check_yang(candidate, change.source); });
-    }
-    return candidate;
+    return running;
 }
 
 /** A plug-in that writes without end must not fill the memory: the end is what counts. */
@@ -119,12 +109,14 @@ void ask_in_process(const Questions &questions, CheckListener &listener, Recorde
 
 } // namespace
 
-Checker::Checker(const fm::Card &card, const std::optional<engine::Source> &running,
-                 std::string plugin)
-    : m_running_name(running ? running->name : ""), m_plugin(std::move(plugin))
+Checker::Checker(const fm::Card &card, std::optional<engine::Source> running, std::string plugin,
+                 bool check_running)
+    : m_plugin(std::move(plugin))
 {
     fm::use_card(card);
-    m_framework = std::make_unique<engine::Framework>(load_running(running, m_load_phases));
+    m_framework =
+        std::make_unique<engine::Framework>(load_running(running, check_running, m_load_phases));
+    m_running_source = running ? std::move(*running) : engine::Source{};
 }
 
 Checker::~Checker() = default;
@@ -133,7 +125,7 @@ Outcome Checker::check(const Change &change, const Policy &policy, CheckListener
 {
     end_transaction();
     Outcome outcome;
-    outcome.running = m_running_name;
+    outcome.running = m_running_source.name;
     outcome.form = change.form;
     outcome.change = change.source.name;
     try {
@@ -157,11 +149,44 @@ void Checker::commit(const Outcome &outcome)
     m_transaction.reset();
 }
 
+Datastore Checker::make_candidate(const Change &change, Outcome &outcome) const
+{
+    const Datastore &running = m_framework->running();
+    Datastore candidate = timed(outcome.phases, "edit", [&] {
+        switch (change.form) {
+        case ChangeForm::kEdit:
+            return engine::apply_edit(running, change.source);
+        case ChangeForm::kCandidate:
+            return Datastore::parse(running.schema_ptr(), change.source, &running);
+        case ChangeForm::kNone:
+            break;
+        }
+        return running.copy();
+    });
+    timed(outcome.phases, "YANG check", [&] { check_candidate(change, candidate); });
+    return candidate;
+}
+
+void Checker::check_candidate(const Change &change, Datastore &candidate) const
+{
+    try {
+        const bool is_running = change.form == ChangeForm::kNone;
+        engine::check_yang(candidate, is_running ? m_running_source : change.source);
+    } catch (const engine::InputError &failure) {
+        if (change.form != ChangeForm::kEdit) {
+            throw;
+        }
+        engine::add_defaults(candidate); // The check ended before it added all.
+        const auto touched = touched_paths(engine::compare(m_framework->running(), candidate));
+        throw engine::InputError(name_running_faults(failure.problems(), m_framework->running(),
+                                                     m_running_source, touched));
+    }
+}
+
 void Checker::examine(const Change &change, const Policy &policy, CheckListener &listener,
                       Outcome &outcome)
 {
-    engine::Transaction &transaction =
-        m_framework->begin(make_candidate(change, m_framework->running(), outcome));
+    engine::Transaction &transaction = m_framework->begin(make_candidate(change, outcome));
     m_transaction = transaction.handle();
     outcome.transaction = transaction.handle();
     ask(transaction, policy, listener, outcome);

@@ -13,6 +13,7 @@
 #include <cerrno>
 #include <ostream>
 #include <stdexcept>
+#include <utility>
 
 namespace host
 {
@@ -176,7 +177,7 @@ Outcome check(const CheckOptions &options, CheckWatcher &watcher)
     const Change change = change_of(options);
     // Not before all inputs were read.
     watcher.open_traces();
-    Checker checker(card, running, options.plugin);
+    Checker checker(card, std::move(running), options.plugin, options.check_running);
     Outcome outcome =
         checker.check(change, {options.all, options.timeout, options.in_process}, watcher);
     // Loading checks the running configuration, which is one phase with the candidate's check.

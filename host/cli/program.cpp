@@ -156,6 +156,9 @@ void add_check_switches(CLI::App &app, CheckOptions &options)
                  "Show which rules ran, why, and how long everything took");
     app.add_flag("--calls", options.calls, "As --explain, with each rule's client calls by name");
     app.add_flag("--json", options.json, "Print the report as JSON, and ask nothing");
+    app.add_flag("--check-running", options.check_running,
+                 "Check the running configuration against the data model as well: without this "
+                 "it is trusted, and only what the change makes of it is checked");
     app.add_flag("--in-process", options.in_process,
                  "Ask the plug-in in this very process, for debuggers: no --timeout, and whatever "
                  "kills it kills this program");
