@@ -189,7 +189,7 @@ private:
     {
         va_list arguments;
         va_start(arguments, format);
-        engine::Path path = engine::read_path(*test_support::schema(), nullptr, format, arguments);
+        engine::Path path = *engine::read_path(*test_support::schema(), format, arguments);
         va_end(arguments);
         return path;
     }

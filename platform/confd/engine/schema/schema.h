@@ -131,6 +131,8 @@ public:
     ly_ctx *context() const { return m_context; }
     const lys_module *module() const { return m_module; }
     std::uint32_t ns() const { return m_ns; }
+    /** Of this schema, and of no other in this process. */
+    std::uint64_t number() const { return m_number; }
 
     /** Top-level node of that name; null if there is none. */
     const SchemaNode *top(std::string_view name) const;
@@ -155,12 +157,13 @@ public:
 private:
     friend class YangReferences;
     friend class SchemaLoader;
-    Schema() = default;
+    Schema();
 
     ly_ctx *m_context = nullptr;
     const lys_module *m_module = nullptr;
     std::string m_module_name;
     std::uint32_t m_ns = 0;
+    std::uint64_t m_number = 0;
     std::vector<std::unique_ptr<SchemaNode>> m_nodes;
     std::vector<const SchemaNode *> m_tops;
     std::unordered_map<std::uint32_t, std::string> m_names;
