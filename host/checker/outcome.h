@@ -25,6 +25,12 @@ enum class Result {
     kPluginDied = 4
 };
 
+/**
+ * Which of the two says more about a series of checks: whatever left a change without a verdict
+ * comes first (the plug-in died, not checked), then rejected, not confirmed, accepted.
+ */
+Result worse_of(Result one, Result other);
+
 /** Where the plug-in is in its life. */
 enum class Step { kLoad, kInit, kName, kValidate, kFinish };
 

@@ -109,6 +109,23 @@ std::string not_confirmed_sentence(const Confirmation &confirmation)
 
 } // namespace
 
+const char *words_for(Result result)
+{
+    switch (result) {
+    case Result::kAccepted:
+        return "accepted";
+    case Result::kRejected:
+        return "rejected";
+    case Result::kNotConfirmed:
+        return "not confirmed";
+    case Result::kNotChecked:
+        return "not checked";
+    case Result::kPluginDied:
+        return "not decided";
+    }
+    return "unknown";
+}
+
 std::string sentence(const Death &death)
 {
     std::string text = death.kind == Death::Kind::kTimeout ? "The plug-in was stopped in "
