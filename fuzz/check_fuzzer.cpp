@@ -64,7 +64,7 @@ Configurations from_texts(const std::string &text)
     return {std::move(running), std::move(candidate)};
 }
 
-/** A card whose figures are small enough to matter. */
+/** A card whose capabilities are small enough to matter. */
 void use_some_card(fuzz::ByteReader &bytes)
 {
     fm::Card card = fm::default_card();

@@ -32,7 +32,7 @@ _gpon_validate()
         case $command in
         check)
             words="--running --edit --edits --in-turn --card --plugin --yes --no --all --explain --calls --json
-                --in-process --timeout --max-size --trace --trace-file --color --help"
+                --check-running --in-process --timeout --max-size --trace --trace-file --color --help"
             if [[ $current != -* ]]; then
                 compopt -o filenames
                 mapfile -t COMPREPLY < <(compgen -f -- "$current")

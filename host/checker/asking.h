@@ -24,7 +24,7 @@ class AskingListener : public engine::Observer
 public:
     /** The plug-in is about to take this step. */
     virtual void step(Step step) = 0;
-    /** The plug-in cannot be used, or not any more: no further request is made. */
+    /** The plug-in is unusable, or has become so: no further request is made. */
     virtual void unusable(const std::vector<engine::Problem> &problems) = 0;
     /** An exception left the plug-in: nothing follows. */
     virtual void threw(const std::string &exception) = 0;

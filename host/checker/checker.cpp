@@ -3,6 +3,7 @@
 #include "checker/model_schema.h"
 #include "checker/process_end.h"
 #include "checker/recorder.h"
+#include "checker/running_faults.h"
 #include "checker/unchecked_links.h"
 #include "engine/data/yang_check.h"
 #include "engine/edit/edit.h"
@@ -18,6 +19,8 @@ namespace
 
 using engine::Datastore;
 
+const engine::Source kNothing{"empty configuration", ""};
+
 /** Runs a part of the work and adds its time to a phase. */
 template <typename Work>
 auto timed(std::vector<Phase> &phases, const char *name, const Work &work)
@@ -32,34 +35,21 @@ auto timed(std::vector<Phase> &phases, const char *name, const Work &work)
     return work();
 }
 
-Datastore load_running(const std::optional<engine::Source> &source, std::vector<Phase> &phases)
+Datastore load_running(const std::optional<engine::Source> &source, bool check,
+                       std::vector<Phase> &phases)
 {
     const auto schema = timed(phases, "model", model_schema);
     Datastore running = timed(phases, "load", [&] {
         return source ? Datastore::parse(schema, *source) : Datastore(schema);
     });
-    const engine::Source nothing{"empty configuration", ""};
-    timed(phases, "YANG check", [&] { engine::check_yang(running, source.value_or(nothing)); });
-    return running;
-}
-
-Datastore make_candidate(const Change &change, const Datastore &running, std::vector<Phase> &phases)
-{
-    Datastore candidate = timed(phases, "edit", [&] {
-        switch (change.form) {
-        case ChangeForm::kEdit:
-            return engine::apply_edit(running, change.source);
-        case ChangeForm::kCandidate:
-            return Datastore::parse(running.schema_ptr(), change.source, &running);
-        case ChangeForm::kNone:
-            break;
+    timed(phases, "YANG check", [&] {
+        if (check || schema->has_when()) {
+            engine::check_yang(running, source.value_or(kNothing));
+        } else {
+            engine::add_defaults(running);
         }
-        return running.copy();
     });
-    if (change.form != ChangeForm::kNone) {
-        timed(phases, "YANG check", [&] { engine::check_yang(candidate, change.source); });
-    }
-    return candidate;
+    return running;
 }
 
 void ask_in_process(const Questions &questions, CheckListener &listener, Outcome &outcome)
@@ -75,12 +65,14 @@ void ask_in_process(const Questions &questions, CheckListener &listener, Outcome
 
 } // namespace
 
-Checker::Checker(const fm::Card &card, const std::optional<engine::Source> &running,
-                 std::string plugin)
-    : m_running_name(running ? running->name : ""), m_plugin(std::move(plugin))
+Checker::Checker(const fm::Card &card, std::optional<engine::Source> running, std::string plugin,
+                 bool check_running)
+    : m_plugin(std::move(plugin))
 {
     fm::use_card(card);
-    m_framework = std::make_unique<engine::Framework>(load_running(running, m_load_phases));
+    m_framework =
+        std::make_unique<engine::Framework>(load_running(running, check_running, m_load_phases));
+    m_running_source = running ? std::move(*running) : engine::Source{};
     m_respondent = std::make_unique<Respondent>(*m_framework, [this](const Change &change) {
         std::vector<Phase> untold;
         return std::ref(prepare(change, untold));
@@ -93,7 +85,7 @@ Outcome Checker::check(const Change &change, const Policy &policy, CheckListener
 {
     end_transaction();
     Outcome outcome;
-    outcome.running = m_running_name;
+    outcome.running = m_running_source.name;
     outcome.form = change.form;
     outcome.change = change.source.name;
     try {
@@ -121,13 +113,47 @@ void Checker::commit(const Outcome &outcome)
 Outcome Checker::finish(const Policy &policy, CheckListener &listener)
 {
     Outcome outcome = m_respondent->finish(policy, listener);
-    outcome.running = m_running_name;
+    outcome.running = m_running_source.name;
     return outcome;
 }
 
 engine::Transaction &Checker::prepare(const Change &change, std::vector<Phase> &phases)
 {
-    return m_framework->begin(make_candidate(change, m_framework->running(), phases));
+    return m_framework->begin(make_candidate(change, phases));
+}
+
+Datastore Checker::make_candidate(const Change &change, std::vector<Phase> &phases) const
+{
+    const Datastore &running = m_framework->running();
+    Datastore candidate = timed(phases, "edit", [&] {
+        switch (change.form) {
+        case ChangeForm::kEdit:
+            return engine::apply_edit(running, change.source);
+        case ChangeForm::kCandidate:
+            return Datastore::parse(running.schema_ptr(), change.source, &running);
+        case ChangeForm::kNone:
+            break;
+        }
+        return running.copy();
+    });
+    timed(phases, "YANG check", [&] { check_candidate(change, candidate); });
+    return candidate;
+}
+
+void Checker::check_candidate(const Change &change, Datastore &candidate) const
+{
+    try {
+        const bool is_running = change.form == ChangeForm::kNone;
+        engine::check_yang(candidate, is_running ? m_running_source : change.source);
+    } catch (const engine::InputError &failure) {
+        if (change.form != ChangeForm::kEdit) {
+            throw;
+        }
+        engine::add_defaults(candidate); // The check ended before it added all.
+        const auto touched = touched_paths(engine::compare(m_framework->running(), candidate));
+        throw engine::InputError(name_running_faults(failure.problems(), m_framework->running(),
+                                                     m_running_source, touched));
+    }
 }
 
 void Checker::examine(const Change &change, const Policy &policy, CheckListener &listener,

@@ -28,13 +28,17 @@ class Checker
 {
 public:
     /**
-     * Loads the data model and the committed configuration, and checks that against the model.
+     * Loads the data model and the committed configuration. That was accepted once: it is not
+     * checked against the model again, but for names, types and keys. Faults that it has
+     * nevertheless come to light with the first change that leaves them in.
      * @param card     The capabilities that the plug-in asks for.
      * @param running  Nothing: the card has no configuration yet.
      * @param plugin   Path of the plug-in; see Plugin.
+     * @param check_running  Check the configuration against the model all the same.
      * @throws engine::InputError  The configuration is not one of the model.
      */
-    Checker(const fm::Card &card, const std::optional<engine::Source> &running, std::string plugin);
+    Checker(const fm::Card &card, std::optional<engine::Source> running, std::string plugin,
+            bool check_running = false);
     ~Checker();
     Checker(const Checker &) = delete;
     Checker &operator=(const Checker &) = delete;
@@ -64,13 +68,15 @@ public:
 
 private:
     engine::Transaction &prepare(const Change &change, std::vector<Phase> &phases);
+    engine::Datastore make_candidate(const Change &change, std::vector<Phase> &phases) const;
+    void check_candidate(const Change &change, engine::Datastore &candidate) const;
     void examine(const Change &change, const Policy &policy, CheckListener &listener,
                  Outcome &outcome);
     void ask(const Candidate &candidate, const Policy &policy, CheckListener &listener,
              Outcome &outcome);
     void end_transaction();
 
-    std::string m_running_name;
+    engine::Source m_running_source; /**< Faults have their places in it. */
     std::string m_plugin;
     std::vector<Phase> m_load_phases;
     std::unique_ptr<engine::Framework> m_framework;

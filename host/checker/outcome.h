@@ -21,7 +21,7 @@ enum class Result {
     kAccepted = 0,
     kRejected = 1,
     kNotConfirmed = 2,
-    kNotChecked = 3, /**< Bad input or options, or a plug-in that cannot be used. */
+    kNotChecked = 3, /**< Bad input or options, or an unusable plug-in. */
     kPluginDied = 4
 };
 

@@ -149,8 +149,7 @@ void Child::pass_lines(const ChildEvents &events)
 
 void Child::read_output(const ChildEvents &events)
 {
-    read_all(m_child.output,
-             [&](std::string_view text) { call([&] { events.on_output(text); }); });
+    read_all(m_child.output, [&](std::string_view text) { call([&] { events.on_output(text); }); });
 }
 
 void Child::read_status()

@@ -30,14 +30,14 @@ const std::string &file_of(const CheckOptions &options)
 Outcome check(const CheckOptions &options, CheckWatcher &watcher)
 {
     require_separate_files(options, options.edits);
-    const CardInputs inputs = read_card(options);
+    CardInputs inputs = read_card(options);
     Change change{form_of(options), {}};
     if (change.form != ChangeForm::kNone) {
         change.source = read_input(file_of(options), options);
     }
     // Not before all inputs were read.
     watcher.open_traces();
-    Checker checker(inputs.card, inputs.running, options.plugin);
+    Checker checker(inputs.card, std::move(inputs.running), options.plugin, options.check_running);
     Outcome outcome =
         checker.check(change, {options.all, options.timeout, options.in_process}, watcher);
     // Loading checks the running configuration, which is one phase with the candidate's check.

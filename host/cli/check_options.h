@@ -28,6 +28,7 @@ struct CheckOptions {
     bool explain = false;
     bool calls = false;
     bool json = false;
+    bool check_running = false; /**< Against the data model; otherwise it is trusted. */
     bool in_process = false;
     std::chrono::seconds timeout{60}; /**< For one rule, and for a silent input; 0: none. */
     std::size_t max_size = engine::ReadLimits().max_bytes; /**< Of each input, in bytes. */

@@ -73,9 +73,10 @@ bool Series::open()
     try {
         m_edits = list_edits(m_options);
         require_separate_files(m_options, m_edits);
-        const CardInputs inputs = read_card(m_options);
+        CardInputs inputs = read_card(m_options);
         m_watcher.open_traces();
-        m_checker = std::make_unique<Checker>(inputs.card, inputs.running, m_options.plugin);
+        m_checker = std::make_unique<Checker>(inputs.card, std::move(inputs.running),
+                                              m_options.plugin, m_options.check_running);
         m_load_phases = m_checker->load_phases();
     } catch (const std::exception &failure) {
         outcome.problems = problems_of(failure);

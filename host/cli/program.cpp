@@ -21,8 +21,8 @@ namespace
 
 constexpr const char *kExitCodes =
     "Exit codes: 0 accepted, 1 rejected, 2 not confirmed, 3 could not be checked (bad input or\n"
-    "options, plug-in that cannot be used), 4 the plug-in died. Of several edits the worst result\n"
-    "counts: 4, then 3, 1, 2 and 0.";
+    "options, unusable plug-in), 4 the plug-in died. Of several edits the worst result counts:\n"
+    "4, then 3, 1, 2 and 0.";
 
 constexpr const char *kProgramExamples =
     "Examples:\n"
@@ -149,9 +149,9 @@ void add_check_inputs(CLI::App &app, CheckOptions &options)
         ->check(file_name())
         ->excludes(edit)
         ->excludes(edits);
-    app.add_option(
-           "--card", options.card,
-           "Figures of the card, JSON (if not given: bandwidth check on, 8 PON links of 128 ONUs)")
+    app.add_option("--card", options.card,
+                   "Capabilities of the card, JSON (if not given: bandwidth check on, 8 PON links "
+                   "of 128 ONUs)")
         ->type_name("CARD")
         ->check(file_name());
     app.add_option("--plugin", options.plugin,
@@ -173,12 +173,15 @@ void add_check_switches(CLI::App &app, CheckOptions &options)
     app.add_flag("--calls", options.calls, "As --explain, with each rule's client calls by name");
     app.add_flag("--json", options.json,
                  "Print the report as JSON, of several edits each on a line, and ask nothing");
+    app.add_flag("--check-running", options.check_running,
+                 "Check the running configuration against the data model as well: without this "
+                 "it is trusted, and only what the change makes of it is checked");
     app.add_flag("--in-process", options.in_process,
                  "Ask the plug-in in this very process, for debuggers: no --timeout, and whatever "
                  "kills it kills this program");
 }
 
-void add_check_figures(CLI::App &app, CheckOptions &options)
+void add_check_limits(CLI::App &app, CheckOptions &options)
 {
     constexpr int kLongestTimeout = 1000000;
     app.add_option_function<int>(
@@ -215,7 +218,7 @@ void add_check(CLI::App &program, CheckOptions &options)
     app->footer(std::string(kCheckExamples) + kExitCodes);
     add_check_inputs(*app, options);
     add_check_switches(*app, options);
-    add_check_figures(*app, options);
+    add_check_limits(*app, options);
 }
 
 void add_points(CLI::App &program, PointsOptions &options)
@@ -260,7 +263,7 @@ void add_generate(CLI::App &program, GenerateOptions &options)
     app->add_option("-o,--output", options.output, "Write to this file instead of to stdout")
         ->type_name("FILE")
         ->check(file_name());
-    app->add_option("--card", options.card, "Also write the figures of a fitting card")
+    app->add_option("--card", options.card, "Also write the capabilities of a matching card")
         ->type_name("FILE")
         ->check(file_name());
 }

@@ -93,7 +93,7 @@ std::string accepted_sentence(const Outcome &outcome)
         text += "The candidate does not differ from the running configuration. ";
     }
     if (outcome.runs.empty()) {
-        return text + "No rule was called for.";
+        return text + "No rules apply.";
     }
     return text + plural(summarise(outcome.runs).size(), "rule") + " ran (" +
            plural(outcome.runs.size(), "request") + ").";
@@ -121,7 +121,7 @@ const char *words_for(Result result)
     case Result::kNotChecked:
         return "not checked";
     case Result::kPluginDied:
-        return "not decided";
+        return "inconclusive";
     }
     return "unknown";
 }
@@ -202,7 +202,7 @@ void print_conclusion(std::ostream &out, const Outcome &outcome, const Style &st
         out << style.bad("Not checked.") << '\n';
         break;
     case Result::kPluginDied:
-        out << style.bad("Not decided.") << '\n';
+        out << style.bad("Inconclusive: the plug-in died.") << '\n';
         break;
     }
 }

@@ -17,8 +17,10 @@ protected:
     {
         file("running.xml", kRunning);
         file("fec.xml", kFecEdit);
-        file("onu.xml", inside_link("<onu><onu-id>1</onu-id><management><address>10.0.0.2/24"
-                                    "</address></management></onu>"));
+        file("onu.xml",
+             inside_link(
+                 "<onu><onu-id>1</onu-id><management><address>10.0.0.2/24"
+                 "</address><default-gateway>10.0.0.1</default-gateway></management></onu>"));
         file("nothing.xml", inside_link(""));
         file("unknown.xml", inside_link("<onv/>"));
     }

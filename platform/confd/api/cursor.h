@@ -32,13 +32,14 @@ public:
 
     const engine::SchemaNode &list() const { return m_list; }
     /** Lets the client's structure show the present entry. */
-    void show(maapi_cursor &cursor) const;
+    void show(maapi_cursor &cursor);
 
 private:
     const engine::SchemaNode &m_list;
     const lyd_node *m_next;
+    const lyd_node *m_entry = nullptr; /**< The present one. */
     bool m_is_at_end = false;
-    std::vector<engine::OwnedValue> m_keys; /**< Of the present entry. */
+    std::vector<engine::OwnedValue> m_keys; /**< Of the entry that was shown. */
 };
 
 /**

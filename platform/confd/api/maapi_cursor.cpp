@@ -23,8 +23,8 @@ void clear(maapi_cursor &cursor)
 void open(maapi_cursor &cursor, const char *format, va_list args)
 {
     auto &transaction = api::transaction_of(cursor.sock, cursor.th);
-    const auto &tree = transaction.candidate();
-    const auto place = api::find_list(tree, api::path_in(tree, format, args));
+    const auto view = api::candidate_of(transaction);
+    const auto place = api::find_list(view, *view.path(format, args));
     const int number =
         transaction.add_resource(std::make_unique<api::ListCursor>(place.list, place.first));
     // A number, not an address: a stale cursor is told from a living one.

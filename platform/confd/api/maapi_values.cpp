@@ -106,22 +106,21 @@ private:
     std::vector<Place> m_places; /**< From the base to the innermost begin. */
 };
 
-Place find_base(const engine::Datastore &tree, const engine::Path &path)
+Place find_base(const api::View &view, const engine::Path &path)
 {
     const SchemaNode &schema = *path.schema();
     if (!schema.is_container() && !schema.is_list()) {
         throw Error(CONFD_ERR_BADTYPE, path.text() + " is not a container or list entry");
     }
-    if (!api::exists(tree, path)) {
-        api::fail_absent(tree, path);
+    if (!api::exists(view, path)) {
+        api::fail_absent(view, path);
     }
-    return {&schema, engine::find_node(tree.root(), path)};
+    return {&schema, engine::find_node(view.root(), path, view.index)};
 }
 
-void get_values(const engine::Datastore &tree, const engine::Path &path, confd_tag_value_t *values,
-                int n)
+void get_values(const api::View &view, const engine::Path &path, confd_tag_value_t *values, int n)
 {
-    TagReader reader(find_base(tree, path));
+    TagReader reader(find_base(view, path));
     // All is read before anything is written: after a failure the client frees nothing.
     std::vector<engine::OwnedValue> results;
     results.reserve(static_cast<std::size_t>(std::max(n, 0)));
@@ -142,8 +141,8 @@ extern "C" int maapi_get_values(int sock, int th, confd_tag_value_t *values, int
     va_list args;
     va_start(args, fmt);
     const int result = api::guarded("maapi_get_values", CONFD_ERR, [&] {
-        const auto &tree = api::candidate_of(sock, th);
-        get_values(tree, api::path_in(tree, fmt, args), values, n);
+        const auto view = api::candidate_of(sock, th);
+        get_values(view, *view.path(fmt, args), values, n);
         return CONFD_OK;
     });
     va_end(args);

@@ -14,12 +14,12 @@ extern "C" int maapi_xpath_eval_expr(int sock, int th, const char *expr, char **
     va_list args;
     va_start(args, fmtpath);
     const int result = api::guarded("maapi_xpath_eval_expr", CONFD_ERR, [&] {
-        const auto &tree = api::candidate_of(sock, th);
+        const auto view = api::candidate_of(sock, th);
         const lyd_node *context = nullptr;
         if (fmtpath != nullptr) {
-            context = api::find_context(tree, api::path_in(tree, fmtpath, args));
+            context = api::find_context(view, *view.path(fmtpath, args));
         }
-        const std::string text = engine::evaluate(tree, context, expr);
+        const std::string text = engine::evaluate(view.tree, context, expr);
         if (trace != nullptr) {
             std::string line = std::string(expr) + " = " + text;
             trace(line.data());

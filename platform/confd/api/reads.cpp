@@ -8,7 +8,6 @@
 namespace api
 {
 
-using engine::Datastore;
 using engine::Error;
 using engine::Path;
 using engine::SchemaNode;
@@ -77,23 +76,23 @@ bool may_hold(const confd_type &type, confd_vtype wanted)
 
 } // namespace
 
-bool exists(const Datastore &tree, const Path &path)
+bool exists(const View &view, const Path &path)
 {
     const SchemaNode &node = *path.schema();
     if (node.is_list() && path.steps.back().keys.empty()) {
         throw Error(CONFD_ERR_BADPATH,
                     "bad path " + path.text() + ": a list without keys neither exists nor not");
     }
-    if (engine::find_node(tree.root(), path) != nullptr) {
+    if (engine::find_node(view.root(), path, view.index) != nullptr) {
         return true;
     }
     // What a choice has not chosen does not exist; other plain containers need no node in the tree.
     return node.is_container() && !node.is_presence() &&
            std::none_of(path.steps.begin(), path.steps.end(), is_in_case) &&
-           engine::missing_above(tree.root(), path).empty();
+           engine::missing_above(view.root(), path, view.index).empty();
 }
 
-ListPlace find_list(const Datastore &tree, const Path &path)
+ListPlace find_list(const View &view, const Path &path)
 {
     const SchemaNode &list = *path.schema();
     if (!list.is_list() || !path.steps.back().keys.empty()) {
@@ -101,13 +100,14 @@ ListPlace find_list(const Datastore &tree, const Path &path)
                                            (list.is_list() ? ": it goes on behind the list's name"
                                                            : ": " + list.name + " is not a list"));
     }
-    const lyd_node *parent = engine::find_parent(tree.root(), path);
+    const lyd_node *parent = engine::find_parent(view.root(), path, view.index);
     const bool is_top = path.steps.size() == 1;
-    if (parent == nullptr && !is_top && !engine::missing_above(tree.root(), path).empty()) {
-        fail_absent(tree, path);
+    if (parent == nullptr && !is_top &&
+        !engine::missing_above(view.root(), path, view.index).empty()) {
+        fail_absent(view, path);
     }
     const bool has_place = parent != nullptr || is_top;
-    return {list, has_place ? engine::first_instance(tree.root(), parent, list) : nullptr};
+    return {list, has_place ? engine::first_instance(view.root(), parent, list) : nullptr};
 }
 
 int count_entries(const ListPlace &place)
@@ -120,26 +120,26 @@ int count_entries(const ListPlace &place)
     return count;
 }
 
-const lyd_node *find_leaf(const Datastore &tree, const Path &path)
+const lyd_node *find_leaf(const View &view, const Path &path)
 {
     const SchemaNode &node = *path.schema();
     if (!node.is_leaf() && !node.is_leaf_list()) {
         throw Error(CONFD_ERR_BADTYPE, path.text() + " holds no value");
     }
-    const lyd_node *leaf = engine::find_node(tree.root(), path);
+    const lyd_node *leaf = engine::find_node(view.root(), path, view.index);
     if (leaf == nullptr) {
-        fail_absent(tree, path);
+        fail_absent(view, path);
     }
     return leaf;
 }
 
-confd_value_t read_leaf(const Datastore &tree, const Path &path)
+confd_value_t read_leaf(const View &view, const Path &path)
 {
-    const lyd_node *leaf = find_leaf(tree, path);
+    const lyd_node *leaf = find_leaf(view, path);
     return path.schema()->is_leaf_list() ? engine::list_value_of(leaf) : engine::value_of(leaf);
 }
 
-confd_value_t read_leaf(const Datastore &tree, const Path &path, confd_vtype type)
+confd_value_t read_leaf(const View &view, const Path &path, confd_vtype type)
 {
     const SchemaNode &node = *path.schema();
     if (node.is_leaf_list()) {
@@ -148,25 +148,26 @@ confd_value_t read_leaf(const Datastore &tree, const Path &path, confd_vtype typ
     if (node.is_leaf() && !may_hold(node.type_storage, type)) {
         fail_type(path, node.type_storage.vtype, type);
     }
-    engine::OwnedValue value(engine::value_of(find_leaf(tree, path)));
+    engine::OwnedValue value(engine::value_of(find_leaf(view, path)));
     if (value.get().type != type) {
         fail_type(path, value.get().type, type);
     }
     return value.release();
 }
 
-const lyd_node *find_context(const Datastore &tree, const Path &path)
+const lyd_node *find_context(const View &view, const Path &path)
 {
-    const lyd_node *node = exists(tree, path) ? engine::find_node(tree.root(), path) : nullptr;
+    const lyd_node *node =
+        exists(view, path) ? engine::find_node(view.root(), path, view.index) : nullptr;
     if (node == nullptr) {
-        fail_absent(tree, path);
+        fail_absent(view, path);
     }
     return node;
 }
 
-void fail_absent(const Datastore &tree, const Path &path)
+void fail_absent(const View &view, const Path &path)
 {
-    const std::string missing = engine::missing_above(tree.root(), path);
+    const std::string missing = engine::missing_above(view.root(), path, view.index);
     throw Error(CONFD_ERR_NOEXISTS, missing.empty() ? path.text() + " is not set"
                                                     : path.text() + ": there is no " + missing);
 }

@@ -7,6 +7,8 @@
 #include "engine/data/path_reader.h"
 #include "engine/session/framework.h"
 
+#include <cstdarg>
+
 namespace api
 {
 
@@ -19,24 +21,37 @@ inline engine::Transaction &transaction_of(int sock, int th)
     return framework.transaction(th);
 }
 
-/** The configuration that a MAAPI call reads. */
-inline const engine::Datastore &candidate_of(int sock, int th)
+/** A configuration as a call reads it. */
+struct View {
+    const engine::Datastore &tree;
+    engine::EntryIndex *index; /**< Null: libyang looks for entries. */
+
+    const lyd_node *root() const { return tree.root(); }
+    /** The path of a call that reads this configuration. */
+    engine::SharedPath path(const char *format, va_list args) const
+    {
+        return engine::read_path(tree.schema(), format, args);
+    }
+};
+
+/** The configuration of a transaction. */
+inline View candidate_of(const engine::Transaction &transaction)
 {
-    return transaction_of(sock, th).candidate();
+    return {transaction.candidate(), &transaction.index()};
+}
+
+/** The configuration that a MAAPI call reads. */
+inline View candidate_of(int sock, int th)
+{
+    return candidate_of(transaction_of(sock, th));
 }
 
 /** The configuration that a CDB call reads. @throws engine::Error  CONFD_ERR_BADSTATE. */
-inline const engine::Datastore &committed_of(int sock)
+inline View committed_of(int sock)
 {
     auto &framework = engine::Framework::current();
     framework.require_socket(sock, engine::SocketKind::kCdb);
-    return framework.running();
-}
-
-/** The path of a call that reads this configuration. */
-inline engine::Path path_in(const engine::Datastore &tree, const char *format, va_list args)
-{
-    return engine::read_path(tree.schema(), nullptr, format, args);
+    return {framework.running(), nullptr};
 }
 
 } // namespace api

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "engine/data/changes.h"
+#include "engine/data/entry_index.h"
 #include "engine/data/error.h"
 #include "engine/session/hooks.h"
 
@@ -39,6 +40,8 @@ public:
     const Datastore &candidate() const { return m_candidate; }
     /** Takes the candidate out of a transaction that ends. */
     Datastore release_candidate() { return std::move(m_candidate); }
+    /** Of the candidate. */
+    EntryIndex &index() const { return m_index; }
     /** Computed on the first call. */
     const std::vector<Change> &changes() const;
 
@@ -53,6 +56,7 @@ private:
     int m_handle;
     const Datastore &m_committed;
     Datastore m_candidate;
+    mutable EntryIndex m_index;
     mutable std::optional<std::vector<Change>> m_changes;
     std::map<int, std::unique_ptr<TransactionResource>> m_resources;
     int m_next_resource = 1;
