@@ -4,31 +4,19 @@
  */
 #pragma once
 
+#include "checker/change.h"
 #include "checker/check_listener.h"
-#include "checker/outcome.h"
+#include "checker/respondent.h"
 
 #include <fm_host.h>
 
-#include <chrono>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace host
 {
-
-/** What is to be checked. */
-struct Change {
-    ChangeForm form = ChangeForm::kNone; /**< kNone: the running configuration itself. */
-    engine::Source source;               /**< With the name under which reports mention it. */
-};
-
-/** How to check. */
-struct Policy {
-    bool all = false;                      /**< Go on after a rejection. */
-    std::chrono::seconds idle_timeout{60}; /**< For one request; 0: none. */
-    bool in_process = false; /**< Whatever ends the plug-in ends this process; no timeout. */
-};
 
 /**
  * Checks and commits any number of changes. It knows no options, files or terminal.
@@ -45,7 +33,7 @@ public:
      * nevertheless come to light with the first change that leaves them in.
      * @param card     The capabilities that the plug-in asks for.
      * @param running  Nothing: the card has no configuration yet.
-     * @param plugin   Path of the plug-in; see Plugin. It is loaded for each check.
+     * @param plugin   Path of the plug-in; see Plugin.
      * @param check_running  Check the configuration against the model all the same.
      * @throws engine::InputError  The configuration is not one of the model.
      */
@@ -68,23 +56,31 @@ public:
      */
     void commit(const Outcome &outcome);
 
+    /**
+     * Lets a plug-in that was kept come to its end, as every plug-in must that is not killed.
+     * @return Accepted, unless the plug-in failed to: an outcome without a change.
+     */
+    Outcome finish(const Policy &policy, CheckListener &listener);
+
     const engine::Datastore &running() const { return m_framework->running(); }
     /** What loading took. */
     const std::vector<Phase> &load_phases() const { return m_load_phases; }
 
 private:
-    engine::Datastore make_candidate(const Change &change, Outcome &outcome) const;
+    engine::Transaction &prepare(const Change &change, std::vector<Phase> &phases);
+    engine::Datastore make_candidate(const Change &change, std::vector<Phase> &phases) const;
     void check_candidate(const Change &change, engine::Datastore &candidate) const;
     void examine(const Change &change, const Policy &policy, CheckListener &listener,
                  Outcome &outcome);
-    void ask(const engine::Transaction &transaction, const Policy &policy, CheckListener &listener,
-             Outcome &outcome) const;
+    void ask(const Candidate &candidate, const Policy &policy, CheckListener &listener,
+             Outcome &outcome);
     void end_transaction();
 
     engine::Source m_running_source; /**< Faults have their places in it. */
     std::string m_plugin;
     std::vector<Phase> m_load_phases;
     std::unique_ptr<engine::Framework> m_framework;
+    std::unique_ptr<Respondent> m_respondent;
     std::optional<int> m_transaction; /**< Of the last check, as long as it can be committed. */
 };
 

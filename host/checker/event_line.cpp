@@ -87,6 +87,8 @@ void replay(const Json &event, AskingListener &listener)
         listener.unusable(to_problems(event.at("problems")));
     } else if (kind == "threw") {
         listener.threw(event.at("exception"));
+    } else if (kind == "answered") {
+        listener.answered();
     } else if (kind == "ended") {
         listener.ended();
     } else {
@@ -214,6 +216,11 @@ void EventWriter::unusable(const std::vector<engine::Problem> &problems)
 void EventWriter::threw(const std::string &exception)
 {
     tell(to_text({{"event", "threw"}, {"exception", bounded(exception)}}) + "\n");
+}
+
+void EventWriter::answered()
+{
+    tell(to_text({{"event", "answered"}}) + "\n");
 }
 
 void EventWriter::ended()

@@ -26,7 +26,9 @@ class Series
 {
 public:
     Series(const CheckOptions &options, const Console &console)
-        : m_options(options), m_console(console), m_watcher(options, console)
+        : m_options(options),
+          m_console(console), m_policy{options.all, options.timeout, options.in_process, true},
+          m_watcher(options, console)
     {
     }
 
@@ -34,6 +36,7 @@ public:
     {
         if (open()) {
             check_all();
+            finish();
             close_traces();
             conclude();
         }
@@ -46,11 +49,13 @@ private:
     Outcome check(const std::string &edit);
     Outcome check_or_explain(const std::string &edit);
     void note(Outcome &outcome, const Place &place);
+    void finish();
     void close_traces();
     void conclude();
 
     const CheckOptions &m_options;
     const Console &m_console;
+    Policy m_policy;
     CheckWatcher m_watcher;
     std::vector<std::string> m_edits;
     std::unique_ptr<Checker> m_checker;
@@ -100,8 +105,7 @@ void Series::check_all()
 Outcome Series::check(const std::string &edit)
 {
     const Change change{ChangeForm::kEdit, read_input(edit, m_options)};
-    return m_checker->check(change, {m_options.all, m_options.timeout, m_options.in_process},
-                            m_watcher);
+    return m_checker->check(change, m_policy, m_watcher);
 }
 
 /** A file that cannot be read is one report among the others. */
@@ -129,8 +133,22 @@ void Series::note(Outcome &outcome, const Place &place)
     note_need(outcome, m_options);
     print_report(outcome, m_options, m_console, place);
     m_worst = worse_of(m_worst, outcome.result());
-    ++m_counts[outcome.result()];
-    ++m_reported;
+    if (place.number != 0) {
+        ++m_counts[outcome.result()];
+        ++m_reported;
+    }
+}
+
+/** The plug-in's end is no edit's: one that it should not have come to has its own report. */
+void Series::finish()
+{
+    Outcome outcome = m_checker->finish(m_policy, m_watcher);
+    if (outcome.result() == Result::kAccepted) {
+        m_watcher.finish(outcome);
+    } else {
+        m_console.out << (m_options.json ? "" : "\n");
+        note(outcome, {});
+    }
 }
 
 /** By now all reports are out. */

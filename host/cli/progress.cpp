@@ -22,9 +22,6 @@ void Progress::within(const std::string &part)
 
 void Progress::at(std::size_t number, std::size_t total, const std::string &rule)
 {
-    if (m_terminal == nullptr) {
-        return;
-    }
     m_text =
         m_part + "request " + std::to_string(number) + " of " + std::to_string(total) + ": " + rule;
     tick();
@@ -33,7 +30,8 @@ void Progress::at(std::size_t number, std::size_t total, const std::string &rule
 void Progress::tick()
 {
     const auto now = Clock::now();
-    if (m_text.empty() || now - m_start < kQuiet || now - m_last < kBetweenLines) {
+    if (m_terminal == nullptr || m_text.empty() || now - m_start < kQuiet ||
+        now - m_last < kBetweenLines) {
         return;
     }
     m_last = now;

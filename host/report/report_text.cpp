@@ -121,7 +121,7 @@ const char *words_for(Result result)
     case Result::kNotChecked:
         return "not checked";
     case Result::kPluginDied:
-        return "not decided";
+        return "inconclusive";
     }
     return "unknown";
 }
