@@ -64,7 +64,7 @@ Configurations from_texts(const std::string &text)
     return {std::move(running), std::move(candidate)};
 }
 
-/** A card whose figures are small enough to matter. */
+/** A card whose capabilities are small enough to matter. */
 void use_some_card(fuzz::ByteReader &bytes)
 {
     fm::Card card = fm::default_card();
@@ -124,7 +124,7 @@ void ask(Configurations configurations, host::Outcome &outcome)
     outcome.planned = requests.size();
     const host::Questions questions{transaction, requests, CARD_PLUGIN, true};
     host::CheckListener nobody;
-    host::Recorder recorder(questions, outcome, nobody);
+    host::Recorder recorder(requests, questions.all, outcome, nobody);
     host::ask_plugin(questions, recorder);
     outcome.completed = recorder.has_ended();
     framework.end(transaction.handle());

@@ -310,6 +310,9 @@ void AnswerStore::keep(const RuleRun &run, const Item &item)
         has_place(m_choice->scan.instances(*state.instances_of).came, item.place)) {
         return;
     }
+    if (!run.answer.is_logged) {
+        return; // It may depend on anything.
+    }
     auto known = std::make_unique<Known>();
     for (const engine::Read &read : run.answer.reads) {
         const std::uint64_t key = engine::touch_key(read.place, read.extent);

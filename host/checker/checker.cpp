@@ -1,10 +1,9 @@
 #include "checker/checker.h"
 
-#include "checker/event_line.h"
 #include "checker/model_schema.h"
 #include "checker/process_end.h"
 #include "checker/recorder.h"
-#include "checker/supervisor.h"
+#include "checker/running_faults.h"
 #include "checker/unchecked_links.h"
 #include "engine/data/yang_check.h"
 #include "engine/edit/edit.h"
@@ -20,6 +19,8 @@ namespace
 
 using engine::Datastore;
 
+const engine::Source kNothing{"empty configuration", ""};
+
 /** Runs a part of the work and adds its time to a phase. */
 template <typename Work>
 auto timed(std::vector<Phase> &phases, const char *name, const Work &work)
@@ -34,97 +35,48 @@ auto timed(std::vector<Phase> &phases, const char *name, const Work &work)
     return work();
 }
 
-Datastore load_running(const std::optional<engine::Source> &source, std::vector<Phase> &phases)
+Datastore load_running(const std::optional<engine::Source> &source, bool check,
+                       std::vector<Phase> &phases)
 {
     const auto schema = timed(phases, "model", model_schema);
     Datastore running = timed(phases, "load", [&] {
         return source ? Datastore::parse(schema, *source) : Datastore(schema);
     });
-    const engine::Source nothing{"empty configuration", ""};
-    timed(phases, "YANG check", [&] { engine::check_yang(running, source.value_or(nothing)); });
+    timed(phases, "YANG check", [&] {
+        if (check || schema->has_when()) {
+            engine::check_yang(running, source.value_or(kNothing));
+        } else {
+            engine::add_defaults(running);
+        }
+    });
     return running;
 }
 
-Datastore make_candidate(const Change &change, const Datastore &running, Outcome &outcome)
+void ask_in_process(const Questions &questions, CheckListener &listener, Outcome &outcome)
 {
-    Datastore candidate = timed(outcome.phases, "edit", [&] {
-        switch (change.form) {
-        case ChangeForm::kEdit:
-            return engine::apply_edit(running, change.source);
-        case ChangeForm::kCandidate:
-            return Datastore::parse(running.schema_ptr(), change.source, &running);
-        case ChangeForm::kNone:
-            break;
-        }
-        return running.copy();
-    });
-    if (change.form != ChangeForm::kNone) {
-        timed(outcome.phases, "YANG check", [&] { engine::check_yang(candidate, change.source); });
-    }
-    return candidate;
-}
-
-/** A plug-in that writes without end must not fill the memory: the end is what counts. */
-void keep_end(std::string &kept, std::string_view text)
-{
-    constexpr std::size_t kMaxKept = 1U << 20U;
-    kept += text;
-    if (kept.size() > 2 * kMaxKept) {
-        kept.erase(0, kept.size() - kMaxKept);
-    }
-}
-
-void record_end(const ChildEnd &end, std::chrono::seconds timeout, Recorder &recorder)
-{
-    if (end.timed_out) {
-        recorder.died(Death::Kind::kTimeout, static_cast<int>(timeout.count()));
-    } else if (end.signal != 0) {
-        recorder.died(Death::Kind::kSignal, end.signal);
-    } else if (end.exit_status != 0 || !recorder.has_ended()) {
-        recorder.died(Death::Kind::kExit, end.exit_status);
-    }
-}
-
-void ask_in_child(const Questions &questions, const Policy &policy, CheckListener &listener,
-                  Recorder &recorder, Outcome &outcome)
-{
-    const std::string key = make_event_key();
-    ChildWork child;
-    child.work = [&](int line_fd) {
-        EventWriter writer(line_fd, key);
-        ask_plugin(questions, writer);
-    };
-    child.on_line = [&](std::string_view line) { replay_event(line, key, recorder); };
-    child.on_output = [&](std::string_view text) {
-        keep_end(outcome.plugin_output, text);
-        listener.plugin_wrote(text);
-    };
-    child.on_tick = [&] { listener.tick(); };
-    child.idle_timeout = policy.idle_timeout;
-    const ChildEnd end = run_in_child(child);
-    if (!outcome.death) {
-        record_end(end, policy.idle_timeout, recorder);
-    }
-}
-
-void ask_in_process(const Questions &questions, CheckListener &listener, Recorder &recorder,
-                    Outcome &outcome)
-{
+    Recorder recorder(questions.requests, questions.all, outcome, listener);
     const ExitGuard guard([&](int status) {
         recorder.died(Death::Kind::kExit, status);
         listener.process_ends(outcome);
     });
     ask_plugin(questions, recorder);
+    outcome.completed = recorder.has_ended();
 }
 
 } // namespace
 
-Checker::Checker(const fm::Card &card, const std::optional<engine::Source> &running,
-                 std::string plugin)
-    : m_running_name(running ? running->name : ""), m_plugin(std::move(plugin))
+Checker::Checker(const fm::Card &card, std::optional<engine::Source> running, std::string plugin,
+                 bool check_running)
+    : m_plugin(std::move(plugin))
 {
     fm::use_card(card);
-    m_framework = std::make_unique<engine::Framework>(load_running(running, m_load_phases));
+    m_framework =
+        std::make_unique<engine::Framework>(load_running(running, check_running, m_load_phases));
+    m_running_source = running ? std::move(*running) : engine::Source{};
+    m_respondent = std::make_unique<Respondent>(*m_framework, [this](const Change &change) {
+        std::vector<Phase> untold;
+        return std::ref(prepare(change, untold));
+    });
 }
 
 Checker::~Checker() = default;
@@ -133,7 +85,7 @@ Outcome Checker::check(const Change &change, const Policy &policy, CheckListener
 {
     end_transaction();
     Outcome outcome;
-    outcome.running = m_running_name;
+    outcome.running = m_running_source.name;
     outcome.form = change.form;
     outcome.change = change.source.name;
     try {
@@ -155,22 +107,70 @@ void Checker::commit(const Outcome &outcome)
     }
     m_answers.commit(m_framework->transaction(*m_transaction));
     m_framework->commit(*m_transaction);
+    m_respondent->note_commit(*m_transaction);
     m_transaction.reset();
+}
+
+Outcome Checker::finish(const Policy &policy, CheckListener &listener)
+{
+    Outcome outcome = m_respondent->finish(policy, listener);
+    outcome.running = m_running_source.name;
+    return outcome;
+}
+
+engine::Transaction &Checker::prepare(const Change &change, std::vector<Phase> &phases)
+{
+    return m_framework->begin(make_candidate(change, phases));
+}
+
+Datastore Checker::make_candidate(const Change &change, std::vector<Phase> &phases) const
+{
+    const Datastore &running = m_framework->running();
+    Datastore candidate = timed(phases, "edit", [&] {
+        switch (change.form) {
+        case ChangeForm::kEdit:
+            return engine::apply_edit(running, change.source);
+        case ChangeForm::kCandidate:
+            return Datastore::parse(running.schema_ptr(), change.source, &running);
+        case ChangeForm::kNone:
+            break;
+        }
+        return running.copy();
+    });
+    timed(phases, "YANG check", [&] { check_candidate(change, candidate); });
+    return candidate;
+}
+
+void Checker::check_candidate(const Change &change, Datastore &candidate) const
+{
+    try {
+        const bool is_running = change.form == ChangeForm::kNone;
+        engine::check_yang(candidate, is_running ? m_running_source : change.source);
+    } catch (const engine::InputError &failure) {
+        if (change.form != ChangeForm::kEdit) {
+            throw;
+        }
+        engine::add_defaults(candidate); // The check ended before it added all.
+        const auto touched = touched_paths(engine::compare(m_framework->running(), candidate));
+        throw engine::InputError(name_running_faults(failure.problems(), m_framework->running(),
+                                                     m_running_source, touched));
+    }
 }
 
 void Checker::examine(const Change &change, const Policy &policy, CheckListener &listener,
                       Outcome &outcome)
 {
-    engine::Transaction &transaction =
-        m_framework->begin(make_candidate(change, m_framework->running(), outcome));
+    const auto start = std::chrono::steady_clock::now();
+    engine::Transaction &transaction = prepare(change, outcome.phases);
     m_transaction = transaction.handle();
     outcome.transaction = transaction.handle();
-    ask(transaction, policy, listener, outcome);
+    ask({change, transaction, std::chrono::steady_clock::now() - start}, policy, listener, outcome);
 }
 
-void Checker::ask(const engine::Transaction &transaction, const Policy &policy,
-                  CheckListener &listener, Outcome &outcome)
+void Checker::ask(const Candidate &candidate, const Policy &policy, CheckListener &listener,
+                  Outcome &outcome)
 {
+    const engine::Transaction &transaction = candidate.transaction;
     std::optional<engine::Plan> plan;
     std::vector<engine::Request> requests;
     timed(outcome.phases, "compare", [&] {
@@ -181,31 +181,19 @@ void Checker::ask(const engine::Transaction &transaction, const Policy &policy,
         outcome.planned = policy.reuse ? m_answers.planned() : requests.size();
         outcome.unchecked_links = find_unchecked_links(transaction, *plan);
     });
+    using Mode = engine::ReadLog::Mode;
+    engine::ReadLog::instance().set_mode(policy.reuse ? Mode::kPlaces : Mode::kOff);
+    const Questions questions{transaction, requests, m_plugin, policy.all};
     timed(outcome.phases, "rules", [&] {
-        const bool is_answered = policy.reuse && requests.empty() && m_has_asked;
-        outcome.completed = is_answered;
-        if (!is_answered) {
-            make_requests({transaction, requests, m_plugin, policy.all}, policy, listener, outcome);
+        if (policy.in_process) {
+            ask_in_process(questions, listener, outcome);
+        } else {
+            m_respondent->ask(questions, candidate, policy, listener, outcome);
         }
         if (policy.reuse) {
             m_answers.finish(outcome);
         }
     });
-}
-
-void Checker::make_requests(const Questions &questions, const Policy &policy,
-                            CheckListener &listener, Outcome &outcome)
-{
-    using Mode = engine::ReadLog::Mode;
-    engine::ReadLog::instance().set_mode(policy.reuse ? Mode::kPlaces : Mode::kOff);
-    Recorder recorder(questions, outcome, listener);
-    if (policy.in_process) {
-        ask_in_process(questions, listener, recorder, outcome);
-    } else {
-        ask_in_child(questions, policy, listener, recorder, outcome);
-    }
-    outcome.completed = recorder.has_ended();
-    m_has_asked = m_has_asked || outcome.completed;
 }
 
 void Checker::end_transaction()

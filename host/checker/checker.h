@@ -5,34 +5,19 @@
 #pragma once
 
 #include "checker/answers.h"
-#include "checker/asking.h"
+#include "checker/change.h"
 #include "checker/check_listener.h"
-#include "checker/outcome.h"
+#include "checker/respondent.h"
 
 #include <fm_host.h>
 
-#include <chrono>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace host
 {
-
-/** What is to be checked. */
-struct Change {
-    ChangeForm form = ChangeForm::kNone; /**< kNone: the running configuration itself. */
-    engine::Source source;               /**< With the name under which reports mention it. */
-};
-
-/** How to check. */
-struct Policy {
-    bool all = false;                      /**< Go on after a rejection. */
-    std::chrono::seconds idle_timeout{60}; /**< For one request; 0: none. */
-    bool in_process = false; /**< Whatever ends the plug-in ends this process; no timeout. */
-    /** Answers of earlier checks are used again where they still hold. */
-    bool reuse = false;
-};
 
 /**
  * Checks and commits any number of changes. It knows no options, files or terminal.
@@ -44,13 +29,17 @@ class Checker
 {
 public:
     /**
-     * Loads the data model and the committed configuration, and checks that against the model.
+     * Loads the data model and the committed configuration. That was accepted once: it is not
+     * checked against the model again, but for names, types and keys. Faults that it has
+     * nevertheless come to light with the first change that leaves them in.
      * @param card     The capabilities that the plug-in asks for.
      * @param running  Nothing: the card has no configuration yet.
-     * @param plugin   Path of the plug-in; see Plugin. It is loaded for each check.
+     * @param plugin   Path of the plug-in; see Plugin.
+     * @param check_running  Check the configuration against the model all the same.
      * @throws engine::InputError  The configuration is not one of the model.
      */
-    Checker(const fm::Card &card, const std::optional<engine::Source> &running, std::string plugin);
+    Checker(const fm::Card &card, std::optional<engine::Source> running, std::string plugin,
+            bool check_running = false);
     ~Checker();
     Checker(const Checker &) = delete;
     Checker &operator=(const Checker &) = delete;
@@ -68,25 +57,32 @@ public:
      */
     void commit(const Outcome &outcome);
 
+    /**
+     * Lets a plug-in that was kept come to its end, as every plug-in must that is not killed.
+     * @return Accepted, unless the plug-in failed to: an outcome without a change.
+     */
+    Outcome finish(const Policy &policy, CheckListener &listener);
+
     const engine::Datastore &running() const { return m_framework->running(); }
     /** What loading took. */
     const std::vector<Phase> &load_phases() const { return m_load_phases; }
 
 private:
+    engine::Transaction &prepare(const Change &change, std::vector<Phase> &phases);
+    engine::Datastore make_candidate(const Change &change, std::vector<Phase> &phases) const;
+    void check_candidate(const Change &change, engine::Datastore &candidate) const;
     void examine(const Change &change, const Policy &policy, CheckListener &listener,
                  Outcome &outcome);
-    void ask(const engine::Transaction &transaction, const Policy &policy, CheckListener &listener,
+    void ask(const Candidate &candidate, const Policy &policy, CheckListener &listener,
              Outcome &outcome);
-    void make_requests(const Questions &questions, const Policy &policy, CheckListener &listener,
-                       Outcome &outcome);
     void end_transaction();
 
-    std::string m_running_name;
+    engine::Source m_running_source; /**< Faults have their places in it. */
     std::string m_plugin;
     std::vector<Phase> m_load_phases;
     std::unique_ptr<engine::Framework> m_framework;
+    std::unique_ptr<Respondent> m_respondent;
     AnswerStore m_answers;
-    bool m_has_asked = false;         /**< The plug-in has come to its proper end before. */
     std::optional<int> m_transaction; /**< Of the last check, as long as it can be committed. */
 };
 

@@ -88,6 +88,8 @@ void replay(const Json &event, AskingListener &listener)
         listener.unusable(to_problems(event.at("problems")));
     } else if (kind == "threw") {
         listener.threw(event.at("exception"));
+    } else if (kind == "answered") {
+        listener.answered();
     } else if (kind == "ended") {
         listener.ended();
     } else {
@@ -201,7 +203,7 @@ std::string line_of(std::size_t request, const engine::Answer &answer)
         line.append(name).append(" ");
         add(count);
     }
-    add(answer.reads.size());
+    add(answer.is_logged ? answer.reads.size() + 1 : 0);
     bool has_texts = !answer.text.empty();
     for (const auto &read : answer.reads) {
         add_read(line, read);
@@ -221,7 +223,9 @@ void replay_after(Words words, AskingListener &listener)
         const std::string name(words.next());
         answer.calls[name] = words.number<std::uint64_t>();
     }
-    for (auto left = words.number<std::size_t>(); left > 0; --left) {
+    const auto reads = words.number<std::size_t>();
+    answer.is_logged = reads > 0;
+    for (auto left = reads; left > 1; --left) {
         answer.reads.push_back(take_read(words));
     }
     if (!words.rest().empty()) {
@@ -279,6 +283,11 @@ void EventWriter::unusable(const std::vector<engine::Problem> &problems)
 void EventWriter::threw(const std::string &exception)
 {
     tell(to_text({{"event", "threw"}, {"exception", bounded(exception)}}) + "\n");
+}
+
+void EventWriter::answered()
+{
+    tell(to_text({{"event", "answered"}}) + "\n");
 }
 
 void EventWriter::ended()

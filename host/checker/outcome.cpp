@@ -1,6 +1,7 @@
 #include "checker/outcome.h"
 
 #include <algorithm>
+#include <array>
 #include <new>
 #include <numeric>
 #include <set>
@@ -24,6 +25,18 @@ const char *name_of(Step step)
         return "lib_finish";
     }
     return "an unknown step";
+}
+
+Result worse_of(Result one, Result other)
+{
+    constexpr std::array kFromWorst{Result::kPluginDied, Result::kNotChecked, Result::kRejected,
+                                    Result::kNotConfirmed, Result::kAccepted};
+    for (const Result result : kFromWorst) {
+        if (one == result || other == result) {
+            return result;
+        }
+    }
+    return one;
 }
 
 void add_phase(std::vector<Phase> &phases, const Phase &phase)

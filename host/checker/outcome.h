@@ -21,9 +21,15 @@ enum class Result {
     kAccepted = 0,
     kRejected = 1,
     kNotConfirmed = 2,
-    kNotChecked = 3, /**< Bad input or options, or a plug-in that cannot be used. */
+    kNotChecked = 3, /**< Bad input or options, or an unusable plug-in. */
     kPluginDied = 4
 };
+
+/**
+ * Which of the two says more about a series of checks: whatever left a change without a verdict
+ * comes first (the plug-in died, not checked), then rejected, not confirmed, accepted.
+ */
+Result worse_of(Result one, Result other);
 
 /** Where the plug-in is in its life. */
 enum class Step { kLoad, kInit, kName, kValidate, kFinish };

@@ -35,7 +35,7 @@ std::string milliseconds(std::chrono::nanoseconds time)
     return text.str();
 }
 
-/** The first column and the last flush left, the figures between them flush right. */
+/** The first column and the last flush left, the numbers between them flush right. */
 void print_table(std::ostream &out, const std::vector<Row> &rows)
 {
     std::vector<std::size_t> widths(rows.front().size(), 0);

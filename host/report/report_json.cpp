@@ -182,4 +182,9 @@ std::string print_json(const Json &json, bool for_terminal)
     return json.dump(2, ' ', for_terminal, Json::error_handler_t::replace) + '\n';
 }
 
+std::string print_json_line(const Json &json, bool for_terminal)
+{
+    return json.dump(-1, ' ', for_terminal, Json::error_handler_t::replace) + '\n';
+}
+
 } // namespace host

@@ -51,7 +51,7 @@ TEST(TextReport, CutsALongOutputOfTheDead)
     EXPECT_THAT(out.str(), testing::StartsWith(
                                "The plug-in was stopped in small at /a: no answer within 60 s.\n"
                                "The plug-in had written, in the end:\n  line 2\n"));
-    EXPECT_THAT(out.str(), testing::EndsWith("  line 41\nNot decided.\n"));
+    EXPECT_THAT(out.str(), testing::EndsWith("  line 41\nInconclusive: the plug-in died.\n"));
 }
 
 TEST(TextReport, ShowsAProblemOfNoFile)

@@ -43,7 +43,7 @@ inline GoldenCase read_golden_case(const std::shared_ptr<const engine::Schema> &
     if (const auto file = inherited(folder, "running.xml")) {
         running = Datastore::parse(schema, engine::read_source(*file));
     }
-    engine::check_yang(running, "running.xml");
+    engine::add_defaults(running);
     const auto whole = folder / "candidate.xml";
     auto edit = folder / "overbook.xml";
     for (const char *name : {"change.xml", "change.json"}) {

@@ -48,6 +48,7 @@ public:
 private:
     friend class EditApplier;
     friend void check_yang(Datastore &tree, const Source &source);
+    friend void add_defaults(Datastore &tree);
     void normalise(const Datastore *committed); /**< Key order and encryption. */
 
     std::shared_ptr<const Schema> m_schema;

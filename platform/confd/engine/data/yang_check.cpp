@@ -4,7 +4,9 @@
 #include "engine/data/normalise.h"
 #include "engine/data/path.h"
 #include "engine/data/problems.h"
+#include "engine/data/reference_index.h"
 #include "engine/edit/edit_text.h"
+#include "engine/schema/schema_references.h"
 #include "engine/schema/yang_log.h"
 
 #include <algorithm>
@@ -261,7 +263,8 @@ void check_yang(Datastore &tree, const Source &source)
     const LY_ERR result = lyd_validate_all(&tree.m_root, context, LYD_VALIDATE_NO_STATE, nullptr);
     require_memory(result);
     ly_err_clean(context, nullptr);
-    if (result != LY_SUCCESS) {
+    if (result != LY_SUCCESS || has_dangling_references(tree)) {
+        const YangReferences by_libyang(schema);
         Datastore trial = tree.copy();
         auto problems = FaultFinder(schema, trial.m_root, source).find();
         if (problems.empty()) {
@@ -271,6 +274,20 @@ void check_yang(Datastore &tree, const Source &source)
     }
     if (has_leaf_list_defaults(schema)) {
         order_by_keys(tree.m_root); // They come in the model's order.
+    }
+}
+
+void add_defaults(Datastore &tree)
+{
+    const Schema &schema = tree.schema();
+    const LY_ERR result =
+        lyd_new_implicit_all(&tree.m_root, schema.context(), LYD_IMPLICIT_NO_STATE, nullptr);
+    require_memory(result);
+    if (result != LY_SUCCESS) {
+        throw InputError(take_problems(schema, ""));
+    }
+    if (has_leaf_list_defaults(schema)) {
+        order_by_keys(tree.m_root);
     }
 }
 

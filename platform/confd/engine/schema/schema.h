@@ -59,6 +59,22 @@ struct ValidationPoint {
  */
 const SchemaNode *shared_by(const ValidationPoint &point, const Dependency &dependency);
 
+/**
+ * What leafrefs refer to: the leaves of one schema node, below one instance of a node that the
+ * leafref and they share.
+ */
+struct ReferenceTarget {
+    const SchemaNode *target = nullptr;
+    const SchemaNode *shared = nullptr; /**< Null: all leaves of the configuration. */
+};
+
+/** The type of leafrefs that the engine checks itself, with libyang's functions and ours. */
+struct LeafrefType {
+    lysc_type *type = nullptr;
+    lyplg_type *libyang = nullptr;
+    std::unique_ptr<lyplg_type> unchecked; /**< The same, but that it refers to nothing. */
+};
+
 struct FreeEntry {
     void operator()(lyd_node *entry) const { lyd_free_tree(entry); }
 };
@@ -80,6 +96,12 @@ struct SchemaNode : confd_cs_node {
      * until the first lookup.
      */
     mutable LooseEntry probe;
+    /** On a leafref that the engine checks itself; else null. */
+    const ReferenceTarget *refers_to = nullptr;
+    /** On a leaf that such leafrefs refer to. */
+    std::vector<const ReferenceTarget *> referred_to_as;
+    /** Whether the node, or one below it, is one of these. */
+    bool leads_to_reference = false;
 
     const SchemaNode *up() const { return static_cast<const SchemaNode *>(parent); }
     const SchemaNode *first_child() const { return static_cast<const SchemaNode *>(children); }
@@ -133,8 +155,11 @@ public:
     const char *name_of(std::uint32_t tag) const;
     /** In the order in which they are asked: by priority, then as in the model. */
     const std::vector<ValidationPoint> &points() const { return m_points; }
+    /** Whether nodes come and go with an expression, and with them defaults: `when` statements. */
+    bool has_when() const { return m_has_when; }
 
 private:
+    friend class YangReferences;
     friend class SchemaLoader;
     Schema();
 
@@ -147,6 +172,9 @@ private:
     std::vector<const SchemaNode *> m_tops;
     std::unordered_map<std::uint32_t, std::string> m_names;
     std::vector<ValidationPoint> m_points;
+    std::vector<std::unique_ptr<ReferenceTarget>> m_targets;
+    std::vector<LeafrefType> m_leafref_types;
+    bool m_has_when = false;
     std::vector<YangText> m_texts; /**< libyang asks for imports by name. */
 };
 

@@ -1,6 +1,7 @@
 #include "engine/schema/schema_loader.h"
 
 #include "engine/schema/schema_points.h"
+#include "engine/schema/schema_references.h"
 #include "engine/schema/schema_types.h"
 #include "engine/schema/yang_log.h"
 
@@ -36,6 +37,12 @@ LY_ERR find_text(const char *module_name, const char *, const char *submodule_na
         }
     }
     return LY_ENOTFOUND;
+}
+
+LY_ERR note_when(lysc_node *node, void *found, ly_bool *)
+{
+    *static_cast<bool *>(found) = *static_cast<bool *>(found) || lysc_has_when(node) != nullptr;
+    return LY_SUCCESS;
 }
 
 LY_ERR forget_parsed(lysc_node *node, void *, ly_bool *)
@@ -133,6 +140,8 @@ std::shared_ptr<const Schema> SchemaLoader::load(const ModelSource &source)
         m_schema.m_tops.push_back(node);
     }
     adopt_nodes();
+    lysc_module_dfs_full(m_schema.m_module, note_when, &m_schema.m_has_when);
+    m_schema.m_leafref_types = read_references(m_schema, m_schema.m_nodes, m_schema.m_targets);
     return m_loaded;
 }
 

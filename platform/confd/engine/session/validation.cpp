@@ -107,6 +107,7 @@ Answer ask(const Transaction &transaction, const Request &request, const Callbac
     answer.time = std::chrono::steady_clock::now() - start;
     Hooks::instance().throw_breakdown();
     require_memory(LY_SUCCESS);
+    answer.is_logged = ReadLog::instance().is_on();
     answer.reads = logged.reads();
     answer.calls = Hooks::instance().counts();
     answer.verdict = verdict_of(answer.result);

@@ -26,7 +26,8 @@ struct Answer {
     std::string text;                           /**< As the callback set it; may be empty. */
     std::map<std::string, std::uint64_t> calls; /**< Client calls made, by name. */
     std::chrono::nanoseconds time{0};
-    std::vector<Read> reads; /**< What it depends on, when the ReadLog is on. */
+    bool is_logged = false;  /**< Whether what it depends on was written down. */
+    std::vector<Read> reads; /**< What it depends on. */
 };
 
 /** Callback of a validation point. */
