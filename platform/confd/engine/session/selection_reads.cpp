@@ -51,12 +51,19 @@ bool is_plain_number(std::string_view text)
            (text.front() != '0' || text.size() == 1);
 }
 
+/** Whether each value of the type has one text only: libyang compares canonical texts. */
+bool is_plain_text(const lysc_type &type)
+{
+    constexpr std::string_view kStringPlugin = "libyang 2 - string";
+    return std::string_view(type.plugin->id).substr(0, kStringPlugin.size()) == kStringPlugin;
+}
+
 /** Whether a key that equals the constant has the constant's text, and no other. */
 bool is_key_text(const SchemaNode &key, const Constant &constant)
 {
     switch (key.type_storage.vtype) {
     case C_BUF:
-        return !constant.is_number;
+        return !constant.is_number && is_plain_text(*key.type_storage.yang);
     case C_INT8:
     case C_INT16:
     case C_INT32:
