@@ -152,7 +152,7 @@ extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
                                                       "--forget=subtree"};
     for (std::size_t i = 0; *argc > 1 && i < kFaults.size(); ++i) {
         if ((*argv)[1] == kFaults[i]) {
-            engine::ReadLog::instance().forget(static_cast<engine::ReadExtent>(i));
+            engine::ReadLog::instance().forget(static_cast<engine::ReadExtent>(i + 1));
             (*argv)[1] = (*argv)[0];
             ++*argv;
             --*argc;
