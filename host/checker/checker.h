@@ -68,13 +68,15 @@ public:
      */
     void commit(const Outcome &outcome);
 
+    /** The committed configuration; from a check of an edit on until the next, or until commit,
+     *  with that edit. */
     const engine::Datastore &running() const { return m_framework->running(); }
     /** What loading took. */
     const std::vector<Phase> &load_phases() const { return m_load_phases; }
 
 private:
-    engine::Datastore make_candidate(const Change &change, Outcome &outcome) const;
-    void check_candidate(const Change &change, engine::Datastore &candidate) const;
+    engine::Transaction &begin(const Change &change);
+    void check_yang(const Change &change, engine::Transaction &transaction);
     void examine(const Change &change, const Policy &policy, CheckListener &listener,
                  Outcome &outcome);
     void ask(const engine::Transaction &transaction, const Policy &policy, CheckListener &listener,

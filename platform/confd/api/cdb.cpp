@@ -38,7 +38,7 @@ int cdb_num_instances(int sock, const char *fmt, ...)
     va_start(args, fmt);
     const int result = api::guarded("cdb_num_instances", CONFD_ERR, [&] {
         const auto &tree = api::committed_of(sock);
-        return api::count_entries(api::find_list(tree, api::path_in(tree, fmt, args)));
+        return api::count_entries(tree, api::path_in(tree, fmt, args));
     });
     va_end(args);
     return result;

@@ -25,8 +25,10 @@ void open(maapi_cursor &cursor, const char *format, va_list args)
     auto &transaction = api::transaction_of(cursor.sock, cursor.th);
     const auto &tree = transaction.candidate();
     const auto place = api::find_list(tree, api::path_in(tree, format, args));
+    const lyd_node *first =
+        place.exists ? engine::first_instance(tree.root(), place.parent, place.list) : nullptr;
     const int number =
-        transaction.add_resource(std::make_unique<api::ListCursor>(place.list, place.first));
+        transaction.add_resource(std::make_unique<api::ListCursor>(place.list, first));
     // A number, not an address: a stale cursor is told from a living one.
     // NOLINTNEXTLINE(performance-no-int-to-ptr)
     cursor.internal = reinterpret_cast<void *>(static_cast<std::intptr_t>(number));

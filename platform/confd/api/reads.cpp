@@ -8,10 +8,10 @@
 namespace api
 {
 
-using engine::Datastore;
 using engine::Error;
 using engine::Path;
 using engine::SchemaNode;
+using engine::TreeView;
 
 namespace
 {
@@ -77,23 +77,23 @@ bool may_hold(const confd_type &type, confd_vtype wanted)
 
 } // namespace
 
-bool exists(const Datastore &tree, const Path &path)
+bool exists(const TreeView &tree, const Path &path)
 {
     const SchemaNode &node = *path.schema();
     if (node.is_list() && path.steps.back().keys.empty()) {
         throw Error(CONFD_ERR_BADPATH,
                     "bad path " + path.text() + ": a list without keys neither exists nor not");
     }
-    if (engine::find_node(tree.root(), path) != nullptr) {
+    if (tree.find_node(path) != nullptr) {
         return true;
     }
     // What a choice has not chosen does not exist; other plain containers need no node in the tree.
     return node.is_container() && !node.is_presence() &&
            std::none_of(path.steps.begin(), path.steps.end(), is_in_case) &&
-           engine::missing_above(tree.root(), path).empty();
+           tree.missing_above(path).empty();
 }
 
-ListPlace find_list(const Datastore &tree, const Path &path)
+ListPlace find_list(const TreeView &tree, const Path &path)
 {
     const SchemaNode &list = *path.schema();
     if (!list.is_list() || !path.steps.back().keys.empty()) {
@@ -101,45 +101,40 @@ ListPlace find_list(const Datastore &tree, const Path &path)
                                            (list.is_list() ? ": it goes on behind the list's name"
                                                            : ": " + list.name + " is not a list"));
     }
-    const lyd_node *parent = engine::find_parent(tree.root(), path);
+    const lyd_node *parent = tree.find_parent(path);
     const bool is_top = path.steps.size() == 1;
-    if (parent == nullptr && !is_top && !engine::missing_above(tree.root(), path).empty()) {
+    if (parent == nullptr && !is_top && !tree.missing_above(path).empty()) {
         fail_absent(tree, path);
     }
-    const bool has_place = parent != nullptr || is_top;
-    return {list, has_place ? engine::first_instance(tree.root(), parent, list) : nullptr};
+    return {list, parent, parent != nullptr || is_top};
 }
 
-int count_entries(const ListPlace &place)
+int count_entries(const TreeView &tree, const Path &path)
 {
-    int count = 0;
-    for (const lyd_node *entry = place.first; entry != nullptr;
-         entry = engine::next_instance(entry)) {
-        ++count;
-    }
-    return count;
+    const ListPlace place = find_list(tree, path);
+    return place.exists ? static_cast<int>(tree.count(place.parent, place.list)) : 0;
 }
 
-const lyd_node *find_leaf(const Datastore &tree, const Path &path)
+const lyd_node *find_leaf(const TreeView &tree, const Path &path)
 {
     const SchemaNode &node = *path.schema();
     if (!node.is_leaf() && !node.is_leaf_list()) {
         throw Error(CONFD_ERR_BADTYPE, path.text() + " holds no value");
     }
-    const lyd_node *leaf = engine::find_node(tree.root(), path);
+    const lyd_node *leaf = tree.find_node(path);
     if (leaf == nullptr) {
         fail_absent(tree, path);
     }
     return leaf;
 }
 
-confd_value_t read_leaf(const Datastore &tree, const Path &path)
+confd_value_t read_leaf(const TreeView &tree, const Path &path)
 {
     const lyd_node *leaf = find_leaf(tree, path);
     return path.schema()->is_leaf_list() ? engine::list_value_of(leaf) : engine::value_of(leaf);
 }
 
-confd_value_t read_leaf(const Datastore &tree, const Path &path, confd_vtype type)
+confd_value_t read_leaf(const TreeView &tree, const Path &path, confd_vtype type)
 {
     const SchemaNode &node = *path.schema();
     if (node.is_leaf_list()) {
@@ -155,18 +150,18 @@ confd_value_t read_leaf(const Datastore &tree, const Path &path, confd_vtype typ
     return value.release();
 }
 
-const lyd_node *find_context(const Datastore &tree, const Path &path)
+const lyd_node *find_context(const TreeView &tree, const Path &path)
 {
-    const lyd_node *node = exists(tree, path) ? engine::find_node(tree.root(), path) : nullptr;
+    const lyd_node *node = exists(tree, path) ? tree.find_node(path) : nullptr;
     if (node == nullptr) {
         fail_absent(tree, path);
     }
     return node;
 }
 
-void fail_absent(const Datastore &tree, const Path &path)
+void fail_absent(const TreeView &tree, const Path &path)
 {
-    const std::string missing = engine::missing_above(tree.root(), path);
+    const std::string missing = tree.missing_above(path);
     throw Error(CONFD_ERR_NOEXISTS, missing.empty() ? path.text() + " is not set"
                                                     : path.text() + ": there is no " + missing);
 }

@@ -26,15 +26,15 @@ inline const engine::Datastore &candidate_of(int sock, int th)
 }
 
 /** The configuration that a CDB call reads. @throws engine::Error  CONFD_ERR_BADSTATE. */
-inline const engine::Datastore &committed_of(int sock)
+inline engine::TreeView committed_of(int sock)
 {
     auto &framework = engine::Framework::current();
     framework.require_socket(sock, engine::SocketKind::kCdb);
-    return framework.running();
+    return framework.committed();
 }
 
 /** The path of a call that reads this configuration. */
-inline engine::Path path_in(const engine::Datastore &tree, const char *format, va_list args)
+inline engine::Path path_in(const engine::TreeView &tree, const char *format, va_list args)
 {
     return engine::read_path(tree.schema(), nullptr, format, args);
 }
