@@ -7,6 +7,7 @@
 #include "checker/unchecked_links.h"
 #include "engine/data/yang_check.h"
 
+#include <algorithm>
 #include <stdexcept>
 #include <string_view>
 #include <utility>
@@ -60,6 +61,13 @@ void ask_in_process(const Questions &questions, CheckListener &listener, Outcome
     });
     ask_plugin(questions, recorder);
     outcome.completed = recorder.has_ended();
+}
+
+void forget_reads(Outcome &outcome)
+{
+    for (RuleRun &run : outcome.runs) {
+        run.answer.reads = {};
+    }
 }
 
 } // namespace
@@ -174,14 +182,15 @@ void Checker::ask(const Candidate &candidate, const Policy &policy, CheckListene
     std::vector<engine::Request> requests;
     timed(outcome.phases, "compare", [&] {
         outcome.differs = !transaction.changes().empty();
-        plan.emplace(transaction);
+        plan.emplace(transaction, policy.everything);
         requests =
             policy.reuse ? m_answers.choose(transaction, *plan, policy.all) : plan->all_requests();
         outcome.planned = policy.reuse ? m_answers.planned() : requests.size();
         outcome.unchecked_links = find_unchecked_links(transaction, *plan);
     });
     using Mode = engine::ReadLog::Mode;
-    engine::ReadLog::instance().set_mode(policy.reuse ? Mode::kPlaces : Mode::kOff);
+    engine::ReadLog::instance().set_mode(
+        std::max(policy.reads, policy.reuse ? Mode::kPlaces : Mode::kOff));
     const Questions questions{transaction, requests, m_plugin, policy.all};
     timed(outcome.phases, "rules", [&] {
         if (policy.in_process) {
@@ -191,6 +200,9 @@ void Checker::ask(const Candidate &candidate, const Policy &policy, CheckListene
         }
         if (policy.reuse) {
             m_answers.finish(outcome);
+        }
+        if (policy.reads == Mode::kOff) {
+            forget_reads(outcome);
         }
     });
 }

@@ -125,7 +125,7 @@ Place find_base(const api::View &view, const engine::Path &path)
     if (!schema.is_container() && !schema.is_list()) {
         throw Error(CONFD_ERR_BADTYPE, path.text() + " is not a container or list entry");
     }
-    if (!api::exists(view, path)) {
+    if (!api::exists(view, path, engine::ReadExtent::kAbove)) {
         api::fail_absent(view, path);
     }
     return {&schema, view.find_node(path), path.steps.back().place};

@@ -80,9 +80,9 @@ bool may_hold(const confd_type &type, confd_vtype wanted)
  * Whether a plain container exists that is, or stands in, a case of a choice is decided by what
  * was chosen: by anything next to it.
  */
-void note_existence(const View &view, const Path &path)
+void note_existence(const View &view, const Path &path, engine::ReadExtent extent)
 {
-    view.note(path, engine::ReadExtent::kNode);
+    view.note(path, extent);
     const auto step = std::find_if(path.steps.begin(), path.steps.end(), is_in_case);
     auto &log = engine::ReadLog::instance();
     if (!log.is_on() || step == path.steps.end() || !path.schema()->is_container()) {
@@ -98,14 +98,14 @@ void note_existence(const View &view, const Path &path)
 
 } // namespace
 
-bool exists(const View &view, const Path &path)
+bool exists(const View &view, const Path &path, engine::ReadExtent extent)
 {
     const SchemaNode &node = *path.schema();
     if (node.is_list() && path.steps.back().keys.empty()) {
         throw Error(CONFD_ERR_BADPATH,
                     "bad path " + path.text() + ": a list without keys neither exists nor not");
     }
-    note_existence(view, path);
+    note_existence(view, path, extent);
     if (view.find_node(path) != nullptr) {
         return true;
     }
@@ -176,7 +176,8 @@ confd_value_t read_leaf(const View &view, const Path &path, confd_vtype type)
 
 const lyd_node *find_context(const View &view, const Path &path)
 {
-    const lyd_node *node = exists(view, path) ? view.find_node(path) : nullptr;
+    const lyd_node *node =
+        exists(view, path, engine::ReadExtent::kAbove) ? view.find_node(path) : nullptr;
     if (node == nullptr) {
         fail_absent(view, path);
     }

@@ -11,9 +11,11 @@ namespace api
 
 /**
  * Whether a node exists. A plain container does where the nodes above it do.
+ * @param extent  How much of it the caller depends on.
  * @throws engine::Error  CONFD_ERR_BADPATH: a list without keys.
  */
-bool exists(const View &view, const engine::Path &path);
+bool exists(const View &view, const engine::Path &path,
+            engine::ReadExtent extent = engine::ReadExtent::kNode);
 
 /** A list without keys, by the node above it. */
 struct ListPlace {
