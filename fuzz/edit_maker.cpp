@@ -6,6 +6,7 @@
 #include <array>
 #include <map>
 #include <string_view>
+#include <vector>
 
 namespace fuzz
 {
@@ -66,11 +67,51 @@ std::string EditMaker::make()
 {
     m_xml.clear();
     for (const SchemaNode *top : m_schema.tops()) {
-        m_xml += "<" + top->name + kNamespaces + ">";
+        begin(*top);
         write_children(*top);
         m_xml += "</" + top->name + ">";
     }
     return m_xml;
+}
+
+std::string EditMaker::make_small()
+{
+    m_xml.clear();
+    const SchemaNode &top = *m_schema.tops().front();
+    begin(top);
+    for (std::size_t count = 1 + m_bytes.below(2); count > 0; --count) {
+        write_way_down(top);
+    }
+    m_xml += "</" + top.name + ">";
+    return m_xml;
+}
+
+void EditMaker::begin(const SchemaNode &top)
+{
+    m_xml += "<" + top.name + kNamespaces + ">";
+}
+
+/** Goes down to one of the nodes below, and writes that one with what is in it. */
+void EditMaker::write_way_down(const SchemaNode &node)
+{
+    std::vector<const SchemaNode *> children;
+    for (const auto *child = node.first_child(); child != nullptr; child = child->next_sibling()) {
+        if (!child->is_key()) {
+            children.push_back(child);
+        }
+    }
+    if (children.empty()) {
+        return;
+    }
+    const SchemaNode &child = *m_bytes.pick(children);
+    if (child.first_child() == nullptr || m_bytes.one_in(4)) {
+        write(child);
+        return;
+    }
+    m_xml += "<" + child.name + ">";
+    write_keys(child);
+    write_way_down(child);
+    m_xml += "</" + child.name + ">";
 }
 
 void EditMaker::write_children(const SchemaNode &above)
@@ -161,12 +202,17 @@ void EditMaker::write_entries(const SchemaNode &list)
 {
     for (std::size_t count = 1 + m_bytes.below(3); count > 0; --count) {
         m_xml += "<" + list.name + operation(list) + ">";
-        for (const SchemaNode *key : list.key_nodes) {
-            m_xml += "<" + key->name + ">" + value_of(*key, key->type_storage.yang) + "</" +
-                     key->name + ">";
-        }
+        write_keys(list);
         write_children(list);
         m_xml += "</" + list.name + ">";
+    }
+}
+
+void EditMaker::write_keys(const SchemaNode &list)
+{
+    for (const SchemaNode *key : list.key_nodes) {
+        m_xml +=
+            "<" + key->name + ">" + value_of(*key, key->type_storage.yang) + "</" + key->name + ">";
     }
 }
 

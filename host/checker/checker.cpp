@@ -6,7 +6,6 @@
 #include "checker/running_faults.h"
 #include "checker/unchecked_links.h"
 #include "engine/data/yang_check.h"
-#include "engine/edit/edit.h"
 
 #include <algorithm>
 #include <stdexcept>
@@ -24,7 +23,7 @@ const engine::Source kNothing{"empty configuration", ""};
 
 /** Runs a part of the work and adds its time to a phase. */
 template <typename Work>
-auto timed(std::vector<Phase> &phases, const char *name, const Work &work)
+decltype(auto) timed(std::vector<Phase> &phases, const char *name, const Work &work)
 {
     struct Timer {
         std::vector<Phase> &phases;
@@ -100,6 +99,7 @@ Outcome Checker::check(const Change &change, const Policy &policy, CheckListener
         examine(change, policy, listener, outcome);
     } catch (const std::exception &failure) {
         outcome.problems = problems_of(failure);
+        end_transaction();
     }
     if (outcome.problems.empty() && outcome.result() == Result::kNotChecked) {
         outcome.problems = {{engine::Fault::kInternal, "", 0, "", "the check did not end", ""}};
@@ -128,38 +128,38 @@ Outcome Checker::finish(const Policy &policy, CheckListener &listener)
 
 engine::Transaction &Checker::prepare(const Change &change, std::vector<Phase> &phases)
 {
-    return m_framework->begin(make_candidate(change, phases));
+    auto &transaction = timed(
+        phases, "edit", [&]() -> auto & { return begin(change); });
+    m_transaction = transaction.handle();
+    timed(phases, "YANG check", [&] { check_yang(change, transaction); });
+    return transaction;
 }
 
-Datastore Checker::make_candidate(const Change &change, std::vector<Phase> &phases) const
+engine::Transaction &Checker::begin(const Change &change)
 {
     const Datastore &running = m_framework->running();
-    Datastore candidate = timed(phases, "edit", [&] {
-        switch (change.form) {
-        case ChangeForm::kEdit:
-            return engine::apply_edit(running, change.source);
-        case ChangeForm::kCandidate:
-            return Datastore::parse(running.schema_ptr(), change.source, &running);
-        case ChangeForm::kNone:
-            break;
-        }
-        return running.copy();
-    });
-    timed(phases, "YANG check", [&] { check_candidate(change, candidate); });
-    return candidate;
+    switch (change.form) {
+    case ChangeForm::kEdit:
+        return m_framework->begin(change.source);
+    case ChangeForm::kCandidate:
+        return m_framework->begin(Datastore::parse(running.schema_ptr(), change.source, &running));
+    case ChangeForm::kNone:
+        break;
+    }
+    return m_framework->begin(running.copy());
 }
 
-void Checker::check_candidate(const Change &change, Datastore &candidate) const
+void Checker::check_yang(const Change &change, engine::Transaction &transaction)
 {
+    const bool is_running = change.form == ChangeForm::kNone;
     try {
-        const bool is_running = change.form == ChangeForm::kNone;
-        engine::check_yang(candidate, is_running ? m_running_source : change.source);
+        m_framework->check_yang(transaction, is_running ? m_running_source : change.source);
     } catch (const engine::InputError &failure) {
         if (change.form != ChangeForm::kEdit) {
             throw;
         }
-        engine::add_defaults(candidate); // The check ended before it added all.
-        const auto touched = touched_paths(engine::compare(m_framework->running(), candidate));
+        const auto touched = touched_paths(transaction.changes());
+        end_transaction();
         throw engine::InputError(name_running_faults(failure.problems(), m_framework->running(),
                                                      m_running_source, touched));
     }
@@ -170,7 +170,6 @@ void Checker::examine(const Change &change, const Policy &policy, CheckListener 
 {
     const auto start = std::chrono::steady_clock::now();
     engine::Transaction &transaction = prepare(change, outcome.phases);
-    m_transaction = transaction.handle();
     outcome.transaction = transaction.handle();
     ask({change, transaction, std::chrono::steady_clock::now() - start}, policy, listener, outcome);
 }
