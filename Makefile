@@ -65,9 +65,11 @@ test-packages: packages ## Checks the packages, and installs them into a bare De
 	tests/packages/clean_system.sh $(build_dir)/packages $(build_dir)/clean-system
 
 bench: build ## Builds, then runs the benchmarks (BENCH_ARGS="--benchmark_filter=..."): tables, and JSON
+	@cmake/install-deps.sh bench
 	$(bin_dir)/gpon_bench --benchmark_out=$(build_dir)/bench.json \
 	    --curves=$(build_dir)/bench-curves.dat $(BENCH_ARGS)
-	@echo; echo "The same in JSON: $(build_dir)/bench.json"
+	@echo; echo "The same in JSON: $(build_dir)/bench.json"; echo
+	bench/programs.py $(build_dir)
 
 plot: ## Draws docs/performance.svg from the last benchmarks
 	@cmake/install-deps.sh plot

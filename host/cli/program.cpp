@@ -21,8 +21,8 @@ namespace
 
 constexpr const char *kExitCodes =
     "Exit codes: 0 accepted, 1 rejected, 2 not confirmed, 3 could not be checked (bad input or\n"
-    "options, unusable plug-in), 4 the plug-in died. Of several edits the worst result counts:\n"
-    "4, then 3, 1, 2 and 0.";
+    "options, unusable plug-in), 4 the plug-in died. Of several edits the worst result counts: 4,\n"
+    "then 3, 1, 2 and 0.";
 
 constexpr const char *kProgramExamples =
     "Examples:\n"
@@ -245,7 +245,7 @@ void add_generate(CLI::App &program, GenerateOptions &options)
             ->check(CLI::Range(least, most))
             ->capture_default_str();
     };
-    figure("--links", shape.links, "PON links, 1 to 16", 1, 16);
+    figure("--links", shape.links, "PON links, 1 to 256", 1, 256);
     figure("--onus", shape.onus, "ONUs on each link, 1 to 128", 1, 128);
     figure("--line-profiles", shape.line_profiles, "Line profiles", 1, kMaxProfiles);
     figure("--bandwidth-profiles", shape.bandwidth_profiles, "Bandwidth profiles", 1, kMaxProfiles);
