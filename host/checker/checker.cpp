@@ -119,7 +119,9 @@ Outcome Checker::finish(const Policy &policy, CheckListener &listener)
 
 engine::Transaction &Checker::prepare(const Change &change, std::vector<Phase> &phases)
 {
-    return m_framework->begin(make_candidate(change, phases));
+    engine::Transaction &transaction = m_framework->begin(make_candidate(change, phases));
+    m_transaction = transaction.handle();
+    return transaction;
 }
 
 Datastore Checker::make_candidate(const Change &change, std::vector<Phase> &phases) const
@@ -161,7 +163,6 @@ void Checker::examine(const Change &change, const Policy &policy, CheckListener 
 {
     const auto start = std::chrono::steady_clock::now();
     engine::Transaction &transaction = prepare(change, outcome.phases);
-    m_transaction = transaction.handle();
     outcome.transaction = transaction.handle();
     ask({change, transaction, std::chrono::steady_clock::now() - start}, policy, listener, outcome);
 }
