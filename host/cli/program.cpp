@@ -21,8 +21,8 @@ namespace
 
 constexpr const char *kExitCodes =
     "Exit codes: 0 accepted, 1 rejected, 2 not confirmed, 3 could not be checked (bad input or\n"
-    "options, unusable plug-in), 4 the plug-in died. Of several edits the worst result counts: 4,\n"
-    "then 3, 1, 2 and 0.";
+    "options, unusable plug-in), 4 the plug-in died. Of several edits the worst result counts:\n"
+    "4, then 3, 1, 2 and 0.";
 
 constexpr const char *kProgramExamples =
     "Examples:\n"

@@ -75,7 +75,7 @@ TEST_F(Paths, BadOnesNameThePathAndTheElement)
         {"/config/interface/gpon{1 1 3 4}", "gpon has 3 keys, not 4"},
         {"/config/interface/gpon{1  1 3}", "gpon has 3 keys, not 4"},
         {"/config/interface/gpon{1 1 x}", "'x'"},
-        {"/config/interface/gpon{1 1 17}", "/config/interface/gpon/port-id"},
+        {"/config/interface/gpon{1 1 257}", "/config/interface/gpon/port-id"},
         {"/config/interface/gpon{1 1 }", "''"},
         {"/config/interface/gpon{1 1 3", "no closing brace"},
         {"/config/interface/gpon{1 1 3/onu{5}", "brace"},

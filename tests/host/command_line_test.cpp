@@ -36,7 +36,7 @@ TEST_F(CommandLine, IsRefusedWithExitCode3)
         {{"generate", "-o", ""}, "--output: no file"},
         {{"generate", "--card", ""}, "--card: no file"},
         {{"generate", "--seed", "0x8"}, "--seed"},
-        {{"generate", "--links", "17"}, "--links"},
+        {{"generate", "--links", "257"}, "--links"},
         {{"generate", "--onus", "0"}, "--onus"},
         {{"generate", "--links", "1", "--onus", "1", "--service-ports", "3501"}, "no room"},
         {{"generate", "-o", "/proc/card.xml"}, "/proc/card.xml"},
