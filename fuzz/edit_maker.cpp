@@ -2,6 +2,7 @@
 
 #include "engine/schema/yang.h"
 
+#include <algorithm>
 #include <array>
 #include <map>
 #include <string_view>
@@ -71,11 +72,19 @@ void EditMaker::write_children(const SchemaNode &above)
                 continue;
             }
             chosen[its_case->parent] = its_case;
-        } else if (is_mandatory(child->yang) ? m_bytes.one_in(16) : !m_bytes.one_in(3)) {
+        } else if (is_mandatory(child->yang) ? m_bytes.one_in(16)
+                                             : !m_bytes.one_in(one_in_of(*child))) {
             continue;
         }
         write(*child);
     }
+}
+
+/** Containers lead to the rest. */
+std::size_t EditMaker::one_in_of(const SchemaNode &node) const
+{
+    constexpr std::size_t kMaxForContainers = 3;
+    return node.is_container() ? std::min(m_one_in, kMaxForContainers) : m_one_in;
 }
 
 void EditMaker::write(const SchemaNode &node)

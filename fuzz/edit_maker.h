@@ -4,6 +4,7 @@
 #include "byte_reader.h"
 #include "engine/schema/schema.h"
 
+#include <cstddef>
 #include <string>
 
 namespace fuzz
@@ -17,7 +18,11 @@ namespace fuzz
 class EditMaker
 {
 public:
-    EditMaker(const engine::Schema &schema, ByteReader &bytes) : m_schema(schema), m_bytes(bytes) {}
+    /** @param one_in  Of so many nodes that may be left out, one is in an edit. */
+    EditMaker(const engine::Schema &schema, ByteReader &bytes, std::size_t one_in = 3)
+        : m_schema(schema), m_bytes(bytes), m_one_in(one_in)
+    {
+    }
 
     /** An edit as XML. */
     std::string make();
@@ -31,10 +36,12 @@ private:
     void write_term(const SchemaNode &leaf);
     std::string value_of(const SchemaNode &leaf, const lysc_type *type);
     std::string text_value(const SchemaNode &leaf);
+    std::size_t one_in_of(const SchemaNode &node) const;
     std::string operation(const SchemaNode &node);
 
     const engine::Schema &m_schema;
     ByteReader &m_bytes;
+    const std::size_t m_one_in;
     std::string m_xml;
 };
 

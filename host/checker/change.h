@@ -28,6 +28,8 @@ struct Policy {
      * it comes to its end with this check.
      */
     bool keep_plugin = false;
+    /** Answers of earlier checks are used again where they still hold. */
+    bool reuse = false;
 };
 
 } // namespace host

@@ -105,6 +105,7 @@ void Checker::commit(const Outcome &outcome)
         outcome.result() != Result::kAccepted) {
         throw std::logic_error("only the last change that was checked and accepted is committed");
     }
+    m_answers.commit(m_framework->transaction(*m_transaction));
     m_framework->commit(*m_transaction);
     m_respondent->note_commit(*m_transaction);
     m_transaction.reset();
@@ -171,19 +172,27 @@ void Checker::ask(const Candidate &candidate, const Policy &policy, CheckListene
                   Outcome &outcome)
 {
     const engine::Transaction &transaction = candidate.transaction;
-    const auto requests = timed(outcome.phases, "compare", [&] {
+    std::optional<engine::Plan> plan;
+    std::vector<engine::Request> requests;
+    timed(outcome.phases, "compare", [&] {
         outcome.differs = !transaction.changes().empty();
-        return engine::plan(transaction);
+        plan.emplace(transaction);
+        requests =
+            policy.reuse ? m_answers.choose(transaction, *plan, policy.all) : plan->all_requests();
+        outcome.planned = policy.reuse ? m_answers.planned() : requests.size();
+        outcome.unchecked_links = find_unchecked_links(transaction, *plan);
     });
-    outcome.planned = requests.size();
-    outcome.unchecked_links = find_unchecked_links(transaction, requests);
-
+    using Mode = engine::ReadLog::Mode;
+    engine::ReadLog::instance().set_mode(policy.reuse ? Mode::kPlaces : Mode::kOff);
     const Questions questions{transaction, requests, m_plugin, policy.all};
     timed(outcome.phases, "rules", [&] {
         if (policy.in_process) {
             ask_in_process(questions, listener, outcome);
         } else {
             m_respondent->ask(questions, candidate, policy, listener, outcome);
+        }
+        if (policy.reuse) {
+            m_answers.finish(outcome);
         }
     });
 }

@@ -4,6 +4,7 @@
  */
 #pragma once
 
+#include "checker/answers.h"
 #include "checker/change.h"
 #include "checker/check_listener.h"
 #include "checker/respondent.h"
@@ -81,6 +82,7 @@ private:
     std::vector<Phase> m_load_phases;
     std::unique_ptr<engine::Framework> m_framework;
     std::unique_ptr<Respondent> m_respondent;
+    AnswerStore m_answers;
     std::optional<int> m_transaction; /**< Of the last check, as long as it can be committed. */
 };
 

@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <new>
+#include <numeric>
+#include <set>
+#include <string_view>
 
 namespace host
 {
@@ -52,6 +55,32 @@ bool Outcome::has(engine::Verdict verdict) const
 {
     return std::any_of(runs.begin(), runs.end(),
                        [verdict](const RuleRun &run) { return run.answer.verdict == verdict; });
+}
+
+std::size_t Outcome::answered() const
+{
+    return std::accumulate(
+        reused.begin(), reused.end(), runs.size(),
+        [](std::size_t sum, const ReusedAnswers &answers) { return sum + answers.count; });
+}
+
+std::size_t Outcome::rules() const
+{
+    std::set<std::string_view> rules;
+    for (const auto &run : runs) {
+        rules.insert(run.rule);
+    }
+    for (const auto &answers : reused) {
+        rules.insert(answers.rule);
+    }
+    return rules.size();
+}
+
+std::size_t Outcome::reused_count() const
+{
+    const auto among_runs =
+        std::count_if(runs.begin(), runs.end(), [](const RuleRun &run) { return run.is_reused; });
+    return answered() - runs.size() + static_cast<std::size_t>(among_runs);
 }
 
 Result Outcome::result() const

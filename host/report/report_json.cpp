@@ -158,8 +158,8 @@ Json json_report(const Outcome &outcome, bool with_explanation)
         json[outcome.form == ChangeForm::kEdit ? "edit" : "candidate"] = outcome.change;
     }
     json["differs"] = outcome.differs;
-    json["rules-ran"] = summarise(outcome.runs).size();
-    json["requests-made"] = outcome.runs.size();
+    json["rules-ran"] = outcome.rules();
+    json["requests-made"] = outcome.answered();
     json["rejections"] = remarks(outcome, engine::Verdict::kRejected);
     json["warnings"] = remarks(outcome, engine::Verdict::kWarning);
     json["unchecked-links"] = unchecked_links(outcome);

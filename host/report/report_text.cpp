@@ -92,11 +92,11 @@ std::string accepted_sentence(const Outcome &outcome)
     if (!outcome.differs) {
         text += "The candidate does not differ from the running configuration. ";
     }
-    if (outcome.runs.empty()) {
+    if (outcome.answered() == 0) {
         return text + "No rules apply.";
     }
-    return text + plural(summarise(outcome.runs).size(), "rule") + " ran (" +
-           plural(outcome.runs.size(), "request") + ").";
+    return text + plural(outcome.rules(), "rule") + " ran (" +
+           plural(outcome.answered(), "request") + ").";
 }
 
 std::string not_confirmed_sentence(const Confirmation &confirmation)

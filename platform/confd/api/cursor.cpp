@@ -11,8 +11,8 @@
 namespace api
 {
 
-ListCursor::ListCursor(const engine::SchemaNode &list, const lyd_node *first)
-    : m_list(list), m_next(first)
+ListCursor::ListCursor(const ListPlace &place)
+    : m_list(place.list), m_place(place.place), m_next(place.first)
 {
     ++engine::Hooks::instance().held.cursors;
 }
@@ -30,6 +30,14 @@ const lyd_node *ListCursor::advance()
     }
     m_is_at_end = m_entry == nullptr;
     return m_entry;
+}
+
+void ListCursor::note(engine::ReadExtent extent) const
+{
+    auto &log = engine::ReadLog::instance();
+    if (log.is_on()) {
+        log.note(engine::ReadSide::kCandidate, m_list, m_place, extent);
+    }
 }
 
 void ListCursor::show(maapi_cursor &cursor)

@@ -25,8 +25,7 @@ void open(maapi_cursor &cursor, const char *format, va_list args)
     auto &transaction = api::transaction_of(cursor.sock, cursor.th);
     const auto view = api::candidate_of(transaction);
     const auto place = api::find_list(view, *view.path(format, args));
-    const int number =
-        transaction.add_resource(std::make_unique<api::ListCursor>(place.list, place.first));
+    const int number = transaction.add_resource(std::make_unique<api::ListCursor>(place));
     // A number, not an address: a stale cursor is told from a living one.
     // NOLINTNEXTLINE(performance-no-int-to-ptr)
     cursor.internal = reinterpret_cast<void *>(static_cast<std::intptr_t>(number));
@@ -56,6 +55,7 @@ int maapi_get_next(struct maapi_cursor *mc)
 {
     const int result = api::guarded("maapi_get_next", CONFD_ERR, [mc] {
         auto &position = api::cursor_of(mc);
+        position.note(engine::ReadExtent::kNode);
         position.advance();
         position.show(*mc);
         return CONFD_OK;

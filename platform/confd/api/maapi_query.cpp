@@ -92,8 +92,9 @@ int maapi_query_start(int sock, int th, const char *expr, const char *context_no
         api::QueryRequest request;
         request.expression = expr;
         if (context_node != nullptr) {
-            request.context =
-                api::find_context(view, *engine::read_path(view.tree.schema(), context_node));
+            const auto path = engine::read_path(view.tree.schema(), context_node);
+            request.context = api::find_context(view, *path);
+            request.context_place = {path->schema(), path->steps.back().place, true};
         }
         request.chunk_size = chunk_size;
         request.initial_offset = initial_offset;

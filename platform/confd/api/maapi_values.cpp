@@ -20,6 +20,7 @@ namespace
 struct Place {
     const SchemaNode *schema;
     const lyd_node *node;
+    engine::PlaceId id;
 };
 
 /** Follows the array through the containers that it names. */
@@ -58,7 +59,7 @@ private:
 
     Place child(const xml_tag &tag) const
     {
-        const auto [above, above_node] = m_places.back();
+        const auto [above, above_node, above_id] = m_places.back();
         const SchemaNode *node = above->first_child();
         while (node != nullptr && (node->tag != tag.tag || (tag.ns != 0 && node->ns != tag.ns))) {
             node = node->next_sibling();
@@ -67,8 +68,10 @@ private:
             throw Error(CONFD_ERR_BADPATH,
                         "below " + here() + " nothing has the tag " + std::to_string(tag.tag));
         }
-        return {node, above_node != nullptr ? engine::first_instance(nullptr, above_node, *node)
-                                            : nullptr};
+        return {node,
+                above_node != nullptr ? engine::first_instance(nullptr, above_node, *node)
+                                      : nullptr,
+                engine::place_below(above_id, *node)};
     }
 
     void enter(Place place)
@@ -88,12 +91,22 @@ private:
         m_places.pop_back();
     }
 
+    static void note(const Place &place)
+    {
+        auto &log = engine::ReadLog::instance();
+        if (log.is_on()) {
+            log.note(engine::ReadSide::kCandidate, *place.schema, place.id,
+                     engine::ReadExtent::kNode);
+        }
+    }
+
     static confd_value_t read_node(Place place, const confd_value_t &unset)
     {
         const SchemaNode &schema = *place.schema;
         if (schema.is_list() || (schema.is_container() && !schema.is_presence())) {
             throw Error(CONFD_ERR_BADTYPE, schema.path() + " holds no value");
         }
+        note(place);
         if (place.node == nullptr) {
             return unset;
         }
@@ -115,7 +128,7 @@ Place find_base(const api::View &view, const engine::Path &path)
     if (!api::exists(view, path)) {
         api::fail_absent(view, path);
     }
-    return {&schema, engine::find_node(view.root(), path, view.index)};
+    return {&schema, engine::find_node(view.root(), path, view.index), path.steps.back().place};
 }
 
 void get_values(const api::View &view, const engine::Path &path, confd_tag_value_t *values, int n)

@@ -6,6 +6,7 @@
 #include "api/session.h"
 #include "engine/data/value.h"
 #include "engine/data/xpath.h"
+#include "engine/session/selection_reads.h"
 
 extern "C" int maapi_xpath_eval_expr(int sock, int th, const char *expr, char **res,
                                      void (*trace)(char *), const char *fmtpath, ...)
@@ -16,8 +17,15 @@ extern "C" int maapi_xpath_eval_expr(int sock, int th, const char *expr, char **
     const int result = api::guarded("maapi_xpath_eval_expr", CONFD_ERR, [&] {
         const auto view = api::candidate_of(sock, th);
         const lyd_node *context = nullptr;
+        engine::SelectionPlace place;
         if (fmtpath != nullptr) {
-            context = api::find_context(view, *view.path(fmtpath, args));
+            const auto path = view.path(fmtpath, args);
+            context = api::find_context(view, *path);
+            place = {path->schema(), path->steps.back().place, true};
+        }
+        if (engine::ReadLog::instance().is_on()) {
+            engine::note_evaluation(view.tree.schema(), context != nullptr ? &place : nullptr,
+                                    expr);
         }
         const std::string text = engine::evaluate(view.tree, context, expr);
         if (trace != nullptr) {

@@ -4,6 +4,7 @@
 #include "engine/data/value.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace api
 {
@@ -74,6 +75,26 @@ bool may_hold(const confd_type &type, confd_vtype wanted)
                 path.text() + " is " + name_of(type) + ", not " + name_of(wanted));
 }
 
+/**
+ * Whether a plain container exists that is, or stands in, a case of a choice is decided by what
+ * was chosen: by anything next to it.
+ */
+void note_existence(const View &view, const Path &path)
+{
+    view.note(path, engine::ReadExtent::kNode);
+    const auto step = std::find_if(path.steps.begin(), path.steps.end(), is_in_case);
+    auto &log = engine::ReadLog::instance();
+    if (!log.is_on() || step == path.steps.end() || !path.schema()->is_container()) {
+        return;
+    }
+    if (step == path.steps.begin()) {
+        log.note_everything(view.side);
+    } else {
+        const Path::Step &above = *std::prev(step);
+        log.note(view.side, *above.node, above.place, engine::ReadExtent::kSubtree);
+    }
+}
+
 } // namespace
 
 bool exists(const View &view, const Path &path)
@@ -83,6 +104,7 @@ bool exists(const View &view, const Path &path)
         throw Error(CONFD_ERR_BADPATH,
                     "bad path " + path.text() + ": a list without keys neither exists nor not");
     }
+    note_existence(view, path);
     if (engine::find_node(view.root(), path, view.index) != nullptr) {
         return true;
     }
@@ -100,6 +122,7 @@ ListPlace find_list(const View &view, const Path &path)
                                            (list.is_list() ? ": it goes on behind the list's name"
                                                            : ": " + list.name + " is not a list"));
     }
+    view.note(path, engine::ReadExtent::kNode);
     const lyd_node *parent = engine::find_parent(view.root(), path, view.index);
     const bool is_top = path.steps.size() == 1;
     if (parent == nullptr && !is_top &&
@@ -107,7 +130,8 @@ ListPlace find_list(const View &view, const Path &path)
         fail_absent(view, path);
     }
     const bool has_place = parent != nullptr || is_top;
-    return {list, has_place ? engine::first_instance(view.root(), parent, list) : nullptr};
+    return {list, path.steps.back().place,
+            has_place ? engine::first_instance(view.root(), parent, list) : nullptr};
 }
 
 int count_entries(const ListPlace &place)
@@ -126,6 +150,7 @@ const lyd_node *find_leaf(const View &view, const Path &path)
     if (!node.is_leaf() && !node.is_leaf_list()) {
         throw Error(CONFD_ERR_BADTYPE, path.text() + " holds no value");
     }
+    view.note(path, engine::ReadExtent::kNode);
     const lyd_node *leaf = engine::find_node(view.root(), path, view.index);
     if (leaf == nullptr) {
         fail_absent(view, path);

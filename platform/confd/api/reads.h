@@ -18,6 +18,7 @@ bool exists(const View &view, const engine::Path &path);
 /** A list without keys, by the node above it. */
 struct ListPlace {
     const engine::SchemaNode &list;
+    engine::PlaceId place; /**< Of all entries. */
     const lyd_node *first; /**< Null when it has no entries. */
 };
 

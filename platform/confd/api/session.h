@@ -6,6 +6,7 @@
 
 #include "engine/data/path_reader.h"
 #include "engine/session/framework.h"
+#include "engine/session/reads.h"
 
 #include <cstdarg>
 
@@ -25,6 +26,7 @@ inline engine::Transaction &transaction_of(int sock, int th)
 struct View {
     const engine::Datastore &tree;
     engine::EntryIndex *index; /**< Null: libyang looks for entries. */
+    engine::ReadSide side;
 
     const lyd_node *root() const { return tree.root(); }
     /** The path of a call that reads this configuration. */
@@ -32,12 +34,20 @@ struct View {
     {
         return engine::read_path(tree.schema(), format, args);
     }
+    /** Tells that the call depends on what stands there. */
+    void note(const engine::Path &path, engine::ReadExtent extent) const
+    {
+        auto &log = engine::ReadLog::instance();
+        if (log.is_on()) {
+            log.note(side, path, extent);
+        }
+    }
 };
 
 /** The configuration of a transaction. */
 inline View candidate_of(const engine::Transaction &transaction)
 {
-    return {transaction.candidate(), &transaction.index()};
+    return {transaction.candidate(), &transaction.index(), engine::ReadSide::kCandidate};
 }
 
 /** The configuration that a MAAPI call reads. */
@@ -51,7 +61,7 @@ inline View committed_of(int sock)
 {
     auto &framework = engine::Framework::current();
     framework.require_socket(sock, engine::SocketKind::kCdb);
-    return {framework.running(), nullptr};
+    return {framework.running(), nullptr, engine::ReadSide::kCommitted};
 }
 
 } // namespace api

@@ -4,7 +4,7 @@
  */
 #pragma once
 
-#include "engine/schema/schema.h"
+#include "engine/data/place.h"
 
 #include <string>
 #include <vector>
@@ -19,6 +19,7 @@ struct Path {
     struct Step {
         const SchemaNode *node = nullptr;
         std::vector<std::string> keys; /**< By the key leaves' own types; empty: none were given. */
+        PlaceId place = kRootPlace;    /**< Where the path leads up to here. */
     };
     std::vector<Step> steps;
 

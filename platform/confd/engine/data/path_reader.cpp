@@ -204,6 +204,21 @@ std::optional<std::string> canonical_form(const Schema &schema, const SchemaNode
     return result;
 }
 
+/** Once a list stands without keys, the path is through all entries of those below as well. */
+void name_places(Path &path)
+{
+    PlaceId place = kRootPlace;
+    bool is_exact = true;
+    for (Path::Step &step : path.steps) {
+        place = place_below(place, *step.node);
+        is_exact = is_exact && !(step.node->is_list() && step.keys.empty());
+        for (const std::string &key : step.keys) {
+            place = is_exact ? place_of_key(place, key) : place;
+        }
+        step.place = place;
+    }
+}
+
 class Reader
 {
 public:
@@ -234,6 +249,7 @@ public:
         if (path.steps.empty()) {
             complain("it names no node");
         }
+        name_places(path);
         return path;
     }
 

@@ -89,6 +89,7 @@ struct SchemaNode : confd_cs_node {
     std::vector<std::uint32_t> key_storage; /**< info.keys points here on a list. */
     std::vector<const SchemaNode *> key_nodes;
     int object_size = 0; /**< Values in the value array of an entry. */
+    std::uint32_t number = 0; /**< Its place among the schema's nodes. */
     /**
      * On a list: what entries are looked up with. libyang finds an entry by the hash of a ready
      * one; making that anew takes several times longer than changing the keys of the last one. Null
@@ -147,6 +148,9 @@ public:
         return node->schema ? of(node->schema) : nullptr;
     }
 
+    /** The node of a number. @throws std::out_of_range */
+    const SchemaNode &node(std::size_t number) const { return *m_nodes.at(number); }
+    std::size_t node_count() const { return m_nodes.size(); }
     /** Name of a tag; null if no node has it. */
     const char *name_of(std::uint32_t tag) const;
     /** In the order in which they are asked: by priority, then as in the model. */
