@@ -110,7 +110,7 @@ void print_reports(const host::Outcome &outcome)
     const host::Style style(false);
     host::print_findings(out, outcome, style);
     host::print_conclusion(out, outcome, style);
-    host::print_explanation(out, outcome, true);
+    host::print_explanation(out, outcome, {true, true});
     require(!out.str().empty(), "an empty report");
     const std::string json = host::print_json(host::json_report(outcome, true), false);
     require(nlohmann::json::accept(json), "a report that is no JSON:\n" + json);

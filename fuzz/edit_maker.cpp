@@ -6,6 +6,7 @@
 #include <array>
 #include <map>
 #include <string_view>
+#include <vector>
 
 namespace fuzz
 {
@@ -32,6 +33,22 @@ const std::map<std::string_view, std::array<const char *, 4>> &fitting_texts()
     return texts;
 }
 
+constexpr const char *kNamespaces =
+    " xmlns=\"urn:olt:gpon:base\" xmlns:yang=\"urn:ietf:params:xml:ns:yang:1\" "
+    "xmlns:nc=\"urn:ietf:params:xml:ns:netconf:base:1.0\"";
+
+/** The keys of a list's entry; nothing of another node. */
+std::string keys_of(const lyd_node *node)
+{
+    std::string xml;
+    for (const lyd_node *key = lyd_child(node); key != nullptr && lysc_is_key(key->schema);
+         key = key->next) {
+        xml += std::string("<") + key->schema->name + ">" + lyd_get_value(key) + "</" +
+               key->schema->name + ">";
+    }
+    return xml;
+}
+
 /** The case of a choice that a node belongs to; null when it belongs to none. */
 const lysc_node *case_of(const lysc_node *node)
 {
@@ -50,13 +67,51 @@ std::string EditMaker::make()
 {
     m_xml.clear();
     for (const SchemaNode *top : m_schema.tops()) {
-        m_xml += "<" + top->name +
-                 " xmlns=\"urn:olt:gpon:base\" xmlns:yang=\"urn:ietf:params:xml:ns:yang:1\" "
-                 "xmlns:nc=\"urn:ietf:params:xml:ns:netconf:base:1.0\">";
+        begin(*top);
         write_children(*top);
         m_xml += "</" + top->name + ">";
     }
     return m_xml;
+}
+
+std::string EditMaker::make_small()
+{
+    m_xml.clear();
+    const SchemaNode &top = *m_schema.tops().front();
+    begin(top);
+    for (std::size_t count = 1 + m_bytes.below(2); count > 0; --count) {
+        write_way_down(top);
+    }
+    m_xml += "</" + top.name + ">";
+    return m_xml;
+}
+
+void EditMaker::begin(const SchemaNode &top)
+{
+    m_xml += "<" + top.name + kNamespaces + ">";
+}
+
+/** Goes down to one of the nodes below, and writes that one with what is in it. */
+void EditMaker::write_way_down(const SchemaNode &node)
+{
+    std::vector<const SchemaNode *> children;
+    for (const auto *child = node.first_child(); child != nullptr; child = child->next_sibling()) {
+        if (!child->is_key()) {
+            children.push_back(child);
+        }
+    }
+    if (children.empty()) {
+        return;
+    }
+    const SchemaNode &child = *m_bytes.pick(children);
+    if (child.first_child() == nullptr || m_bytes.one_in(4)) {
+        write(child);
+        return;
+    }
+    m_xml += "<" + child.name + ">";
+    write_keys(child);
+    write_way_down(child);
+    m_xml += "</" + child.name + ">";
 }
 
 void EditMaker::write_children(const SchemaNode &above)
@@ -77,6 +132,46 @@ void EditMaker::write_children(const SchemaNode &above)
             continue;
         }
         write(*child);
+    }
+}
+
+std::string EditMaker::make_at(const lyd_node *node)
+{
+    m_xml = open_tags(lyd_parent(node));
+    write_change(*engine::Schema::of(node), node);
+    for (const lyd_node *above = lyd_parent(node); above != nullptr; above = lyd_parent(above)) {
+        m_xml += std::string("</") + above->schema->name + ">";
+    }
+    return m_xml;
+}
+
+/** Leads to a node and into it. */
+std::string EditMaker::open_tags(const lyd_node *node)
+{
+    if (node == nullptr) {
+        return {};
+    }
+    const bool is_top = lyd_parent(node) == nullptr;
+    return open_tags(lyd_parent(node)) + "<" + node->schema->name + (is_top ? kNamespaces : "") +
+           ">" + keys_of(node);
+}
+
+void EditMaker::write_change(const SchemaNode &schema, const lyd_node *node)
+{
+    const bool is_top = schema.up() == nullptr;
+    const bool is_deleted = !is_top && !schema.is_leaf_list() && m_bytes.one_in(4);
+    const std::string begin = "<" + schema.name + (is_top ? kNamespaces : "");
+    const std::string end = "</" + schema.name + ">";
+    if (is_deleted) {
+        m_xml += begin + " nc:operation=\"remove\">" + keys_of(node) + end;
+    } else if (schema.is_leaf() || schema.is_leaf_list()) {
+        write_term(schema);
+    } else if (schema.is_list() && m_bytes.one_in(2)) {
+        write_entries(schema);
+    } else {
+        m_xml += begin + ">" + keys_of(node);
+        write_children(schema);
+        m_xml += end;
     }
 }
 
@@ -107,12 +202,17 @@ void EditMaker::write_entries(const SchemaNode &list)
 {
     for (std::size_t count = 1 + m_bytes.below(3); count > 0; --count) {
         m_xml += "<" + list.name + operation(list) + ">";
-        for (const SchemaNode *key : list.key_nodes) {
-            m_xml += "<" + key->name + ">" + value_of(*key, key->type_storage.yang) + "</" +
-                     key->name + ">";
-        }
+        write_keys(list);
         write_children(list);
         m_xml += "</" + list.name + ">";
+    }
+}
+
+void EditMaker::write_keys(const SchemaNode &list)
+{
+    for (const SchemaNode *key : list.key_nodes) {
+        m_xml +=
+            "<" + key->name + ">" + value_of(*key, key->type_storage.yang) + "</" + key->name + ">";
     }
 }
 

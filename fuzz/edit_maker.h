@@ -26,11 +26,20 @@ public:
 
     /** An edit as XML. */
     std::string make();
+    /** An edit of one place, which is more often one that fits. */
+    std::string make_small();
+    /** An edit of one node that is there, which often is allowed. */
+    std::string make_at(const lyd_node *node);
 
 private:
     using SchemaNode = engine::SchemaNode;
 
+    void begin(const SchemaNode &top);
     void write(const SchemaNode &node);
+    void write_way_down(const SchemaNode &node);
+    void write_keys(const SchemaNode &list);
+    void write_change(const SchemaNode &schema, const lyd_node *node);
+    std::string open_tags(const lyd_node *node);
     void write_entries(const SchemaNode &list);
     void write_children(const SchemaNode &above);
     void write_term(const SchemaNode &leaf);

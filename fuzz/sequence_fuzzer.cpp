@@ -92,17 +92,39 @@ host::Outcome check(host::Checker &checker, const std::string &edit, bool all, b
     return checker.check({host::ChangeForm::kEdit, {"edit.xml", edit}}, policy, nobody);
 }
 
+void collect(const lyd_node *node, std::vector<const lyd_node *> &nodes)
+{
+    for (; node != nullptr; node = node->next) {
+        if (!lysc_is_key(node->schema)) {
+            nodes.push_back(node);
+        }
+        collect(lyd_child(node), nodes);
+    }
+}
+
+/** An edit of some node of the card, or now and then of many. */
+std::string make_edit(const engine::Datastore &running, fuzz::ByteReader &bytes)
+{
+    static constexpr std::array<std::size_t, 4> kOneIn{4, 8, 16, 32};
+    fuzz::EditMaker maker(*host::model_schema(), bytes, bytes.pick(kOneIn));
+    std::vector<const lyd_node *> nodes;
+    collect(running.root(), nodes);
+    if (nodes.empty() || bytes.one_in(6)) {
+        return maker.make();
+    }
+    return maker.make_at(nodes[bytes.word() % nodes.size()]);
+}
+
 /** Goes on while there are decisions left. */
 std::vector<Step> make_steps(const fm::Card &card, fuzz::ByteReader &bytes)
 {
-    constexpr std::size_t kMaxSteps = 12;
+    constexpr std::size_t kMaxSteps = 24;
     std::vector<Step> steps;
     auto checker = open(card, test_support::kBaseCard);
     std::string running = checker->running().print(engine::Format::kXml);
     while (!bytes.is_empty() && steps.size() < kMaxSteps) {
-        static constexpr std::array<std::size_t, 4> kOneIn{4, 8, 16, 32};
-        fuzz::EditMaker maker(*host::model_schema(), bytes, bytes.pick(kOneIn));
-        Step step{running, maker.make(), bytes.one_in(2), ""};
+        Step step{running, make_edit(checker->running(), bytes), false, ""};
+        step.all = bytes.one_in(2);
         host::Outcome outcome = check(*checker, step.edit, step.all, true);
         step.report = report_of(outcome);
         steps.push_back(std::move(step));
@@ -110,7 +132,7 @@ std::vector<Step> make_steps(const fm::Card &card, fuzz::ByteReader &bytes)
         ++statistics().results.at(static_cast<std::size_t>(outcome.result()));
         statistics().reused += outcome.reused_count();
         statistics().made += outcome.answered() - outcome.reused_count();
-        if (outcome.result() == host::Result::kAccepted && bytes.one_in(2)) {
+        if (outcome.result() == host::Result::kAccepted && bytes.one_in(4)) {
             ++statistics().commits;
             checker->commit(outcome);
             running = checker->running().print(engine::Format::kXml);
@@ -130,7 +152,7 @@ extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
                                                       "--forget=subtree"};
     for (std::size_t i = 0; *argc > 1 && i < kFaults.size(); ++i) {
         if ((*argv)[1] == kFaults[i]) {
-            engine::ReadLog::instance().forget(static_cast<engine::ReadExtent>(i));
+            engine::ReadLog::instance().forget(static_cast<engine::ReadExtent>(i + 1));
             (*argv)[1] = (*argv)[0];
             ++*argv;
             --*argc;

@@ -31,8 +31,8 @@ _gpon_validate()
     if [ -z "$words" ]; then
         case $command in
         check)
-            words="--running --edit --edits --in-turn --card --plugin --yes --no --all --explain --calls --json
-                --check-running --in-process --timeout --max-size --trace --trace-file --color --help"
+            words="--running --edit --edits --in-turn --card --plugin --yes --no --all --explain --calls --reads --json
+                --check-running --no-reuse --in-process --timeout --max-size --trace --trace-file --color --help"
             if [[ $current != -* ]]; then
                 compopt -o filenames
                 mapfile -t COMPREPLY < <(compgen -f -- "$current")

@@ -260,7 +260,8 @@ std::size_t AnswerStore::merge_runs(Outcome &outcome)
         const Item &item = m_choice->items[i];
         if (item.known != nullptr) {
             outcome.runs.push_back({item.request.point->opaque, item.known->path,
-                                    item.request.cause, item.known->answer, true});
+                                    item.request.cause, item.known->answer, item.request.point,
+                                    true});
         } else if (next != made.end()) {
             keep(*next, item);
             outcome.runs.push_back(std::move(*next++));

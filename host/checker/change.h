@@ -30,6 +30,10 @@ struct Policy {
     bool keep_plugin = false;
     /** Answers of earlier checks are used again where they still hold. */
     bool reuse = false;
+    /** All rules are asked about all their nodes, whether the change calls for it or not. */
+    bool everything = false;
+    /** What the report tells of what the rules read. */
+    engine::ReadLog::Mode reads = engine::ReadLog::Mode::kOff;
 };
 
 } // namespace host

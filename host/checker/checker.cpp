@@ -6,8 +6,8 @@
 #include "checker/running_faults.h"
 #include "checker/unchecked_links.h"
 #include "engine/data/yang_check.h"
-#include "engine/edit/edit.h"
 
+#include <algorithm>
 #include <stdexcept>
 #include <string_view>
 #include <utility>
@@ -23,7 +23,7 @@ const engine::Source kNothing{"empty configuration", ""};
 
 /** Runs a part of the work and adds its time to a phase. */
 template <typename Work>
-auto timed(std::vector<Phase> &phases, const char *name, const Work &work)
+decltype(auto) timed(std::vector<Phase> &phases, const char *name, const Work &work)
 {
     struct Timer {
         std::vector<Phase> &phases;
@@ -63,6 +63,13 @@ void ask_in_process(const Questions &questions, CheckListener &listener, Outcome
     outcome.completed = recorder.has_ended();
 }
 
+void forget_reads(Outcome &outcome)
+{
+    for (RuleRun &run : outcome.runs) {
+        run.answer.reads = {};
+    }
+}
+
 } // namespace
 
 Checker::Checker(const fm::Card &card, std::optional<engine::Source> running, std::string plugin,
@@ -92,6 +99,7 @@ Outcome Checker::check(const Change &change, const Policy &policy, CheckListener
         examine(change, policy, listener, outcome);
     } catch (const std::exception &failure) {
         outcome.problems = problems_of(failure);
+        end_transaction();
     }
     if (outcome.problems.empty() && outcome.result() == Result::kNotChecked) {
         outcome.problems = {{engine::Fault::kInternal, "", 0, "", "the check did not end", ""}};
@@ -120,40 +128,38 @@ Outcome Checker::finish(const Policy &policy, CheckListener &listener)
 
 engine::Transaction &Checker::prepare(const Change &change, std::vector<Phase> &phases)
 {
-    engine::Transaction &transaction = m_framework->begin(make_candidate(change, phases));
+    auto &transaction = timed(
+        phases, "edit", [&]() -> auto & { return begin(change); });
     m_transaction = transaction.handle();
+    timed(phases, "YANG check", [&] { check_yang(change, transaction); });
     return transaction;
 }
 
-Datastore Checker::make_candidate(const Change &change, std::vector<Phase> &phases) const
+engine::Transaction &Checker::begin(const Change &change)
 {
     const Datastore &running = m_framework->running();
-    Datastore candidate = timed(phases, "edit", [&] {
-        switch (change.form) {
-        case ChangeForm::kEdit:
-            return engine::apply_edit(running, change.source);
-        case ChangeForm::kCandidate:
-            return Datastore::parse(running.schema_ptr(), change.source, &running);
-        case ChangeForm::kNone:
-            break;
-        }
-        return running.copy();
-    });
-    timed(phases, "YANG check", [&] { check_candidate(change, candidate); });
-    return candidate;
+    switch (change.form) {
+    case ChangeForm::kEdit:
+        return m_framework->begin(change.source);
+    case ChangeForm::kCandidate:
+        return m_framework->begin(Datastore::parse(running.schema_ptr(), change.source, &running));
+    case ChangeForm::kNone:
+        break;
+    }
+    return m_framework->begin(running.copy());
 }
 
-void Checker::check_candidate(const Change &change, Datastore &candidate) const
+void Checker::check_yang(const Change &change, engine::Transaction &transaction)
 {
+    const bool is_running = change.form == ChangeForm::kNone;
     try {
-        const bool is_running = change.form == ChangeForm::kNone;
-        engine::check_yang(candidate, is_running ? m_running_source : change.source);
+        m_framework->check_yang(transaction, is_running ? m_running_source : change.source);
     } catch (const engine::InputError &failure) {
         if (change.form != ChangeForm::kEdit) {
             throw;
         }
-        engine::add_defaults(candidate); // The check ended before it added all.
-        const auto touched = touched_paths(engine::compare(m_framework->running(), candidate));
+        const auto touched = touched_paths(transaction.changes());
+        end_transaction();
         throw engine::InputError(name_running_faults(failure.problems(), m_framework->running(),
                                                      m_running_source, touched));
     }
@@ -176,14 +182,15 @@ void Checker::ask(const Candidate &candidate, const Policy &policy, CheckListene
     std::vector<engine::Request> requests;
     timed(outcome.phases, "compare", [&] {
         outcome.differs = !transaction.changes().empty();
-        plan.emplace(transaction);
+        plan.emplace(transaction, policy.everything);
         requests =
             policy.reuse ? m_answers.choose(transaction, *plan, policy.all) : plan->all_requests();
         outcome.planned = policy.reuse ? m_answers.planned() : requests.size();
         outcome.unchecked_links = find_unchecked_links(transaction, *plan);
     });
     using Mode = engine::ReadLog::Mode;
-    engine::ReadLog::instance().set_mode(policy.reuse ? Mode::kPlaces : Mode::kOff);
+    engine::ReadLog::instance().set_mode(
+        std::max(policy.reads, policy.reuse ? Mode::kPlaces : Mode::kOff));
     const Questions questions{transaction, requests, m_plugin, policy.all};
     timed(outcome.phases, "rules", [&] {
         if (policy.in_process) {
@@ -193,6 +200,9 @@ void Checker::ask(const Candidate &candidate, const Policy &policy, CheckListene
         }
         if (policy.reuse) {
             m_answers.finish(outcome);
+        }
+        if (policy.reads == Mode::kOff) {
+            forget_reads(outcome);
         }
     });
 }

@@ -63,14 +63,17 @@ public:
      */
     Outcome finish(const Policy &policy, CheckListener &listener);
 
+    /** The committed configuration; from a check of an edit on until the next, or until commit,
+     *  with that edit. */
     const engine::Datastore &running() const { return m_framework->running(); }
     /** What loading took. */
     const std::vector<Phase> &load_phases() const { return m_load_phases; }
 
 private:
+    engine::Transaction &begin(const Change &change);
+    /** Begins a transaction on what the change makes of the running configuration, checked. */
     engine::Transaction &prepare(const Change &change, std::vector<Phase> &phases);
-    engine::Datastore make_candidate(const Change &change, std::vector<Phase> &phases) const;
-    void check_candidate(const Change &change, engine::Datastore &candidate) const;
+    void check_yang(const Change &change, engine::Transaction &transaction);
     void examine(const Change &change, const Policy &policy, CheckListener &listener,
                  Outcome &outcome);
     void ask(const Candidate &candidate, const Policy &policy, CheckListener &listener,

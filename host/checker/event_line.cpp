@@ -144,14 +144,13 @@ void add_number(std::string &line, std::uint64_t number, int base)
 }
 
 // A read is three words: its schema node, its side and extent, its place.
-constexpr unsigned int kExtents = 3;
 constexpr int kHex = 16;
 
 void add_read(std::string &line, const engine::Read &read)
 {
     add_number(line, read.node != nullptr ? read.node->number + 1U : 0, kHex);
     add_number(line,
-               static_cast<unsigned int>(read.side) * kExtents +
+               static_cast<unsigned int>(read.side) * engine::kReadExtents +
                    static_cast<unsigned int>(read.extent),
                kHex);
     add_number(line, read.place, kHex);
@@ -162,12 +161,12 @@ engine::Read take_read(Words &words)
     engine::Read read;
     const auto node = words.number<std::uint32_t>(kHex);
     const auto kind = words.number<unsigned int>(kHex);
-    if (kind >= 2 * kExtents) {
+    if (kind >= 2 * engine::kReadExtents) {
         throw std::runtime_error("the child process sent a malformed event: an unknown read");
     }
     read.node = node != 0 ? &engine::Framework::current().schema().node(node - 1) : nullptr;
-    read.side = static_cast<engine::ReadSide>(kind / kExtents);
-    read.extent = static_cast<engine::ReadExtent>(kind % kExtents);
+    read.side = static_cast<engine::ReadSide>(kind / engine::kReadExtents);
+    read.extent = static_cast<engine::ReadExtent>(kind % engine::kReadExtents);
     read.place = words.number<engine::PlaceId>(kHex);
     return read;
 }

@@ -43,6 +43,7 @@ struct RuleRun {
     std::string path;  /**< Node that it was asked about. */
     std::string cause; /**< Changed node that called for it; empty: it is asked at every commit. */
     engine::Answer answer;
+    const engine::ValidationPoint *point = nullptr;
     bool is_reused = false; /**< The answer is of an earlier check, and still holds. */
 };
 

@@ -38,8 +38,7 @@ Outcome check(const CheckOptions &options, CheckWatcher &watcher)
     // Not before all inputs were read.
     watcher.open_traces();
     Checker checker(inputs.card, std::move(inputs.running), options.plugin, options.check_running);
-    Outcome outcome =
-        checker.check(change, {options.all, options.timeout, options.in_process}, watcher);
+    Outcome outcome = checker.check(change, policy_of(options), watcher);
     // Loading checks the running configuration, which is one phase with the candidate's check.
     auto phases = checker.load_phases();
     for (const auto &phase : outcome.phases) {

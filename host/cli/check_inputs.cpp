@@ -64,6 +64,19 @@ engine::Source read_input(const std::string &path, const CheckOptions &options)
     return engine::read_source(path, {options.max_size, options.timeout});
 }
 
+Policy policy_of(const CheckOptions &options)
+{
+    using Mode = engine::ReadLog::Mode;
+    Policy policy;
+    policy.all = options.all;
+    policy.idle_timeout = options.timeout;
+    policy.in_process = options.in_process;
+    policy.keep_plugin = options.is_series();
+    policy.reuse = options.is_series() && options.reuses();
+    policy.reads = options.reads ? Mode::kPaths : options.explains() ? Mode::kPlaces : Mode::kOff;
+    return policy;
+}
+
 CardInputs read_card(const CheckOptions &options)
 {
     CardInputs inputs{fm::default_card(), std::nullopt};

@@ -1,9 +1,10 @@
 /**
  * @file
- * The files of a check.
+ * What a check works on: files, and how to go about it.
  */
 #pragma once
 
+#include "checker/change.h"
 #include "cli/check_options.h"
 
 #include <fm_host.h>
@@ -17,6 +18,9 @@ namespace host
 
 /** @throws engine::InputError, as all that follows: it cannot be read. */
 engine::Source read_input(const std::string &path, const CheckOptions &options);
+
+/** How these options want the plug-in to be asked. */
+Policy policy_of(const CheckOptions &options);
 
 /** The card and what is committed on it. */
 struct CardInputs {

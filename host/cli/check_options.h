@@ -27,8 +27,10 @@ struct CheckOptions {
     bool all = false;
     bool explain = false;
     bool calls = false;
+    bool reads = false;
     bool json = false;
     bool check_running = false; /**< Against the data model; otherwise it is trusted. */
+    bool no_reuse = false;      /**< Answers to one edit are not used for the next. */
     bool in_process = false;
     std::chrono::seconds timeout{60}; /**< For one rule, and for a silent input; 0: none. */
     std::size_t max_size = engine::ReadLimits().max_bytes; /**< Of each input, in bytes. */
@@ -36,6 +38,9 @@ struct CheckOptions {
     std::string trace_file; /**< Empty: stderr. */
     ColorChoice color = ColorChoice::kAuto;
 
+    bool explains() const { return explain || calls || reads; }
+    /** Whether answers are used again: who wants to see what the plug-in does sees it all. */
+    bool reuses() const { return !no_reuse && !calls && !trace_level; }
     /** Whether there is a report for each of several edits, however many there are in the end. */
     bool is_series() const { return edits.size() > 1 || !edits_from.empty() || in_turn; }
 };

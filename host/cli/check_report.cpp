@@ -16,7 +16,7 @@ namespace
 void report_as_json(const Outcome &outcome, const CheckOptions &options, const Console &console)
 {
     // Whoever reads JSON is no operator: the answer is given beforehand or not at all.
-    const auto json = json_report(outcome, options.explain || options.calls);
+    const auto json = json_report(outcome, options.explains());
     console.out << (options.is_series() ? print_json_line(json, console.out_is_terminal)
                                         : print_json(json, console.out_is_terminal));
 }
@@ -36,8 +36,8 @@ void report_as_text(Outcome &outcome, const CheckOptions &options, const Console
         outcome.confirmation.answer = console.ask();
     }
     print_conclusion(console.out, outcome, style);
-    if (options.explain || options.calls) {
-        print_explanation(console.out, outcome, options.calls);
+    if (options.explains()) {
+        print_explanation(console.out, outcome, {options.calls, options.reads});
     }
 }
 

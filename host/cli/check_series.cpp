@@ -26,8 +26,7 @@ class Series
 {
 public:
     Series(const CheckOptions &options, const Console &console)
-        : m_options(options),
-          m_console(console), m_policy{options.all, options.timeout, options.in_process, true},
+        : m_options(options), m_console(console), m_policy(policy_of(options)),
           m_watcher(options, console)
     {
     }

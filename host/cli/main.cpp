@@ -32,9 +32,9 @@ void use_large_pages()
     mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
     char *heap = static_cast<char *>(std::malloc(kHeap));
     const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
-    char *begin = heap + (page - reinterpret_cast<std::uintptr_t>(heap) % page);
     const char *end = static_cast<char *>(sbrk(0));
-    if (heap != nullptr && begin < end) { // It is not that of another allocator.
+    if (heap != nullptr && heap < end) { // It is not that of another allocator.
+        char *begin = heap + (page - reinterpret_cast<std::uintptr_t>(heap) % page);
         madvise(begin, static_cast<std::size_t>(end - begin), MADV_HUGEPAGE);
     }
     std::free(heap);

@@ -1,6 +1,7 @@
 #include "cli/program.h"
 
 #include "checker/outcome.h"
+#include "cli/audit_command.h"
 #include "cli/check_command.h"
 #include "cli/generate_command.h"
 #include "cli/points_command.h"
@@ -39,6 +40,16 @@ constexpr const char *kCheckExamples =
     "  find changes -name '*.xml' | gpon-validate check --running running.xml --edits - --json\n"
     "\n";
 
+constexpr const char *kAuditExamples =
+    "All rules are asked about all their nodes, in RUNNING and after each EDIT. What a rule was "
+    "seen "
+    "to read\nmust be covered by its dependencies in the data model. Exit code 1: it is not, or a "
+    "dependency was never\nread, and no reason is known.\n"
+    "\n"
+    "Examples:\n"
+    "  gpon-validate audit --running running.xml\n"
+    "  gpon-validate audit --running running.xml --edit change.xml --json";
+
 constexpr const char *kPointsExamples = "Examples:\n"
                                         "  gpon-validate points\n"
                                         "  gpon-validate points onu_bw_check --json";
@@ -50,6 +61,7 @@ constexpr const char *kGenerateExamples =
 
 struct Commands {
     CheckOptions check;
+    CheckOptions audit;
     PointsOptions points;
     GenerateOptions generate;
 };
@@ -123,6 +135,19 @@ CLI::Option *add_choice(CLI::App &app, const std::string &name, const Choices &c
     return app.add_option_function<std::string>(name, read, description);
 }
 
+void add_card(CLI::App &app, CheckOptions &options)
+{
+    app.add_option("--card", options.card,
+                   "Capabilities of the card, JSON (if not given: bandwidth check on, 8 PON links "
+                   "of 128 ONUs)")
+        ->type_name("CARD")
+        ->check(file_name());
+    app.add_option("--plugin", options.plugin,
+                   "Plug-in to ask, instead of the card's own next to this program")
+        ->type_name("PATH")
+        ->check(file_name());
+}
+
 void add_check_inputs(CLI::App &app, CheckOptions &options)
 {
     app.add_option("--running", options.running, "Committed configuration, XML or JSON")
@@ -149,15 +174,7 @@ void add_check_inputs(CLI::App &app, CheckOptions &options)
         ->check(file_name())
         ->excludes(edit)
         ->excludes(edits);
-    app.add_option("--card", options.card,
-                   "Capabilities of the card, JSON (if not given: bandwidth check on, 8 PON links "
-                   "of 128 ONUs)")
-        ->type_name("CARD")
-        ->check(file_name());
-    app.add_option("--plugin", options.plugin,
-                   "Plug-in to ask, instead of the card's own next to this program")
-        ->type_name("PATH")
-        ->check(file_name());
+    add_card(app, options);
 }
 
 void add_check_switches(CLI::App &app, CheckOptions &options)
@@ -171,11 +188,16 @@ void add_check_switches(CLI::App &app, CheckOptions &options)
     app.add_flag("--explain", options.explain,
                  "Show which rules ran, why, and how long everything took");
     app.add_flag("--calls", options.calls, "As --explain, with each rule's client calls by name");
+    app.add_flag("--reads", options.reads,
+                 "As --explain, with each place of the configuration that a rule read");
     app.add_flag("--json", options.json,
                  "Print the report as JSON, of several edits each on a line, and ask nothing");
     app.add_flag("--check-running", options.check_running,
                  "Check the running configuration against the data model as well: without this "
                  "it is trusted, and only what the change makes of it is checked");
+    app.add_flag("--no-reuse", options.no_reuse,
+                 "Of several edits, ask the plug-in everything for each: without this, answers are "
+                 "used again as long as nothing has changed that they depend on");
     app.add_flag("--in-process", options.in_process,
                  "Ask the plug-in in this very process, for debuggers: no --timeout, and whatever "
                  "kills it kills this program");
@@ -219,6 +241,24 @@ void add_check(CLI::App &program, CheckOptions &options)
     add_check_inputs(*app, options);
     add_check_switches(*app, options);
     add_check_limits(*app, options);
+}
+
+void add_audit(CLI::App &program, CheckOptions &options)
+{
+    auto *app = program.add_subcommand(
+        "audit", "Compare what the rules read with their dependencies in the data model");
+    app->footer(kAuditExamples);
+    app->add_option("--running", options.running, "Configuration to ask about, XML or JSON")
+        ->type_name("RUNNING")
+        ->required()
+        ->check(file_name());
+    app->add_option("--edit", options.edits,
+                    "Change to ask about as well; may be given several times")
+        ->type_name("EDIT")
+        ->check(file_name())
+        ->allow_extra_args(false);
+    add_card(*app, options);
+    app->add_flag("--json", options.json, "Print JSON");
 }
 
 void add_points(CLI::App &program, PointsOptions &options)
@@ -277,8 +317,11 @@ int run_command(CLI::App &app, const Commands &commands, const Console &console)
     if (app.got_subcommand("generate")) {
         return run_generate(commands.generate, console);
     }
+    if (app.got_subcommand("audit")) {
+        return run_audit(commands.audit, console);
+    }
     if (!app.got_subcommand("check")) {
-        throw CLI::RequiredError("A command: check, points or generate");
+        throw CLI::RequiredError("A command: check, audit, points or generate");
     }
     const bool has_edits = !check.edits.empty() || !check.edits_from.empty();
     if (check.running.empty() && !has_edits && check.candidate.empty()) {
@@ -299,6 +342,7 @@ int parse_and_run(int argc, const char *const *argv, const Console &console)
     app.footer(std::string(kProgramExamples) + "\n\n" + kExitCodes);
     app.require_subcommand(0, 1);
     add_check(app, commands.check);
+    add_audit(app, commands.audit);
     add_points(app, commands.points);
     add_generate(app, commands.generate);
     try {

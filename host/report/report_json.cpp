@@ -1,5 +1,6 @@
 #include "report/report_json.h"
 
+#include "report/report_reads.h"
 #include "report/report_text.h"
 
 namespace host
@@ -135,7 +136,8 @@ Json explanation(const Outcome &outcome)
                          {"requests", summary.instances},
                          {"verdict", word_for(summary.verdict)},
                          {"calls", summary.calls},
-                         {"time-us", microseconds(summary.time)}});
+                         {"time-us", microseconds(summary.time)},
+                         {"reads", json_reads(outcome, summary.rule)}});
     }
     Json phases = Json::array();
     for (const auto &phase : outcome.phases) {
@@ -143,6 +145,7 @@ Json explanation(const Outcome &outcome)
     }
     return {{"planned", outcome.planned},
             {"requests", requests(outcome)},
+            {"reused", outcome.reused_count()},
             {"rules", rules},
             {"phases", phases}};
 }

@@ -10,7 +10,7 @@ using CommandLine = ProgramTest;
 TEST_F(CommandLine, IsRefusedWithExitCode3)
 {
     const std::pair<std::vector<std::string>, const char *> refusals[] = {
-        {{}, "A command: check, points or generate is required"},
+        {{}, "A command: check, audit, points or generate is required"},
         {{"chekc"}, "The following argument was not expected: chekc"},
         {{"check", "--runing", "a"}, "--runing"},
         {{"check"}, "A configuration"},

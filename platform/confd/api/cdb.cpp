@@ -38,7 +38,7 @@ int cdb_num_instances(int sock, const char *fmt, ...)
     va_start(args, fmt);
     const int result = api::guarded("cdb_num_instances", CONFD_ERR, [&] {
         const auto view = api::committed_of(sock);
-        return api::count_entries(api::find_list(view, *view.path(fmt, args)));
+        return api::count_entries(view, *view.path(fmt, args));
     });
     va_end(args);
     return result;

@@ -11,8 +11,8 @@
 namespace api
 {
 
-ListCursor::ListCursor(const ListPlace &place)
-    : m_list(place.list), m_place(place.place), m_next(place.first)
+ListCursor::ListCursor(const ListPlace &place, const lyd_node *first)
+    : m_list(place.list), m_place(place.place), m_next(first)
 {
     ++engine::Hooks::instance().held.cursors;
 }

@@ -21,7 +21,8 @@ namespace api
 class ListCursor : public engine::TransactionResource
 {
 public:
-    explicit ListCursor(const ListPlace &place);
+    /** @param first  Entry that comes first; null when there is none. */
+    ListCursor(const ListPlace &place, const lyd_node *first);
     ~ListCursor() override;
     ListCursor(const ListCursor &) = delete;
     ListCursor &operator=(const ListCursor &) = delete;

@@ -25,7 +25,9 @@ void open(maapi_cursor &cursor, const char *format, va_list args)
     auto &transaction = api::transaction_of(cursor.sock, cursor.th);
     const auto view = api::candidate_of(transaction);
     const auto place = api::find_list(view, *view.path(format, args));
-    const int number = transaction.add_resource(std::make_unique<api::ListCursor>(place));
+    const lyd_node *first =
+        place.exists ? engine::first_instance(view.tree.root(), place.parent, place.list) : nullptr;
+    const int number = transaction.add_resource(std::make_unique<api::ListCursor>(place, first));
     // A number, not an address: a stale cursor is told from a living one.
     // NOLINTNEXTLINE(performance-no-int-to-ptr)
     cursor.internal = reinterpret_cast<void *>(static_cast<std::intptr_t>(number));

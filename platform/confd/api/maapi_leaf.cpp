@@ -53,7 +53,7 @@ int maapi_num_instances(int sock, int th, const char *fmt, ...)
     va_start(args, fmt);
     const int result = api::guarded("maapi_num_instances", CONFD_ERR, [&] {
         const auto view = api::candidate_of(sock, th);
-        return api::count_entries(api::find_list(view, *view.path(fmt, args)));
+        return api::count_entries(view, *view.path(fmt, args));
     });
     va_end(args);
     return result;

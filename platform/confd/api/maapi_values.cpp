@@ -125,10 +125,10 @@ Place find_base(const api::View &view, const engine::Path &path)
     if (!schema.is_container() && !schema.is_list()) {
         throw Error(CONFD_ERR_BADTYPE, path.text() + " is not a container or list entry");
     }
-    if (!api::exists(view, path)) {
+    if (!api::exists(view, path, engine::ReadExtent::kAbove)) {
         api::fail_absent(view, path);
     }
-    return {&schema, engine::find_node(view.root(), path, view.index), path.steps.back().place};
+    return {&schema, view.find_node(path), path.steps.back().place};
 }
 
 void get_values(const api::View &view, const engine::Path &path, confd_tag_value_t *values, int n)

@@ -15,7 +15,8 @@ extern "C" int maapi_xpath_eval_expr(int sock, int th, const char *expr, char **
     va_list args;
     va_start(args, fmtpath);
     const int result = api::guarded("maapi_xpath_eval_expr", CONFD_ERR, [&] {
-        const auto view = api::candidate_of(sock, th);
+        const auto &transaction = api::transaction_of(sock, th);
+        const auto view = api::candidate_of(transaction);
         const lyd_node *context = nullptr;
         engine::SelectionPlace place;
         if (fmtpath != nullptr) {
@@ -27,7 +28,7 @@ extern "C" int maapi_xpath_eval_expr(int sock, int th, const char *expr, char **
             engine::note_evaluation(view.tree.schema(), context != nullptr ? &place : nullptr,
                                     expr);
         }
-        const std::string text = engine::evaluate(view.tree, context, expr);
+        const std::string text = engine::evaluate(transaction.candidate(), context, expr);
         if (trace != nullptr) {
             std::string line = std::string(expr) + " = " + text;
             trace(line.data());

@@ -55,10 +55,10 @@ bool is_before(const SortKeys &a, const SortKeys &b)
 
 Query::Query(const engine::Transaction &transaction, QueryRequest request)
     : m_tree(transaction.candidate()), m_request(std::move(request)),
-      m_nodes(engine::select_nodes(m_tree, m_request.context, m_request.expression)),
       m_next(static_cast<std::size_t>(m_request.initial_offset) - 1)
 {
-    note();
+    note(); // A failure depends on it as well.
+    m_nodes = engine::select_nodes(m_tree, m_request.context, m_request.expression);
     for (auto *selectors : {&m_request.selects, &m_request.sorts}) {
         std::for_each(selectors->begin(), selectors->end(),
                       [this](Selector &selector) { selector.prepare(m_nodes); });

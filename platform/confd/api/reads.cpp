@@ -12,6 +12,7 @@ namespace api
 using engine::Error;
 using engine::Path;
 using engine::SchemaNode;
+using engine::TreeView;
 
 namespace
 {
@@ -79,9 +80,9 @@ bool may_hold(const confd_type &type, confd_vtype wanted)
  * Whether a plain container exists that is, or stands in, a case of a choice is decided by what
  * was chosen: by anything next to it.
  */
-void note_existence(const View &view, const Path &path)
+void note_existence(const View &view, const Path &path, engine::ReadExtent extent)
 {
-    view.note(path, engine::ReadExtent::kNode);
+    view.note(path, extent);
     const auto step = std::find_if(path.steps.begin(), path.steps.end(), is_in_case);
     auto &log = engine::ReadLog::instance();
     if (!log.is_on() || step == path.steps.end() || !path.schema()->is_container()) {
@@ -97,21 +98,21 @@ void note_existence(const View &view, const Path &path)
 
 } // namespace
 
-bool exists(const View &view, const Path &path)
+bool exists(const View &view, const Path &path, engine::ReadExtent extent)
 {
     const SchemaNode &node = *path.schema();
     if (node.is_list() && path.steps.back().keys.empty()) {
         throw Error(CONFD_ERR_BADPATH,
                     "bad path " + path.text() + ": a list without keys neither exists nor not");
     }
-    note_existence(view, path);
-    if (engine::find_node(view.root(), path, view.index) != nullptr) {
+    note_existence(view, path, extent);
+    if (view.find_node(path) != nullptr) {
         return true;
     }
     // What a choice has not chosen does not exist; other plain containers need no node in the tree.
     return node.is_container() && !node.is_presence() &&
            std::none_of(path.steps.begin(), path.steps.end(), is_in_case) &&
-           engine::missing_above(view.root(), path, view.index).empty();
+           view.missing_above(path).empty();
 }
 
 ListPlace find_list(const View &view, const Path &path)
@@ -123,25 +124,18 @@ ListPlace find_list(const View &view, const Path &path)
                                                            : ": " + list.name + " is not a list"));
     }
     view.note(path, engine::ReadExtent::kNode);
-    const lyd_node *parent = engine::find_parent(view.root(), path, view.index);
+    const lyd_node *parent = view.find_parent(path);
     const bool is_top = path.steps.size() == 1;
-    if (parent == nullptr && !is_top &&
-        !engine::missing_above(view.root(), path, view.index).empty()) {
+    if (parent == nullptr && !is_top && !view.missing_above(path).empty()) {
         fail_absent(view, path);
     }
-    const bool has_place = parent != nullptr || is_top;
-    return {list, path.steps.back().place,
-            has_place ? engine::first_instance(view.root(), parent, list) : nullptr};
+    return {list, path.steps.back().place, parent, parent != nullptr || is_top};
 }
 
-int count_entries(const ListPlace &place)
+int count_entries(const View &view, const Path &path)
 {
-    int count = 0;
-    for (const lyd_node *entry = place.first; entry != nullptr;
-         entry = engine::next_instance(entry)) {
-        ++count;
-    }
-    return count;
+    const ListPlace place = find_list(view, path);
+    return place.exists ? static_cast<int>(view.tree.count(place.parent, place.list)) : 0;
 }
 
 const lyd_node *find_leaf(const View &view, const Path &path)
@@ -151,7 +145,7 @@ const lyd_node *find_leaf(const View &view, const Path &path)
         throw Error(CONFD_ERR_BADTYPE, path.text() + " holds no value");
     }
     view.note(path, engine::ReadExtent::kNode);
-    const lyd_node *leaf = engine::find_node(view.root(), path, view.index);
+    const lyd_node *leaf = view.find_node(path);
     if (leaf == nullptr) {
         fail_absent(view, path);
     }
@@ -183,7 +177,7 @@ confd_value_t read_leaf(const View &view, const Path &path, confd_vtype type)
 const lyd_node *find_context(const View &view, const Path &path)
 {
     const lyd_node *node =
-        exists(view, path) ? engine::find_node(view.root(), path, view.index) : nullptr;
+        exists(view, path, engine::ReadExtent::kAbove) ? view.find_node(path) : nullptr;
     if (node == nullptr) {
         fail_absent(view, path);
     }
@@ -192,7 +186,7 @@ const lyd_node *find_context(const View &view, const Path &path)
 
 void fail_absent(const View &view, const Path &path)
 {
-    const std::string missing = engine::missing_above(view.root(), path, view.index);
+    const std::string missing = view.missing_above(path);
     throw Error(CONFD_ERR_NOEXISTS, missing.empty() ? path.text() + " is not set"
                                                     : path.text() + ": there is no " + missing);
 }

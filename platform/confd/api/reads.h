@@ -11,15 +11,18 @@ namespace api
 
 /**
  * Whether a node exists. A plain container does where the nodes above it do.
+ * @param extent  How much of it the caller depends on.
  * @throws engine::Error  CONFD_ERR_BADPATH: a list without keys.
  */
-bool exists(const View &view, const engine::Path &path);
+bool exists(const View &view, const engine::Path &path,
+            engine::ReadExtent extent = engine::ReadExtent::kNode);
 
 /** A list without keys, by the node above it. */
 struct ListPlace {
     const engine::SchemaNode &list;
-    engine::PlaceId place; /**< Of all entries. */
-    const lyd_node *first; /**< Null when it has no entries. */
+    engine::PlaceId place;  /**< Of all entries. */
+    const lyd_node *parent; /**< Null: the list is at the top, or nowhere. */
+    bool exists;            /**< Whether the node above is there. */
 };
 
 /**
@@ -28,7 +31,8 @@ struct ListPlace {
  */
 ListPlace find_list(const View &view, const engine::Path &path);
 
-int count_entries(const ListPlace &place);
+/** Entries of a list. @throws As find_list. */
+int count_entries(const View &view, const engine::Path &path);
 
 /**
  * Finds a leaf, or the first entry of a leaf-list.

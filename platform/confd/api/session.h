@@ -24,15 +24,30 @@ inline engine::Transaction &transaction_of(int sock, int th)
 
 /** A configuration as a call reads it. */
 struct View {
-    const engine::Datastore &tree;
-    engine::EntryIndex *index; /**< Null: libyang looks for entries. */
+    engine::TreeView tree;
+    engine::EntryIndex *index; /**< Of a tree that is read as it is; null: libyang looks. */
     engine::ReadSide side;
 
-    const lyd_node *root() const { return tree.root(); }
     /** The path of a call that reads this configuration. */
     engine::SharedPath path(const char *format, va_list args) const
     {
         return engine::read_path(tree.schema(), format, args);
+    }
+    /** As engine::find_node, find_parent and missing_above. */
+    const lyd_node *find_node(const engine::Path &path) const
+    {
+        return index != nullptr ? engine::find_node(tree.root(), path, index)
+                                : tree.find_node(path);
+    }
+    const lyd_node *find_parent(const engine::Path &path) const
+    {
+        return index != nullptr ? engine::find_parent(tree.root(), path, index)
+                                : tree.find_parent(path);
+    }
+    std::string missing_above(const engine::Path &path) const
+    {
+        return index != nullptr ? engine::missing_above(tree.root(), path, index)
+                                : tree.missing_above(path);
     }
     /** Tells that the call depends on what stands there. */
     void note(const engine::Path &path, engine::ReadExtent extent) const
@@ -61,7 +76,7 @@ inline View committed_of(int sock)
 {
     auto &framework = engine::Framework::current();
     framework.require_socket(sock, engine::SocketKind::kCdb);
-    return {framework.running(), nullptr, engine::ReadSide::kCommitted};
+    return {framework.committed(), nullptr, engine::ReadSide::kCommitted};
 }
 
 } // namespace api

@@ -5,8 +5,8 @@
 #pragma once
 
 #include "engine/data/datastore.h"
+#include "engine/data/undo_log.h"
 
-#include <memory>
 #include <vector>
 
 namespace engine
@@ -43,5 +43,11 @@ struct Change {
 
 /** Compares two checked configurations; linear in their size. */
 std::vector<Change> compare(const Datastore &committed, const Datastore &candidate);
+
+/**
+ * What a change in place amounts to: the same that comparing copies of the configuration would
+ * tell. Takes as long as what came and went is large. A node that is in both is the same one.
+ */
+std::vector<Change> changes_of(const UndoLog &log);
 
 } // namespace engine

@@ -8,6 +8,7 @@
 #include "engine/data/text_length.h"
 
 #include <cstdlib>
+#include <optional>
 #include <stdexcept>
 #include <utility>
 
@@ -112,7 +113,8 @@ std::string Datastore::print(Format format) const
 void Datastore::normalise(const Datastore *committed)
 {
     order_by_keys(m_root);
-    encrypt_leaves(m_root, committed != nullptr ? committed->root() : nullptr);
+    const auto view = committed != nullptr ? std::optional<TreeView>(*committed) : std::nullopt;
+    encrypt_leaves(m_root, view ? &*view : nullptr);
 }
 
 } // namespace engine

@@ -46,7 +46,7 @@ public:
     std::string print(Format format) const;
 
 private:
-    friend class EditApplier;
+    friend class UndoLog;
     friend void check_yang(Datastore &tree, const Source &source);
     friend void add_defaults(Datastore &tree);
     void normalise(const Datastore *committed); /**< Key order and encryption. */

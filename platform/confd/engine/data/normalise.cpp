@@ -14,33 +14,6 @@ namespace engine
 namespace
 {
 
-bool is_system_ordered(const lyd_node *node)
-{
-    const auto *schema = node->schema;
-    return schema != nullptr && (schema->nodetype & (LYS_LIST | LYS_LEAFLIST)) != 0 &&
-           (schema->flags & LYS_ORDBY_USER) == 0;
-}
-
-/** Whether entry `a` stands before entry `b` of the same list. */
-bool is_before(const lyd_node *a, const lyd_node *b)
-{
-    if (a->schema->nodetype == LYS_LEAFLIST) {
-        return compare_terms(a, b) < 0;
-    }
-    const auto *key_a = lyd_child(a);
-    const auto *key_b = lyd_child(b);
-    // libyang keeps an entry's keys in front, in the schema's order.
-    while (key_a != nullptr && key_b != nullptr && lysc_is_key(key_a->schema)) {
-        const int order = compare_terms(key_a, key_b);
-        if (order != 0) {
-            return order < 0;
-        }
-        key_a = key_a->next;
-        key_b = key_b->next;
-    }
-    return false;
-}
-
 /** Entries of one list stand together: the last one of those that begin with `first`. */
 lyd_node *last_entry(lyd_node *first)
 {
@@ -94,36 +67,18 @@ void visit_all(lyd_node *siblings, const Visit &visit)
     }
 }
 
-/** The node of the same path in another tree; null if it is not there. */
-const lyd_node *counterpart(const lyd_node *other_root, const lyd_node *node)
-{
-    const auto *siblings = other_root;
-    if (const auto *parent = lyd_parent(node); parent != nullptr) {
-        const auto *other_parent = counterpart(other_root, parent);
-        siblings = other_parent != nullptr ? lyd_child(other_parent) : nullptr;
-    }
-    lyd_node *found = nullptr;
-    if (siblings != nullptr) {
-        const bool by_keys = (node->schema->nodetype & (LYS_LIST | LYS_LEAFLIST)) != 0;
-        // Not to be found is no error here: `found` stays null.
-        by_keys ? lyd_find_sibling_first(siblings, node, &found)
-                : lyd_find_sibling_val(siblings, node->schema, nullptr, 0, &found);
-    }
-    return found;
-}
-
 /** A new initial vector would make an unchanged password look changed. */
 std::string stored_form(const lyd_node *leaf, std::string_view clear_text,
-                        const lyd_node *committed)
+                        const TreeView *committed)
 {
-    const auto *before = committed != nullptr ? counterpart(committed, leaf) : nullptr;
+    const auto *before = committed != nullptr ? committed->counterpart(leaf) : nullptr;
     if (before != nullptr && decrypt(lyd_get_value(before)) == clear_text) {
         return lyd_get_value(before);
     }
     return encrypt(clear_text);
 }
 
-void encrypt_leaf(lyd_node *leaf, const lyd_node *committed)
+void encrypt_leaf(lyd_node *leaf, const TreeView *committed)
 {
     constexpr std::string_view kClearTextPrefix = "$0$";
     const std::string_view entered = lyd_get_value(leaf);
@@ -137,6 +92,32 @@ void encrypt_leaf(lyd_node *leaf, const lyd_node *committed)
 }
 
 } // namespace
+
+bool is_system_ordered(const lyd_node *node)
+{
+    const auto *schema = node->schema;
+    return schema != nullptr && (schema->nodetype & (LYS_LIST | LYS_LEAFLIST)) != 0 &&
+           (schema->flags & LYS_ORDBY_USER) == 0;
+}
+
+bool is_before(const lyd_node *a, const lyd_node *b)
+{
+    if (a->schema->nodetype == LYS_LEAFLIST) {
+        return compare_terms(a, b) < 0;
+    }
+    const auto *key_a = lyd_child(a);
+    const auto *key_b = lyd_child(b);
+    // libyang keeps an entry's keys in front, in the schema's order.
+    while (key_a != nullptr && key_b != nullptr && lysc_is_key(key_a->schema)) {
+        const int order = compare_terms(key_a, key_b);
+        if (order != 0) {
+            return order < 0;
+        }
+        key_a = key_a->next;
+        key_b = key_b->next;
+    }
+    return false;
+}
 
 void order_siblings(lyd_node *&first)
 {
@@ -165,12 +146,12 @@ void order_by_keys(lyd_node *&root)
     }
 }
 
-void encrypt_leaves(lyd_node *root, const lyd_node *committed)
+void encrypt_leaves(lyd_node *root, const TreeView *committed)
 {
     visit_all(root, [committed](lyd_node *node) { encrypt_if_clear(node, committed); });
 }
 
-void encrypt_if_clear(lyd_node *node, const lyd_node *committed)
+void encrypt_if_clear(lyd_node *node, const TreeView *committed)
 {
     const auto *schema = Schema::of(node);
     if (schema != nullptr && schema->type_storage.encrypted) {

@@ -4,7 +4,7 @@
  */
 #pragma once
 
-#include "engine/schema/yang.h"
+#include "engine/data/tree_view.h"
 
 namespace engine
 {
@@ -19,14 +19,19 @@ void order_by_keys(lyd_node *&root);
 /** The same for one level. @param first  First of the siblings; follows likewise. */
 void order_siblings(lyd_node *&first);
 
+/** Whether the node is an entry whose place its keys decide. */
+bool is_system_ordered(const lyd_node *node);
+
+/** Whether entry `a` stands before entry `b` of the same list, by their keys. */
+bool is_before(const lyd_node *a, const lyd_node *b);
+
 /**
  * Stores encrypted leaves that were entered as clear text ($0$) encrypted.
- * @param committed  First top-level node of the committed configuration: where it holds the same
- * clear text at the same place, its cipher text is kept. May be null.
+ * @param committed  Where it holds the same clear text at the same place, its cipher text is kept.
  */
-void encrypt_leaves(lyd_node *root, const lyd_node *committed);
+void encrypt_leaves(lyd_node *root, const TreeView *committed);
 
 /** The same for one node, which may be any. */
-void encrypt_if_clear(lyd_node *node, const lyd_node *committed);
+void encrypt_if_clear(lyd_node *node, const TreeView *committed);
 
 } // namespace engine

@@ -83,9 +83,14 @@ std::string text_of_steps(const Path &path, std::size_t count)
     return text;
 }
 
+} // namespace
+
 std::vector<std::string> key_texts(const lyd_node *entry)
 {
     std::vector<std::string> keys;
+    if (entry->schema->nodetype == LYS_LEAFLIST) {
+        keys.emplace_back(lyd_get_value(entry));
+    }
     for (const lyd_node *key = lyd_child(entry); key != nullptr && lysc_is_key(key->schema);
          key = key->next) {
         keys.emplace_back(lyd_get_value(key));
@@ -93,7 +98,10 @@ std::vector<std::string> key_texts(const lyd_node *entry)
     return keys;
 }
 
-} // namespace
+const lyd_node *find_child(const lyd_node *siblings, const Path::Step &step)
+{
+    return step.node->is_list() ? find_entry(siblings, step) : first_among(siblings, *step.node);
+}
 
 std::string Path::text() const
 {

@@ -49,6 +49,9 @@ const lyd_node *find_entry(const lyd_node *siblings, const Path::Step &step);
  */
 std::string missing_above(const lyd_node *root, const Path &path, EntryIndex *index = nullptr);
 
+/** Finds a node among siblings, by its schema node and keys; a list without keys is not found. */
+const lyd_node *find_child(const lyd_node *siblings, const Path::Step &step);
+
 /** First entry of a list or leaf-list below a node (null: at the top); null when there is none. */
 const lyd_node *first_instance(const lyd_node *root, const lyd_node *parent,
                                const SchemaNode &list);
@@ -59,6 +62,9 @@ const lyd_node *next_instance(const lyd_node *entry);
 /** Brace notation. */
 std::string path_text(const lyd_node *node);
 std::string list_path_text(const lyd_node *parent, const SchemaNode &list);
+
+/** Keys of a list entry, the value of a leaf-list's; nothing for other nodes. */
+std::vector<std::string> key_texts(const lyd_node *entry);
 
 /** Keys as they stand in a path, such as {1 1 3}; empty when there are none. */
 std::string braces(const std::vector<std::string> &keys);

@@ -1,5 +1,6 @@
 #include "engine/edit/edit.h"
 
+#include "engine/data/entries.h"
 #include "engine/data/normalise.h"
 #include "engine/data/path.h"
 #include "engine/data/problems.h"
@@ -10,29 +11,32 @@
 #include <cstring>
 #include <map>
 #include <set>
-#include <stdexcept>
 #include <string_view>
 
 namespace engine
 {
 
-/** Carries out an edit on a copy of the configuration. Gathers what does not fit and goes on. */
+/** Carries out an edit on a tree. Gathers what does not fit and goes on. */
 class EditApplier
 {
 public:
-    EditApplier(const Datastore &running, const Source &source)
-        : m_running(running), m_candidate(running.copy()), m_source(source)
+    EditApplier(UndoLog &log, const Source &source)
+        : m_log(log), m_tree(log.tree()), m_source(source)
     {
     }
 
-    Datastore apply(const EditTree &edit)
+    /** @throws InputError  The tree is in between: the log can undo that. */
+    void apply(const EditTree &edit)
     {
         apply_siblings(edit.root.get(), nullptr, edit.default_operation);
         if (!m_problems.empty()) {
             throw InputError(std::move(m_problems));
         }
-        normalise_siblings(edit.root.get(), nullptr);
-        return std::move(m_candidate);
+        if (!m_tree.schema().has_when()) {
+            m_log.add_defaults();
+        }
+        m_log.order();
+        encrypt_siblings(edit.root.get(), nullptr);
     }
 
 private:
@@ -40,14 +44,14 @@ private:
     void apply_node(const lyd_node *node, lyd_node *parent, Operation operation);
     void apply_inner(const lyd_node *node, lyd_node *parent, lyd_node *target, Operation operation);
     void apply_value(const lyd_node *node, lyd_node *parent, lyd_node *target);
-    void normalise_siblings(const lyd_node *first, lyd_node *parent);
+    void encrypt_siblings(const lyd_node *first, lyd_node *parent);
     void refuse_duplicates(const lyd_node *first);
     void refuse_two_cases(const lyd_node *first, Operation inherited);
     void refuse_key_deletion(const lyd_node *entry);
 
     lyd_node *find(const lyd_node *node, const lyd_node *parent) const;
     lyd_node *insert_copy(const lyd_node *node, lyd_node *parent);
-    void remove(lyd_node *node);
+    void remove(lyd_node *node) { m_log.remove(node); }
     void remove_other_cases(const lyd_node *node);
     void remove_case(const lysc_node *unselected, const lyd_node *parent);
 
@@ -63,11 +67,11 @@ private:
     void add_duplicate(const lyd_node *node, const std::string &hint);
     lyd_node *siblings_below(const lyd_node *parent) const
     {
-        return parent != nullptr ? lyd_child(parent) : m_candidate.root();
+        return parent != nullptr ? lyd_child(parent) : m_tree.root();
     }
 
-    const Datastore &m_running;
-    Datastore m_candidate;
+    UndoLog &m_log;
+    const Datastore &m_tree;
     const Source &m_source;
     std::vector<Problem> m_problems;
 };
@@ -103,13 +107,6 @@ const char *metadata(const lyd_node *node, const char *name)
 {
     const auto *meta = lyd_find_meta(node->meta, nullptr, name);
     return meta != nullptr ? lyd_get_meta_value(meta) : nullptr;
-}
-
-void require_success(LY_ERR result)
-{
-    if (result != LY_SUCCESS) {
-        throw std::runtime_error("a node of the edit cannot be put into the configuration");
-    }
 }
 
 } // namespace
@@ -193,21 +190,14 @@ void EditApplier::apply_value(const lyd_node *node, lyd_node *parent, lyd_node *
     place(node, target);
 }
 
-/**
- * Brings what the edit put into the configuration into key order, and encrypts it. Only there: all
- * else is as it was in the running configuration, and large.
- */
-void EditApplier::normalise_siblings(const lyd_node *first, lyd_node *parent)
+/** Only what the edit put there: all else is as it was in the running configuration, and large. */
+void EditApplier::encrypt_siblings(const lyd_node *first, lyd_node *parent)
 {
-    if (parent == nullptr) {
-        order_siblings(m_candidate.m_root);
-    } else if (lyd_node *child = lyd_child(parent); child != nullptr) {
-        order_siblings(child);
-    }
+    const TreeView committed(m_tree, &m_log);
     for (const auto *node = first; node != nullptr; node = node->next) {
         if (lyd_node *target = find(node, parent); target != nullptr) {
-            encrypt_if_clear(target, m_running.root());
-            normalise_siblings(lyd_child_no_keys(node), target);
+            encrypt_if_clear(target, &committed);
+            encrypt_siblings(lyd_child_no_keys(node), target);
         }
     }
 }
@@ -217,7 +207,7 @@ void EditApplier::add_duplicate(const lyd_node *node, const std::string &hint)
     constexpr std::size_t kMaxSearches = 20; // Each goes through the whole text.
     add_problem(Fault::kDuplicate, node, "Duplicate node", hint);
     if (m_problems.size() <= kMaxSearches) {
-        const auto &schema = *schema_of(m_candidate.schema(), node);
+        const auto &schema = *schema_of(m_tree.schema(), node);
         m_problems.back().line = line_of_duplicate(m_source.text, schema, node);
     }
 }
@@ -227,7 +217,7 @@ void EditApplier::refuse_duplicates(const lyd_node *first)
 {
     std::set<const SchemaNode *> seen;
     for (const auto *node = first; node != nullptr; node = node->next) {
-        const auto *schema = schema_of(m_candidate.schema(), node);
+        const auto *schema = schema_of(m_tree.schema(), node);
         if (schema->is_list() || schema->is_leaf_list()) {
             lyd_node *same = nullptr;
             lyd_find_sibling_first(first, node, &same);
@@ -285,7 +275,7 @@ void EditApplier::refuse_key_deletion(const lyd_node *entry)
 lyd_node *EditApplier::find(const lyd_node *node, const lyd_node *parent) const
 {
     lyd_node *siblings = siblings_below(parent);
-    const auto *schema = schema_of(m_candidate.schema(), node)->yang;
+    const auto *schema = schema_of(m_tree.schema(), node)->yang;
     if ((schema->nodetype & (LYS_LIST | LYS_LEAFLIST)) == 0) {
         return first_of(siblings, schema);
     }
@@ -298,25 +288,14 @@ lyd_node *EditApplier::find(const lyd_node *node, const lyd_node *parent) const
 lyd_node *EditApplier::insert_copy(const lyd_node *node, lyd_node *parent)
 {
     lyd_node *copy = nullptr;
-    require_success(
-        lyd_dup_single(node, reinterpret_cast<lyd_node_inner *>(parent), LYD_DUP_NO_META, &copy));
-    if (parent == nullptr) {
-        require_success(lyd_insert_sibling(m_candidate.m_root, copy, &m_candidate.m_root));
-    }
-    if (is_plain_container(copy)) {
-        copy->flags |= LYD_DEFAULT; // until something is put into it
-    } else {
+    require_placed(lyd_dup_single(node, nullptr, LYD_DUP_NO_META, &copy));
+    const bool is_plain = is_plain_container(copy);
+    copy->flags |= is_plain ? LYD_DEFAULT : 0; // until something is put into it
+    m_log.insert(copy, parent);
+    if (!is_plain) {
         remove_other_cases(copy);
     }
     return copy;
-}
-
-void EditApplier::remove(lyd_node *node)
-{
-    if (node == m_candidate.m_root) {
-        m_candidate.m_root = node->next;
-    }
-    lyd_free_tree(node);
 }
 
 /** The node selects the cases that it stands in, and those that plain containers above it do. */
@@ -374,9 +353,7 @@ void EditApplier::place(const lyd_node *node, lyd_node *target)
     const bool before = std::strcmp(insert, "first") == 0 || std::strcmp(insert, "before") == 0;
     lyd_node *anchor = find_anchor(node, target);
     if (anchor != nullptr && anchor != target) {
-        require_success(before ? lyd_insert_before(anchor, target)
-                               : lyd_insert_after(anchor, target));
-        m_candidate.m_root = lyd_first_sibling(m_candidate.m_root);
+        m_log.move(target, anchor, before);
     }
 }
 
@@ -410,18 +387,27 @@ lyd_node *EditApplier::find_anchor(const lyd_node *node, lyd_node *target)
         add_problem(Fault::kDataMissing, node, where + " " + wanted + ": there is no such entry",
                     "");
     } else if (result != LY_SUCCESS) {
-        const auto why = take_problems(m_candidate.schema(), m_source.name);
+        const auto why = take_problems(m_tree.schema(), m_source.name);
         add_problem(Fault::kInvalidAttribute, node,
                     where + " " + wanted + ": " + why.front().message, "");
     }
     return anchor;
 }
 
+void apply_edit(UndoLog &log, const Source &edit)
+{
+    const EditTree tree = parse_edit(log.tree().schema(), edit);
+    require_short_texts(tree.root.get(), edit);
+    EditApplier(log, edit).apply(tree);
+}
+
 Datastore apply_edit(const Datastore &running, const Source &edit)
 {
-    const EditTree tree = parse_edit(running.schema(), edit);
-    require_short_texts(tree.root.get(), edit);
-    return EditApplier(running, edit).apply(tree);
+    Datastore candidate = running.copy();
+    UndoLog log(candidate);
+    apply_edit(log, edit);
+    log.keep();
+    return candidate;
 }
 
 } // namespace engine

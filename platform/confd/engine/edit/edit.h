@@ -4,7 +4,7 @@
  */
 #pragma once
 
-#include "engine/data/datastore.h"
+#include "engine/data/undo_log.h"
 
 namespace engine
 {
@@ -23,5 +23,8 @@ namespace engine
  *                     does not allow (create of what exists, delete of what does not).
  */
 Datastore apply_edit(const Datastore &running, const Source &edit);
+
+/** Makes that candidate in place. @throws InputError  As above; the log can undo what was done. */
+void apply_edit(UndoLog &log, const Source &edit);
 
 } // namespace engine

@@ -17,7 +17,8 @@ namespace engine
 /** Finds what depends on a place to some extent: the same for a read and for a change to it. */
 inline std::uint64_t touch_key(PlaceId place, ReadExtent extent)
 {
-    return mix_place(place, static_cast<std::uint64_t>(extent));
+    const auto same = extent == ReadExtent::kAbove ? ReadExtent::kNode : extent;
+    return mix_place(place, static_cast<std::uint64_t>(same));
 }
 
 /** A change set as a set of touched places, and the nodes that came and went with it. */

@@ -1,5 +1,8 @@
 #include "engine/session/framework.h"
 
+#include "engine/data/yang_check.h"
+#include "engine/edit/edit.h"
+
 #include <algorithm>
 
 namespace engine
@@ -21,12 +24,17 @@ Transaction::Transaction(int handle, const Datastore &committed, Datastore candi
 {
 }
 
+Transaction::Transaction(int handle, std::unique_ptr<UndoLog> log)
+    : m_handle(handle), m_committed(log->tree()), m_log(std::move(log))
+{
+}
+
 Transaction::~Transaction() = default;
 
 const std::vector<Change> &Transaction::changes() const
 {
     if (!m_changes) {
-        m_changes = compare(m_committed, m_candidate);
+        m_changes = m_log ? changes_of(*m_log) : compare(m_committed, *m_candidate);
     }
     return *m_changes;
 }
@@ -107,11 +115,42 @@ int Framework::open_sockets(SocketKind kind) const
                       [kind](const auto &entry) { return entry.second == kind; }));
 }
 
+TreeView Framework::committed() const
+{
+    for (const auto &[handle, transaction] : m_transactions) {
+        if (transaction->is_in_place()) {
+            return transaction->committed();
+        }
+    }
+    return m_running;
+}
+
 Transaction &Framework::begin(Datastore candidate)
 {
-    const int handle = m_next_transaction++;
-    auto transaction = std::make_unique<Transaction>(handle, m_running, std::move(candidate));
-    return *m_transactions.emplace(handle, std::move(transaction)).first->second;
+    return add(std::make_unique<Transaction>(m_next_transaction, m_running, std::move(candidate)));
+}
+
+Transaction &Framework::begin(const Source &edit)
+{
+    if (!m_transactions.empty()) {
+        throw Error(CONFD_ERR_INUSE, "another transaction is open");
+    }
+    if (schema().has_when()) {
+        return begin(apply_edit(m_running, edit)); // The check against the model may remove nodes.
+    }
+    auto log = std::make_unique<UndoLog>(m_running);
+    apply_edit(*log, edit);
+    return add(std::make_unique<Transaction>(m_next_transaction, std::move(log)));
+}
+
+Transaction &Framework::add(std::unique_ptr<Transaction> transaction)
+{
+    return *m_transactions.emplace(m_next_transaction++, std::move(transaction)).first->second;
+}
+
+void Framework::check_yang(Transaction &transaction, const Source &source)
+{
+    engine::check_yang(transaction.m_candidate ? *transaction.m_candidate : m_running, source);
 }
 
 Transaction &Framework::transaction(int handle)
@@ -134,9 +173,14 @@ void Framework::commit(int handle)
     if (m_transactions.size() > 1) {
         throw Error(CONFD_ERR_INUSE, "another transaction is open");
     }
-    Datastore candidate = ending.release_candidate();
+    std::optional<Datastore> candidate = std::move(ending.m_candidate);
+    if (ending.m_log) {
+        ending.m_log->keep();
+    }
     end(handle);
-    m_running = std::move(candidate);
+    if (candidate) {
+        m_running = std::move(*candidate);
+    }
 }
 
 } // namespace engine

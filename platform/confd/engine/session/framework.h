@@ -7,6 +7,7 @@
 #include "engine/data/changes.h"
 #include "engine/data/entry_index.h"
 #include "engine/data/error.h"
+#include "engine/data/tree_view.h"
 #include "engine/session/hooks.h"
 
 #include <map>
@@ -30,16 +31,19 @@ public:
 class Transaction
 {
 public:
+    /** On a candidate of its own. */
     Transaction(int handle, const Datastore &committed, Datastore candidate);
+    /** On the committed configuration, changed in place. */
+    Transaction(int handle, std::unique_ptr<UndoLog> log);
     ~Transaction();
     Transaction(const Transaction &) = delete;
     Transaction &operator=(const Transaction &) = delete;
 
     int handle() const { return m_handle; }
-    const Datastore &committed() const { return m_committed; }
-    const Datastore &candidate() const { return m_candidate; }
-    /** Takes the candidate out of a transaction that ends. */
-    Datastore release_candidate() { return std::move(m_candidate); }
+    /** What is committed, which stands in no tree of its own where the change was made in place. */
+    TreeView committed() const { return {m_committed, m_log.get()}; }
+    const Datastore &candidate() const { return m_candidate ? *m_candidate : m_committed; }
+    bool is_in_place() const { return m_log != nullptr; }
     /** Of the candidate. */
     EntryIndex &index() const { return m_index; }
     /** Computed on the first call. */
@@ -53,9 +57,12 @@ public:
     bool drop_resource(int number);
 
 private:
+    friend class Framework;
+
     int m_handle;
     const Datastore &m_committed;
-    Datastore m_candidate;
+    std::optional<Datastore> m_candidate; /**< Nothing when the change was made in place. */
+    std::unique_ptr<UndoLog> m_log;
     mutable EntryIndex m_index;
     mutable std::optional<std::vector<Change>> m_changes;
     std::map<int, std::unique_ptr<TransactionResource>> m_resources;
@@ -82,7 +89,10 @@ public:
     static bool exists();
 
     const Schema &schema() const { return m_running.schema(); }
+    /** The committed configuration; as long as an edit is open that was made in place, with it. */
     const Datastore &running() const { return m_running; }
+    /** The committed configuration, whatever is open. */
+    TreeView committed() const;
 
     /** @return A socket number above 0. */
     int open_socket(SocketKind kind);
@@ -93,6 +103,18 @@ public:
 
     /** Starts a transaction on a candidate (checked by the caller, or deliberately not). */
     Transaction &begin(Datastore candidate);
+    /**
+     * Starts a transaction on the committed configuration with an edit, which is made in place
+     * where the model allows it, and undone when the transaction ends.
+     * @throws InputError  As apply_edit; nothing has changed.
+     * @throws Error       CONFD_ERR_INUSE: another transaction is open.
+     */
+    Transaction &begin(const Source &edit);
+    /**
+     * Checks a transaction's candidate against the model.
+     * @throws InputError  As engine::check_yang.
+     */
+    void check_yang(Transaction &transaction, const Source &source);
     /** @throws Error  CONFD_ERR_NOSESSION: unknown handle. */
     Transaction &transaction(int handle);
     void end(int handle);
@@ -106,6 +128,8 @@ public:
     bool crypto_keys_installed = false;
 
 private:
+    Transaction &add(std::unique_ptr<Transaction> transaction);
+
     Datastore m_running;
     std::map<int, SocketKind> m_sockets;
     std::map<int, std::unique_ptr<Transaction>> m_transactions;

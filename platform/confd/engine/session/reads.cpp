@@ -10,12 +10,11 @@ namespace
 
 /** A request that reads more places of one schema node counts as having read them all. */
 constexpr unsigned int kMaxPlaces = 64;
-constexpr std::size_t kExtents = 3;
-constexpr std::size_t kKinds = 2 * kExtents; // On either side.
+constexpr std::size_t kKinds = 2 * kReadExtents; // On either side.
 
 std::size_t kind_of(ReadSide side, ReadExtent extent)
 {
-    return static_cast<std::size_t>(side) * kExtents + static_cast<std::size_t>(extent);
+    return static_cast<std::size_t>(side) * kReadExtents + static_cast<std::size_t>(extent);
 }
 
 /** Whether a node is there by itself, so that what is below it depends on it. */
@@ -79,7 +78,7 @@ void ReadLog::note(ReadSide side, const Path &path, ReadExtent extent)
     const std::size_t last = path.steps.size() - 1;
     for (std::size_t i = 0; i < last; ++i) {
         if (can_be_absent(path.steps[i])) {
-            add(side, *path.steps[i].node, path.steps[i].place, ReadExtent::kNode, &path, i + 1);
+            add(side, *path.steps[i].node, path.steps[i].place, ReadExtent::kAbove, &path, i + 1);
         }
     }
     add(side, *path.steps[last].node, path.steps[last].place, extent, &path, last + 1);

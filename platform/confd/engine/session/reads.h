@@ -16,6 +16,8 @@ namespace engine
 
 /** How much of a place an answer depends on. */
 enum class ReadExtent : std::uint8_t {
+    /** Whether it is there, because what was read stands below it. */
+    kAbove,
     /** Whether it is there, its value, and the order among all entries of a list. */
     kNode,
     /** Of an entry: that, and all inside it but for what is in lists. */
@@ -23,6 +25,8 @@ enum class ReadExtent : std::uint8_t {
     /** It, and all below. */
     kSubtree
 };
+
+constexpr unsigned int kReadExtents = 4;
 
 enum class ReadSide : std::uint8_t { kCandidate, kCommitted };
 

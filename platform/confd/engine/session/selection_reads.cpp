@@ -51,12 +51,19 @@ bool is_plain_number(std::string_view text)
            (text.front() != '0' || text.size() == 1);
 }
 
+/** Whether each value of the type has one text only: libyang compares canonical texts. */
+bool is_plain_text(const lysc_type &type)
+{
+    constexpr std::string_view kStringPlugin = "libyang 2 - string";
+    return std::string_view(type.plugin->id).substr(0, kStringPlugin.size()) == kStringPlugin;
+}
+
 /** Whether a key that equals the constant has the constant's text, and no other. */
 bool is_key_text(const SchemaNode &key, const Constant &constant)
 {
     switch (key.type_storage.vtype) {
     case C_BUF:
-        return !constant.is_number;
+        return !constant.is_number && is_plain_text(*key.type_storage.yang);
     case C_INT8:
     case C_INT16:
     case C_INT32:
@@ -87,6 +94,9 @@ public:
         }
         place = is_absolute ? SelectionPlace() : *context;
         do {
+            if (place.node != nullptr && place.node->is_list()) {
+                note(*place.node, place.place, ReadExtent::kAbove);
+            }
             if (!read_step(place)) {
                 return false;
             }
@@ -103,9 +113,10 @@ private:
             return false;
         }
         m_above = place;
+        m_has_predicate = false;
         place.node = node;
         place.place = place_below(place.place, *node);
-        return !node->is_list() || read_entries(place);
+        return node->is_leaf() || node->is_leaf_list() || read_predicates(place);
     }
 
     /** A name below a node; null when there is none. */
@@ -118,8 +129,8 @@ private:
         return above != nullptr ? above->child(name) : m_schema.top(name);
     }
 
-    /** The predicates behind a list. */
-    bool read_entries(SelectionPlace &place)
+    /** The predicates behind a list or container. */
+    bool read_predicates(SelectionPlace &place)
     {
         std::vector<Comparison> comparisons;
         while (accept('[')) {
@@ -133,8 +144,10 @@ private:
             }
             skip_blanks();
         }
-        place.is_exact = place.is_exact && go_to_entry(place, comparisons);
-        note(*place.node, place.place, ReadExtent::kNode);
+        if (place.node->is_list()) {
+            place.is_exact = place.is_exact && go_to_entry(place, comparisons);
+        }
+        m_has_predicate = !comparisons.empty();
         std::for_each(comparisons.begin(), comparisons.end(),
                       [&](const Comparison &each) { note_leaf(place, each); });
         return true;
@@ -203,8 +216,12 @@ private:
         return true;
     }
 
+    /** A key is decided by which entries there are. */
     static void note_leaf(const SelectionPlace &entry, const Comparison &comparison)
     {
+        if (comparison.steps.back()->is_key()) {
+            return;
+        }
         PlaceId place = entry.place;
         for (const SchemaNode *step : comparison.steps) {
             place = place_below(place, *step);
@@ -218,6 +235,9 @@ private:
         if (!place.node->is_container() || place.node->is_presence()) {
             note(*place.node, place.place, ReadExtent::kNode);
             return true;
+        }
+        if (m_has_predicate) {
+            return true; // Where the leaves are there that it compares, the container is.
         }
         if (m_above.node == nullptr) {
             return false;
@@ -252,7 +272,8 @@ private:
 
     const Schema &m_schema;
     std::string_view m_left;
-    SelectionPlace m_above; /**< Of the last step. */
+    SelectionPlace m_above;       /**< Of the last step. */
+    bool m_has_predicate = false; /**< The last step. */
 };
 
 } // namespace

@@ -345,10 +345,15 @@ std::vector<Watch> watches_of(const std::vector<ValidationPoint> &points,
 
 } // namespace
 
-Plan::Plan(const Transaction &transaction)
+Plan::Plan(const Transaction &transaction, bool everything)
 {
     const auto &points = transaction.candidate().schema().points();
     std::vector<Places> places(points.size());
+    for (Places &each : places) {
+        if (everything) {
+            each.add(nullptr, kEveryCommit);
+        }
+    }
     ChangeWalk walk(watches_of(points, places));
     walk.walk(transaction.changes());
     m_parts =

@@ -30,8 +30,11 @@ struct Request {
 class Plan
 {
 public:
-    /** @param transaction  Is referred to. */
-    explicit Plan(const Transaction &transaction);
+    /**
+     * @param transaction  Is referred to.
+     * @param everything   All points must be asked about all instances, whatever the change.
+     */
+    explicit Plan(const Transaction &transaction, bool everything = false);
     ~Plan();
     Plan(const Plan &) = delete;
     Plan &operator=(const Plan &) = delete;
