@@ -30,12 +30,12 @@ void use_large_pages()
     constexpr int kHeap = 256 << 20; // Only what is used takes memory.
     mallopt(M_MMAP_THRESHOLD, 2 * kHeap);
     mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
-    void *heap = std::malloc(kHeap);
+    char *heap = static_cast<char *>(std::malloc(kHeap));
     const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
-    const auto begin = (reinterpret_cast<std::uintptr_t>(heap) + page - 1) / page * page;
-    const auto end = reinterpret_cast<std::uintptr_t>(sbrk(0));
-    if (heap != nullptr && begin < end) { // It is not that of another allocator.
-        madvise(reinterpret_cast<void *>(begin), end - begin, MADV_HUGEPAGE);
+    const char *end = static_cast<char *>(sbrk(0));
+    if (heap != nullptr && heap < end) { // It is not that of another allocator.
+        char *begin = heap + (page - reinterpret_cast<std::uintptr_t>(heap) % page);
+        madvise(begin, static_cast<std::size_t>(end - begin), MADV_HUGEPAGE);
     }
     std::free(heap);
 #endif
