@@ -7,6 +7,7 @@
 #include "checker/running_faults.h"
 #include "checker/supervisor.h"
 #include "checker/unchecked_links.h"
+#include "engine/data/defaults.h"
 #include "engine/data/yang_check.h"
 
 #include <stdexcept>
