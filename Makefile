@@ -10,7 +10,7 @@ build_dir := build/$(PRESET)
 bin_dir := $(build_dir)/bin
 example := examples/full-card
 source_dirs := src platform model host tests bench fuzz
-linted := ^$(CURDIR)/(src|platform|model|host)/
+linted := ^$(CURDIR)/($(shell echo $(source_dirs) | tr ' ' '|'))/
 
 .DEFAULT_GOAL := help
 .PHONY: help run program test test-powerpc sizes packages test-packages bench plot mutants soak fuzz coverage \
@@ -65,9 +65,11 @@ test-packages: packages ## Checks the packages, and installs them into a bare De
 	tests/packages/clean_system.sh $(build_dir)/packages $(build_dir)/clean-system
 
 bench: build ## Builds, then runs the benchmarks (BENCH_ARGS="--benchmark_filter=..."): tables, and JSON
+	@cmake/install-deps.sh bench
 	$(bin_dir)/gpon_bench --benchmark_out=$(build_dir)/bench.json \
 	    --curves=$(build_dir)/bench-curves.dat $(BENCH_ARGS)
-	@echo; echo "The same in JSON: $(build_dir)/bench.json"
+	@echo; echo "The same in JSON: $(build_dir)/bench.json"; echo
+	bench/programs.py $(build_dir)
 
 plot: ## Draws docs/performance.svg from the last benchmarks
 	@cmake/install-deps.sh plot
@@ -119,12 +121,16 @@ format: ## Formats all sources
 	@cmake/install-deps.sh format
 	find $(source_dirs) -name '*.h' -o -name '*.cpp' | xargs clang-format -i
 
-# cppcheck cannot read the tests' macros and literals, and clang-tidy judges copied parameters better.
-lint: build ## Checks the sources with clang-tidy and cppcheck
-	@cmake/install-deps.sh lint
-	run-clang-tidy -quiet -p $(build_dir) -j $(JOBS) \
+# clang-tidy cannot read what GCC precompiled: hence a folder of its own, in which only sources that
+# are generated are built. cppcheck cannot read the tests' macros and literals, and clang-tidy judges
+# copied parameters better.
+lint: ## Checks the sources with clang-tidy and cppcheck
+	@cmake/install-deps.sh program tests lint
+	cmake --preset $(PRESET) -B build/lint -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON
+	cmake --build build/lint --parallel $(JOBS) --target base_h gpon_rules
+	run-clang-tidy -quiet -p build/lint -j $(JOBS) \
 	    -extra-arg=-Wno-unknown-warning-option '$(linted)'
-	cppcheck --quiet --project=$(build_dir)/compile_commands.json -j $(JOBS) \
+	cppcheck --quiet --project=build/lint/compile_commands.json -j $(JOBS) \
 	    --enable=warning,performance,portability --library=posix --inline-suppr \
 	    --suppress=passedByValue --error-exitcode=1 -itests -ibench
 

@@ -24,7 +24,7 @@ using bench::Session;
 
 constexpr std::size_t kTextSize = 8192; ///< The largest buffer of the rules.
 
-/** A request that is being made: recorded when that is wanted, slower when that is wanted. */
+/** A request that is being made: recorded or slowed down where that is asked for. */
 class Request
 {
 public:

@@ -17,14 +17,14 @@ namespace bench
 namespace
 {
 
-void use_figures(std::uint32_t links)
+void use_card_of(std::uint32_t links)
 {
-    fm::Card figures;
-    figures.do_bw_check = true;
-    figures.max_onus_per_pon_link = static_cast<int>(shape_of(links, 1).onus);
-    figures.max_pon_links = static_cast<int>(links);
-    figures.manageable_pon_links = links;
-    fm::use_card(figures);
+    fm::Card card;
+    card.do_bw_check = true;
+    card.max_onus_per_pon_link = static_cast<int>(shape_of(links, 1).onus);
+    card.max_pon_links = static_cast<int>(links);
+    card.manageable_pon_links = links;
+    fm::use_card(card);
 }
 
 /** Calls with each data node of a schema node, in document order. */
@@ -109,7 +109,7 @@ host::Plugin &plugin(std::uint32_t links)
     static host::Plugin loaded("");
     static std::uint32_t present = 0;
     if (present != links) {
-        use_figures(links);
+        use_card_of(links);
         loaded.init();
         present = links;
     }
@@ -118,7 +118,7 @@ host::Plugin &plugin(std::uint32_t links)
 
 engine::Callback recorded_plugin(std::uint32_t links)
 {
-    use_figures(links);
+    use_card_of(links);
     if (lib_init() != 0) {
         throw std::runtime_error("the plug-in's copy cannot be initialised");
     }

@@ -17,7 +17,7 @@
 namespace bench
 {
 
-/** The shipped plug-in; its figures are those of a card with so many links. */
+/** The shipped plug-in; it sees a card with so many links. */
 host::Plugin &plugin(std::uint32_t links);
 
 /** The plug-in's copy whose client calls are recorded; likewise. */

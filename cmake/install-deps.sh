@@ -9,6 +9,7 @@ declare -A groups=(
     [powerpc]="g++-powerpc-linux-gnu qemu-user dpkg-dev perl googletest"
     [packages]="dpkg-dev file"
     [test-packages]="debootstrap lintian python3"
+    [bench]="libyang-tools python3"
     [plot]="gnuplot-nox"
     [fuzz]="clang libclang-rt-14-dev"
     [coverage]="gcovr"

@@ -64,7 +64,7 @@ Configurations from_texts(const std::string &text)
     return {std::move(running), std::move(candidate)};
 }
 
-/** A card whose figures are small enough to matter. */
+/** A card whose capabilities are small enough to matter. */
 void use_some_card(fuzz::ByteReader &bytes)
 {
     fm::Card card = fm::default_card();
@@ -110,7 +110,7 @@ void print_reports(const host::Outcome &outcome)
     const host::Style style(false);
     host::print_findings(out, outcome, style);
     host::print_conclusion(out, outcome, style);
-    host::print_explanation(out, outcome, true);
+    host::print_explanation(out, outcome, {true, true});
     require(!out.str().empty(), "an empty report");
     const std::string json = host::print_json(host::json_report(outcome, true), false);
     require(nlohmann::json::accept(json), "a report that is no JSON:\n" + json);
@@ -124,7 +124,7 @@ void ask(Configurations configurations, host::Outcome &outcome)
     outcome.planned = requests.size();
     const host::Questions questions{transaction, requests, CARD_PLUGIN, true};
     host::CheckListener nobody;
-    host::Recorder recorder(questions, outcome, nobody);
+    host::Recorder recorder(requests, questions.all, outcome, nobody);
     host::ask_plugin(questions, recorder);
     outcome.completed = recorder.has_ended();
     framework.end(transaction.handle());

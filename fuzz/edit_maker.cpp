@@ -2,6 +2,7 @@
 
 #include "engine/schema/yang.h"
 
+#include <algorithm>
 #include <array>
 #include <map>
 #include <string_view>
@@ -30,6 +31,22 @@ const std::map<std::string_view, std::array<const char *, 4>> &fitting_texts()
         {"custom", {"Home", "home", "", "AKQTA12345678"}},
     };
     return texts;
+}
+
+constexpr const char *kNamespaces =
+    " xmlns=\"urn:olt:gpon:base\" xmlns:yang=\"urn:ietf:params:xml:ns:yang:1\" "
+    "xmlns:nc=\"urn:ietf:params:xml:ns:netconf:base:1.0\"";
+
+/** The keys of a list's entry; nothing of another node. */
+std::string keys_of(const lyd_node *node)
+{
+    std::string xml;
+    for (const lyd_node *key = lyd_child(node); key != nullptr && lysc_is_key(key->schema);
+         key = key->next) {
+        xml += std::string("<") + key->schema->name + ">" + lyd_get_value(key) + "</" +
+               key->schema->name + ">";
+    }
+    return xml;
 }
 
 /** The case of a choice that a node belongs to; null when it belongs to none. */
@@ -71,9 +88,7 @@ std::string EditMaker::make_small()
 
 void EditMaker::begin(const SchemaNode &top)
 {
-    m_xml += "<" + top.name +
-             " xmlns=\"urn:olt:gpon:base\" xmlns:yang=\"urn:ietf:params:xml:ns:yang:1\" "
-             "xmlns:nc=\"urn:ietf:params:xml:ns:netconf:base:1.0\">";
+    m_xml += "<" + top.name + kNamespaces + ">";
 }
 
 /** Goes down to one of the nodes below, and writes that one with what is in it. */
@@ -112,11 +127,59 @@ void EditMaker::write_children(const SchemaNode &above)
                 continue;
             }
             chosen[its_case->parent] = its_case;
-        } else if (is_mandatory(child->yang) ? m_bytes.one_in(16) : !m_bytes.one_in(3)) {
+        } else if (is_mandatory(child->yang) ? m_bytes.one_in(16)
+                                             : !m_bytes.one_in(one_in_of(*child))) {
             continue;
         }
         write(*child);
     }
+}
+
+std::string EditMaker::make_at(const lyd_node *node)
+{
+    m_xml = open_tags(lyd_parent(node));
+    write_change(*engine::Schema::of(node), node);
+    for (const lyd_node *above = lyd_parent(node); above != nullptr; above = lyd_parent(above)) {
+        m_xml += std::string("</") + above->schema->name + ">";
+    }
+    return m_xml;
+}
+
+/** Leads to a node and into it. */
+std::string EditMaker::open_tags(const lyd_node *node)
+{
+    if (node == nullptr) {
+        return {};
+    }
+    const bool is_top = lyd_parent(node) == nullptr;
+    return open_tags(lyd_parent(node)) + "<" + node->schema->name + (is_top ? kNamespaces : "") +
+           ">" + keys_of(node);
+}
+
+void EditMaker::write_change(const SchemaNode &schema, const lyd_node *node)
+{
+    const bool is_top = schema.up() == nullptr;
+    const bool is_deleted = !is_top && !schema.is_leaf_list() && m_bytes.one_in(4);
+    const std::string begin = "<" + schema.name + (is_top ? kNamespaces : "");
+    const std::string end = "</" + schema.name + ">";
+    if (is_deleted) {
+        m_xml += begin + " nc:operation=\"remove\">" + keys_of(node) + end;
+    } else if (schema.is_leaf() || schema.is_leaf_list()) {
+        write_term(schema);
+    } else if (schema.is_list() && m_bytes.one_in(2)) {
+        write_entries(schema);
+    } else {
+        m_xml += begin + ">" + keys_of(node);
+        write_children(schema);
+        m_xml += end;
+    }
+}
+
+/** Containers lead to the rest. */
+std::size_t EditMaker::one_in_of(const SchemaNode &node) const
+{
+    constexpr std::size_t kMaxForContainers = 3;
+    return node.is_container() ? std::min(m_one_in, kMaxForContainers) : m_one_in;
 }
 
 void EditMaker::write(const SchemaNode &node)

@@ -166,6 +166,7 @@ const std::vector<Kind> &kinds()
         {{"a", "Z", "0", "-", "_", "."}},
         {{"/", "[", "]", "(", ")", "=", "*", ":", "@", "|", "..", "//"}},
         {{"\\", "\\n", "$", "`", "#", ";", "!", "&", "<", ">", "?", ",", "+", "~", "^"}},
+        // NOLINTNEXTLINE(misc-misleading-bidirectional): names that mislead are what this is about.
         {{"\xC3\xA4", "\xE2\x82\xAC", "\xF0\x9F\x98\x80", "\xE2\x80\xAE", "e\xCC\x81"}},
         {{"'", "a", "''"}, true, 0, true},
         {{"a", "\xC3\xA4"}, true, 48},

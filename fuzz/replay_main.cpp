@@ -1,4 +1,8 @@
-/** Runs a fuzzer's function over the files of the folders and files that are named, once each. */
+/**
+ * Runs a fuzzer's function over the files of the folders and files that are named, once each; or,
+ * with `--random SEED COUNT`, over made-up inputs.
+ */
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <exception>
@@ -6,7 +10,10 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <random>
 #include <stdexcept>
+#include <string>
+#include <string_view>
 #include <vector>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size);
@@ -46,6 +53,20 @@ int run_all(const fs::path &place)
     return count;
 }
 
+/** Made-up inputs: the same for a seed everywhere. */
+int run_random(std::uint32_t seed, int count)
+{
+    constexpr std::uint32_t kMaxSize = 1600;
+    std::mt19937 random(seed);
+    for (int i = 0; i < count; ++i) {
+        std::vector<std::uint8_t> bytes(random() % kMaxSize);
+        std::generate(bytes.begin(), bytes.end(),
+                      [&random] { return static_cast<std::uint8_t>(random()); });
+        LLVMFuzzerTestOneInput(bytes.data(), bytes.size());
+    }
+    return count;
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -55,8 +76,12 @@ int main(int argc, char **argv)
             LLVMFuzzerInitialize(&argc, &argv);
         }
         int count = 0;
-        for (int i = 1; i < argc; ++i) {
-            count += run_all(argv[i]);
+        if (argc == 4 && std::string_view(argv[1]) == "--random") {
+            count = run_random(static_cast<std::uint32_t>(std::stoul(argv[2])), std::stoi(argv[3]));
+        } else {
+            for (int i = 1; i < argc; ++i) {
+                count += run_all(argv[i]);
+            }
         }
         std::cout << count << " inputs executed\n";
         return count > 0 ? 0 : 1;

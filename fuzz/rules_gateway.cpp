@@ -209,7 +209,7 @@ std::optional<Verdict> judge_networks(const std::vector<Wan> &wans)
             }
         }
         earlier.push_back(wan);
-        if (const auto fault = judge_pool(wan)) {
+        if (auto fault = judge_pool(wan)) {
             return fault;
         }
     }

@@ -15,6 +15,11 @@ _gpon_validate()
         mapfile -t COMPREPLY < <(compgen -f -- "$current")
         return
         ;;
+    --edits)
+        compopt -o filenames
+        mapfile -t COMPREPLY < <(compgen -d -- "$current")
+        return
+        ;;
     --trace) words="fine progress decisions" ;;
     --color) words="auto always never" ;;
     --format) words="xml json" ;;
@@ -26,8 +31,8 @@ _gpon_validate()
     if [ -z "$words" ]; then
         case $command in
         check)
-            words="--running --edit --card --plugin --yes --no --all --explain --calls --json
-                --check-running --in-process --timeout --max-size --trace --trace-file --color --help"
+            words="--running --edit --edits --in-turn --card --plugin --yes --no --all --explain --calls --reads --json
+                --check-running --no-reuse --in-process --timeout --max-size --trace --trace-file --color --help"
             if [[ $current != -* ]]; then
                 compopt -o filenames
                 mapfile -t COMPREPLY < <(compgen -f -- "$current")

@@ -25,17 +25,9 @@ void require_served(const std::string &point, const engine::Schema &schema,
     }
 }
 
-void ask(const Questions &questions, AskingListener &listener)
+void ask_all(Plugin &plugin, const std::string &point, const Questions &questions,
+             AskingListener &listener)
 {
-    listener.step(Step::kLoad);
-    Plugin plugin(questions.plugin);
-    listener.step(Step::kInit);
-    plugin.init();
-    listener.step(Step::kName);
-    const std::string point = plugin.validation_point();
-    require_served(point, questions.transaction.candidate().schema(), plugin.name());
-
-    listener.step(Step::kValidate);
     velconfd::Context context;
     const auto callback = [&plugin](confd_trans_ctx *transaction, confd_hkeypath_t *keypath,
                                     confd_value_t *value) {
@@ -43,6 +35,22 @@ void ask(const Questions &questions, AskingListener &listener)
     };
     engine::validate(questions.transaction, questions.requests, point, callback, context.word(),
                      questions.all, listener);
+}
+
+void ask(const Questions &first, AskingListener &listener, const NextQuestions &next)
+{
+    listener.step(Step::kLoad);
+    Plugin plugin(first.plugin);
+    listener.step(Step::kInit);
+    plugin.init();
+    listener.step(Step::kName);
+    const std::string point = plugin.validation_point();
+    require_served(point, first.transaction.candidate().schema(), plugin.name());
+
+    listener.step(Step::kValidate);
+    for (const Questions *questions = &first; questions != nullptr; questions = next()) {
+        ask_all(plugin, point, *questions, listener);
+    }
 
     listener.step(Step::kFinish);
     if (const int result = plugin.finish(); result != 0) {
@@ -53,10 +61,10 @@ void ask(const Questions &questions, AskingListener &listener)
 
 } // namespace
 
-void ask_plugin(const Questions &questions, AskingListener &listener)
+void ask_plugin(const Questions &questions, AskingListener &listener, const NextQuestions &next)
 {
     try {
-        ask(questions, listener);
+        ask(questions, listener, next);
     } catch (const engine::InputError &failure) {
         listener.unusable(failure.problems());
     } catch (const PluginThrew &failure) {

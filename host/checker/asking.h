@@ -7,6 +7,7 @@
 #include "checker/outcome.h"
 
 #include <cstddef>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -23,10 +24,12 @@ class AskingListener : public engine::Observer
 public:
     /** The plug-in is about to take this step. */
     virtual void step(Step step) = 0;
-    /** The plug-in cannot be used, or not any more: no further request is made. */
+    /** The plug-in is unusable, or has become so: no further request is made. */
     virtual void unusable(const std::vector<engine::Problem> &problems) = 0;
     /** An exception left the plug-in: nothing follows. */
     virtual void threw(const std::string &exception) = 0;
+    /** All was asked that there was to ask, and the plug-in is ready for more. */
+    virtual void answered() = 0;
     /** All was asked that there was to ask, and the plug-in came to its proper end. */
     virtual void ended() = 0;
 };
@@ -39,7 +42,13 @@ struct Questions {
     bool all = false;   /**< Go on after a rejection. */
 };
 
-/** Loads the plug-in and asks it, in the order that it expects on the card. */
-void ask_plugin(const Questions &questions, AskingListener &listener);
+/** Waits for more to ask; null: there is no more. */
+using NextQuestions = std::function<const Questions *()>;
+
+/** Loads the plug-in, asks it and lets it come to its end, in the order that it expects on the
+ * card. */
+void ask_plugin(
+    const Questions &questions, AskingListener &listener,
+    const NextQuestions &next = [] { return nullptr; });
 
 } // namespace host

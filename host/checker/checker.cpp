@@ -1,15 +1,14 @@
 #include "checker/checker.h"
 
-#include "checker/event_line.h"
 #include "checker/model_schema.h"
 #include "checker/process_end.h"
 #include "checker/recorder.h"
 #include "checker/running_faults.h"
-#include "checker/supervisor.h"
 #include "checker/unchecked_links.h"
 #include "engine/data/defaults.h"
 #include "engine/data/yang_check.h"
 
+#include <algorithm>
 #include <stdexcept>
 #include <string_view>
 #include <utility>
@@ -54,57 +53,22 @@ Datastore load_running(const std::optional<engine::Source> &source, bool check,
     return running;
 }
 
-/** A plug-in that writes without end must not fill the memory: the end is what counts. */
-void keep_end(std::string &kept, std::string_view text)
+void ask_in_process(const Questions &questions, CheckListener &listener, Outcome &outcome)
 {
-    constexpr std::size_t kMaxKept = 1U << 20U;
-    kept += text;
-    if (kept.size() > 2 * kMaxKept) {
-        kept.erase(0, kept.size() - kMaxKept);
-    }
-}
-
-void record_end(const ChildEnd &end, std::chrono::seconds timeout, Recorder &recorder)
-{
-    if (end.timed_out) {
-        recorder.died(Death::Kind::kTimeout, static_cast<int>(timeout.count()));
-    } else if (end.signal != 0) {
-        recorder.died(Death::Kind::kSignal, end.signal);
-    } else if (end.exit_status != 0 || !recorder.has_ended()) {
-        recorder.died(Death::Kind::kExit, end.exit_status);
-    }
-}
-
-void ask_in_child(const Questions &questions, const Policy &policy, CheckListener &listener,
-                  Recorder &recorder, Outcome &outcome)
-{
-    const std::string key = make_event_key();
-    ChildWork child;
-    child.work = [&](int line_fd) {
-        EventWriter writer(line_fd, key);
-        ask_plugin(questions, writer);
-    };
-    child.on_line = [&](std::string_view line) { replay_event(line, key, recorder); };
-    child.on_output = [&](std::string_view text) {
-        keep_end(outcome.plugin_output, text);
-        listener.plugin_wrote(text);
-    };
-    child.on_tick = [&] { listener.tick(); };
-    child.idle_timeout = policy.idle_timeout;
-    const ChildEnd end = run_in_child(child);
-    if (!outcome.death) {
-        record_end(end, policy.idle_timeout, recorder);
-    }
-}
-
-void ask_in_process(const Questions &questions, CheckListener &listener, Recorder &recorder,
-                    Outcome &outcome)
-{
+    Recorder recorder(questions.requests, questions.all, outcome, listener);
     const ExitGuard guard([&](int status) {
         recorder.died(Death::Kind::kExit, status);
         listener.process_ends(outcome);
     });
     ask_plugin(questions, recorder);
+    outcome.completed = recorder.has_ended();
+}
+
+void forget_reads(Outcome &outcome)
+{
+    for (RuleRun &run : outcome.runs) {
+        run.answer.reads = {};
+    }
 }
 
 } // namespace
@@ -117,6 +81,10 @@ Checker::Checker(const fm::Card &card, std::optional<engine::Source> running, st
     m_framework =
         std::make_unique<engine::Framework>(load_running(running, check_running, m_load_phases));
     m_running_source = running ? std::move(*running) : engine::Source{};
+    m_respondent = std::make_unique<Respondent>(*m_framework, [this](const Change &change) {
+        std::vector<Phase> untold;
+        return std::ref(prepare(change, untold));
+    });
 }
 
 Checker::~Checker() = default;
@@ -146,8 +114,26 @@ void Checker::commit(const Outcome &outcome)
         outcome.result() != Result::kAccepted) {
         throw std::logic_error("only the last change that was checked and accepted is committed");
     }
+    m_answers.commit(m_framework->transaction(*m_transaction));
     m_framework->commit(*m_transaction);
+    m_respondent->note_commit(*m_transaction);
     m_transaction.reset();
+}
+
+Outcome Checker::finish(const Policy &policy, CheckListener &listener)
+{
+    Outcome outcome = m_respondent->finish(policy, listener);
+    outcome.running = m_running_source.name;
+    return outcome;
+}
+
+engine::Transaction &Checker::prepare(const Change &change, std::vector<Phase> &phases)
+{
+    auto &transaction = timed(
+        phases, "edit", [&]() -> auto & { return begin(change); });
+    m_transaction = transaction.handle();
+    timed(phases, "YANG check", [&] { check_yang(change, transaction); });
+    return transaction;
 }
 
 engine::Transaction &Checker::begin(const Change &change)
@@ -183,34 +169,43 @@ void Checker::check_yang(const Change &change, engine::Transaction &transaction)
 void Checker::examine(const Change &change, const Policy &policy, CheckListener &listener,
                       Outcome &outcome)
 {
-    auto &transaction = timed(
-        outcome.phases, "edit", [&]() -> auto & { return begin(change); });
-    m_transaction = transaction.handle();
-    timed(outcome.phases, "YANG check", [&] { check_yang(change, transaction); });
+    const auto start = std::chrono::steady_clock::now();
+    engine::Transaction &transaction = prepare(change, outcome.phases);
     outcome.transaction = transaction.handle();
-    ask(transaction, policy, listener, outcome);
+    ask({change, transaction, std::chrono::steady_clock::now() - start}, policy, listener, outcome);
 }
 
-void Checker::ask(const engine::Transaction &transaction, const Policy &policy,
-                  CheckListener &listener, Outcome &outcome) const
+void Checker::ask(const Candidate &candidate, const Policy &policy, CheckListener &listener,
+                  Outcome &outcome)
 {
-    const auto requests = timed(outcome.phases, "compare", [&] {
+    const engine::Transaction &transaction = candidate.transaction;
+    std::optional<engine::Plan> plan;
+    std::vector<engine::Request> requests;
+    timed(outcome.phases, "compare", [&] {
         outcome.differs = !transaction.changes().empty();
-        return engine::plan(transaction);
+        plan.emplace(transaction, policy.everything);
+        requests =
+            policy.reuse ? m_answers.choose(transaction, *plan, policy.all) : plan->all_requests();
+        outcome.planned = policy.reuse ? m_answers.planned() : requests.size();
+        outcome.unchecked_links = find_unchecked_links(transaction, *plan);
     });
-    outcome.planned = requests.size();
-    outcome.unchecked_links = find_unchecked_links(transaction, requests);
-
+    using Mode = engine::ReadLog::Mode;
+    engine::ReadLog::instance().set_mode(
+        std::max(policy.reads, policy.reuse ? Mode::kPlaces : Mode::kOff));
     const Questions questions{transaction, requests, m_plugin, policy.all};
-    Recorder recorder(questions, outcome, listener);
     timed(outcome.phases, "rules", [&] {
         if (policy.in_process) {
-            ask_in_process(questions, listener, recorder, outcome);
+            ask_in_process(questions, listener, outcome);
         } else {
-            ask_in_child(questions, policy, listener, recorder, outcome);
+            m_respondent->ask(questions, candidate, policy, listener, outcome);
+        }
+        if (policy.reuse) {
+            m_answers.finish(outcome);
+        }
+        if (policy.reads == Mode::kOff) {
+            forget_reads(outcome);
         }
     });
-    outcome.completed = recorder.has_ended();
 }
 
 void Checker::end_transaction()

@@ -4,31 +4,20 @@
  */
 #pragma once
 
+#include "checker/answers.h"
+#include "checker/change.h"
 #include "checker/check_listener.h"
-#include "checker/outcome.h"
+#include "checker/respondent.h"
 
 #include <fm_host.h>
 
-#include <chrono>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace host
 {
-
-/** What is to be checked. */
-struct Change {
-    ChangeForm form = ChangeForm::kNone; /**< kNone: the running configuration itself. */
-    engine::Source source;               /**< With the name under which reports mention it. */
-};
-
-/** How to check. */
-struct Policy {
-    bool all = false;                      /**< Go on after a rejection. */
-    std::chrono::seconds idle_timeout{60}; /**< For one request; 0: none. */
-    bool in_process = false; /**< Whatever ends the plug-in ends this process; no timeout. */
-};
 
 /**
  * Checks and commits any number of changes. It knows no options, files or terminal.
@@ -45,7 +34,7 @@ public:
      * nevertheless come to light with the first change that leaves them in.
      * @param card     The capabilities that the plug-in asks for.
      * @param running  Nothing: the card has no configuration yet.
-     * @param plugin   Path of the plug-in; see Plugin. It is loaded for each check.
+     * @param plugin   Path of the plug-in; see Plugin.
      * @param check_running  Check the configuration against the model all the same.
      * @throws engine::InputError  The configuration is not one of the model.
      */
@@ -68,6 +57,12 @@ public:
      */
     void commit(const Outcome &outcome);
 
+    /**
+     * Lets a plug-in that was kept come to its end, as every plug-in must that is not killed.
+     * @return Accepted, unless the plug-in failed to: an outcome without a change.
+     */
+    Outcome finish(const Policy &policy, CheckListener &listener);
+
     /** The committed configuration; from a check of an edit on until the next, or until commit,
      *  with that edit. */
     const engine::Datastore &running() const { return m_framework->running(); }
@@ -76,17 +71,21 @@ public:
 
 private:
     engine::Transaction &begin(const Change &change);
+    /** Begins a transaction on what the change makes of the running configuration, checked. */
+    engine::Transaction &prepare(const Change &change, std::vector<Phase> &phases);
     void check_yang(const Change &change, engine::Transaction &transaction);
     void examine(const Change &change, const Policy &policy, CheckListener &listener,
                  Outcome &outcome);
-    void ask(const engine::Transaction &transaction, const Policy &policy, CheckListener &listener,
-             Outcome &outcome) const;
+    void ask(const Candidate &candidate, const Policy &policy, CheckListener &listener,
+             Outcome &outcome);
     void end_transaction();
 
     engine::Source m_running_source; /**< Faults have their places in it. */
     std::string m_plugin;
     std::vector<Phase> m_load_phases;
     std::unique_ptr<engine::Framework> m_framework;
+    std::unique_ptr<Respondent> m_respondent;
+    AnswerStore m_answers;
     std::optional<int> m_transaction; /**< Of the last check, as long as it can be committed. */
 };
 

@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <charconv>
 #include <cstring>
@@ -87,6 +88,8 @@ void replay(const Json &event, AskingListener &listener)
         listener.unusable(to_problems(event.at("problems")));
     } else if (kind == "threw") {
         listener.threw(event.at("exception"));
+    } else if (kind == "answered") {
+        listener.answered();
     } else if (kind == "ended") {
         listener.ended();
     } else {
@@ -114,11 +117,12 @@ public:
     }
 
     template <typename Number>
-    Number number()
+    Number number(int base = 10)
     {
         const auto word = next();
         Number value{};
-        const auto [end, fault] = std::from_chars(word.data(), word.data() + word.size(), value);
+        const auto [end, fault] =
+            std::from_chars(word.data(), word.data() + word.size(), value, base);
         if (fault != std::errc() || end != word.data() + word.size()) {
             throw std::runtime_error(
                 "the child process sent a malformed event: " + std::string(word) + " is no number");
@@ -131,6 +135,59 @@ public:
 private:
     std::string_view m_line;
 };
+
+void add_number(std::string &line, std::uint64_t number, int base)
+{
+    std::array<char, 24> digits{};
+    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number, base).ptr;
+    line.append(digits.data(), end).append(" ");
+}
+
+// A read is three words: its schema node, its side and extent, its place.
+constexpr int kHex = 16;
+
+void add_read(std::string &line, const engine::Read &read)
+{
+    add_number(line, read.node != nullptr ? read.node->number + 1U : 0, kHex);
+    add_number(line,
+               static_cast<unsigned int>(read.side) * engine::kReadExtents +
+                   static_cast<unsigned int>(read.extent),
+               kHex);
+    add_number(line, read.place, kHex);
+}
+
+engine::Read take_read(Words &words)
+{
+    engine::Read read;
+    const auto node = words.number<std::uint32_t>(kHex);
+    const auto kind = words.number<unsigned int>(kHex);
+    if (kind >= 2 * engine::kReadExtents) {
+        throw std::runtime_error("the child process sent a malformed event: an unknown read");
+    }
+    read.node = node != 0 ? &engine::Framework::current().schema().node(node - 1) : nullptr;
+    read.side = static_cast<engine::ReadSide>(kind / engine::kReadExtents);
+    read.extent = static_cast<engine::ReadExtent>(kind % engine::kReadExtents);
+    read.place = words.number<engine::PlaceId>(kHex);
+    return read;
+}
+
+/** The texts of an answer: its own, and the paths of what was read, if they were asked for. */
+Json texts_of(const engine::Answer &answer)
+{
+    Json texts = {bounded(answer.text)};
+    for (const auto &read : answer.reads) {
+        texts.push_back(read.path);
+    }
+    return texts;
+}
+
+void take_texts(const Json &texts, engine::Answer &answer)
+{
+    answer.text = texts.at(0);
+    for (std::size_t i = 0; i < answer.reads.size(); ++i) {
+        answer.reads[i].path = texts.at(i + 1);
+    }
+}
 
 std::string line_of(std::size_t request, const engine::Answer &answer)
 {
@@ -145,7 +202,13 @@ std::string line_of(std::size_t request, const engine::Answer &answer)
         line.append(name).append(" ");
         add(count);
     }
-    return line + (answer.text.empty() ? "" : to_text(bounded(answer.text))) + "\n";
+    add(answer.is_logged ? answer.reads.size() + 1 : 0);
+    bool has_texts = !answer.text.empty();
+    for (const auto &read : answer.reads) {
+        add_read(line, read);
+        has_texts = has_texts || !read.path.empty();
+    }
+    return line + (has_texts ? to_text(texts_of(answer)) : "") + "\n";
 }
 
 void replay_after(Words words, AskingListener &listener)
@@ -159,8 +222,13 @@ void replay_after(Words words, AskingListener &listener)
         const std::string name(words.next());
         answer.calls[name] = words.number<std::uint64_t>();
     }
+    const auto reads = words.number<std::size_t>();
+    answer.is_logged = reads > 0;
+    for (auto left = reads; left > 1; --left) {
+        answer.reads.push_back(take_read(words));
+    }
     if (!words.rest().empty()) {
-        answer.text = Json::parse(words.rest());
+        take_texts(Json::parse(words.rest()), answer);
     }
     listener.after(request, answer);
 }
@@ -214,6 +282,11 @@ void EventWriter::unusable(const std::vector<engine::Problem> &problems)
 void EventWriter::threw(const std::string &exception)
 {
     tell(to_text({{"event", "threw"}, {"exception", bounded(exception)}}) + "\n");
+}
+
+void EventWriter::answered()
+{
+    tell(to_text({{"event", "answered"}}) + "\n");
 }
 
 void EventWriter::ended()

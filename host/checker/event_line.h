@@ -39,6 +39,7 @@ public:
     void after(std::size_t request, const engine::Answer &answer) override;
     void unusable(const std::vector<engine::Problem> &problems) override;
     void threw(const std::string &exception) override;
+    void answered() override;
     void ended() override;
 
 private:

@@ -63,7 +63,8 @@ void kill_children()
 {
     std::error_code ignored; // A process may end while it is looked at.
     for (const auto &entry : std::filesystem::directory_iterator("/proc", ignored)) {
-        const pid_t process = std::atoi(entry.path().filename().c_str());
+        const auto process =
+            static_cast<pid_t>(std::strtol(entry.path().filename().c_str(), nullptr, 10));
         if (process > 0 && parent_of(entry.path()) == getpid()) {
             kill(process, SIGKILL);
         }

@@ -1,7 +1,11 @@
 #include "checker/outcome.h"
 
 #include <algorithm>
+#include <array>
 #include <new>
+#include <numeric>
+#include <set>
+#include <string_view>
 
 namespace host
 {
@@ -23,6 +27,18 @@ const char *name_of(Step step)
     return "an unknown step";
 }
 
+Result worse_of(Result one, Result other)
+{
+    constexpr std::array kFromWorst{Result::kPluginDied, Result::kNotChecked, Result::kRejected,
+                                    Result::kNotConfirmed, Result::kAccepted};
+    for (const Result result : kFromWorst) {
+        if (one == result || other == result) {
+            return result;
+        }
+    }
+    return one;
+}
+
 void add_phase(std::vector<Phase> &phases, const Phase &phase)
 {
     const auto found = std::find_if(phases.begin(), phases.end(), [&phase](const Phase &known) {
@@ -39,6 +55,32 @@ bool Outcome::has(engine::Verdict verdict) const
 {
     return std::any_of(runs.begin(), runs.end(),
                        [verdict](const RuleRun &run) { return run.answer.verdict == verdict; });
+}
+
+std::size_t Outcome::answered() const
+{
+    return std::accumulate(
+        reused.begin(), reused.end(), runs.size(),
+        [](std::size_t sum, const ReusedAnswers &answers) { return sum + answers.count; });
+}
+
+std::size_t Outcome::rules() const
+{
+    std::set<std::string_view> rules;
+    for (const auto &run : runs) {
+        rules.insert(run.rule);
+    }
+    for (const auto &answers : reused) {
+        rules.insert(answers.rule);
+    }
+    return rules.size();
+}
+
+std::size_t Outcome::reused_count() const
+{
+    const auto among_runs =
+        std::count_if(runs.begin(), runs.end(), [](const RuleRun &run) { return run.is_reused; });
+    return answered() - runs.size() + static_cast<std::size_t>(among_runs);
 }
 
 Result Outcome::result() const

@@ -21,9 +21,15 @@ enum class Result {
     kAccepted = 0,
     kRejected = 1,
     kNotConfirmed = 2,
-    kNotChecked = 3, /**< Bad input or options, or a plug-in that cannot be used. */
+    kNotChecked = 3, /**< Bad input or options, or an unusable plug-in. */
     kPluginDied = 4
 };
+
+/**
+ * Which of the two says more about a series of checks: whatever left a change without a verdict
+ * comes first (the plug-in died, not checked), then rejected, not confirmed, accepted.
+ */
+Result worse_of(Result one, Result other);
 
 /** Where the plug-in is in its life. */
 enum class Step { kLoad, kInit, kName, kValidate, kFinish };
@@ -37,6 +43,14 @@ struct RuleRun {
     std::string path;  /**< Node that it was asked about. */
     std::string cause; /**< Changed node that called for it; empty: it is asked at every commit. */
     engine::Answer answer;
+    const engine::ValidationPoint *point = nullptr;
+    bool is_reused = false; /**< The answer is of an earlier check, and still holds. */
+};
+
+/** Answers of one rule that were used again, and accept: nothing else is worth telling of them. */
+struct ReusedAnswers {
+    std::string rule;
+    std::size_t count = 0;
 };
 
 /** An end that the plug-in should not have come to. */
@@ -84,7 +98,8 @@ struct Outcome {
         false; /**< Whether the candidate is another configuration than the running one. */
     std::size_t planned = 0; /**< Requests that the change calls for. */
     std::vector<UncheckedLink> unchecked_links;
-    std::vector<RuleRun> runs;
+    std::vector<RuleRun> runs;             /**< In the order of asking. */
+    std::vector<ReusedAnswers> reused;     /**< Besides those that are among the runs. */
     std::vector<engine::Problem> problems; /**< Why it could not be checked. */
     std::optional<Death> death;
     std::string plugin_output; /**< What the plug-in wrote in its own process, or the end of it. */
@@ -98,6 +113,12 @@ struct Outcome {
     bool completed = false;
 
     bool has(engine::Verdict verdict) const;
+    /** Requests that were answered, now or before. */
+    std::size_t answered() const;
+    /** Rules that answered. */
+    std::size_t rules() const;
+    /** Answers that were used again, those among the runs included. */
+    std::size_t reused_count() const;
     /** Not checked, unless there is a reason for another result. */
     Result result() const;
 };

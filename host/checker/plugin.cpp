@@ -118,7 +118,7 @@ void Plugin::init()
     const int result = guarded([this] { return m_init(); });
     if (result != 0) {
         unusable(m_name, "lib_init failed with result " + std::to_string(result),
-                 "see what the plug-in wrote, and the card's figures in the file of --card");
+                 "see what the plug-in wrote, and the card's capabilities in the file of --card");
     }
 }
 

@@ -25,7 +25,7 @@ public:
  *
  * Entry points throw PluginThrew for whatever exception leaves the library. An unusable plug-in
  * (missing, without an entry point, unwilling) is an engine::InputError, so that it is reported
- * like any other input that cannot be used.
+ * like any other invalid input.
  */
 class Plugin
 {

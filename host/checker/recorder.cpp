@@ -17,15 +17,15 @@ void Recorder::before(std::size_t request)
     require(m_step == Step::kValidate && !m_running && !is_done() && request == m_answered,
             "a request");
     m_running = request;
-    m_listener.asking(request + 1, m_questions.requests.size(),
-                      m_questions.requests[request].point->opaque);
+    m_listener.asking(request + 1, m_requests.size(), m_requests[request].point->opaque);
 }
 
 void Recorder::after(std::size_t request, const engine::Answer &answer)
 {
     require(m_running == request, "an answer");
-    const engine::Request &asked = m_questions.requests[request];
-    m_outcome.runs.push_back({asked.point->opaque, engine::path_of(asked), asked.cause, answer});
+    const engine::Request &asked = m_requests[request];
+    m_outcome.runs.push_back(
+        {asked.point->opaque, engine::path_of(asked), asked.cause, answer, asked.point});
     m_rejected = m_rejected || answer.verdict == engine::Verdict::kRejected;
     m_running.reset();
     ++m_answered;
@@ -44,6 +44,13 @@ void Recorder::threw(const std::string &exception)
     death.kind = Death::Kind::kException;
     death.exception = exception;
     m_outcome.death = death;
+}
+
+void Recorder::answered()
+{
+    require(m_step == Step::kValidate && !m_running && is_done(), "the last answer");
+    m_answered_all = true;
+    m_ended = true;
 }
 
 void Recorder::ended()
@@ -66,7 +73,7 @@ Death Recorder::death_here() const
     Death death;
     death.step = m_step;
     if (m_running) {
-        const engine::Request &asked = m_questions.requests[*m_running];
+        const engine::Request &asked = m_requests[*m_running];
         death.rule = asked.point->opaque;
         death.path = engine::path_of(asked);
     }
@@ -83,7 +90,7 @@ void Recorder::require(bool is_possible, const char *event) const
 
 bool Recorder::is_done() const
 {
-    return m_answered == m_questions.requests.size() || (m_rejected && !m_questions.all);
+    return m_answered == m_requests.size() || (m_rejected && !m_all);
 }
 
 } // namespace host

@@ -21,8 +21,10 @@ namespace host
 class Recorder : public AskingListener
 {
 public:
-    Recorder(const Questions &questions, Outcome &outcome, CheckListener &listener)
-        : m_questions(questions), m_outcome(outcome), m_listener(listener)
+    /** @param step  Where the plug-in is. */
+    Recorder(const std::vector<engine::Request> &requests, bool all, Outcome &outcome,
+             CheckListener &listener, Step step = Step::kLoad)
+        : m_requests(requests), m_all(all), m_outcome(outcome), m_listener(listener), m_step(step)
     {
     }
 
@@ -31,11 +33,15 @@ public:
     void after(std::size_t request, const engine::Answer &answer) override;
     void unusable(const std::vector<engine::Problem> &problems) override;
     void threw(const std::string &exception) override;
+    void answered() override;
     void ended() override;
 
     /** The plug-in died where it is now. */
     void died(Death::Kind kind, int number);
-    /** Whether the plug-in's proper end was told. */
+    Step step() const { return m_step; }
+    /** Whether all was asked, and the plug-in is ready for more. */
+    bool has_answered() const { return m_answered_all; }
+    /** Whether all was asked, and the plug-in is ready for more or came to its proper end. */
     bool has_ended() const { return m_ended; }
 
 private:
@@ -44,14 +50,16 @@ private:
     /** Whether there is nothing left to ask. */
     bool is_done() const;
 
-    const Questions &m_questions;
+    const std::vector<engine::Request> &m_requests;
+    bool m_all; /**< See Questions. */
     Outcome &m_outcome;
     CheckListener &m_listener;
-    Step m_step = Step::kLoad;
+    Step m_step;
     std::size_t m_answered = 0;
     std::optional<std::size_t> m_running;
     bool m_rejected = false;
-    bool m_ended = false;
+    bool m_answered_all = false;
+    bool m_ended = false; /**< Nothing may follow. */
 };
 
 } // namespace host

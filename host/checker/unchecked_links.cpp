@@ -14,9 +14,9 @@ using engine::Change;
 using engine::ChangeKind;
 
 /** Asks about one link, at its settings. */
-constexpr std::string_view kLinkRule = "onu_bw_check";
+constexpr const char *kLinkRule = "onu_bw_check";
 /** Asks about all links, whatever their settings. */
-constexpr std::string_view kCardRule = "ponlink_bw_check";
+constexpr const char *kCardRule = "ponlink_bw_check";
 
 const Change *find(const std::vector<Change> &changes, std::string_view name)
 {
@@ -73,16 +73,11 @@ std::string key(const lyd_node *entry, std::string_view name)
 } // namespace
 
 std::vector<UncheckedLink> find_unchecked_links(const engine::Transaction &transaction,
-                                                const std::vector<engine::Request> &requests)
+                                                const engine::Plan &plan)
 {
     std::vector<UncheckedLink> unchecked;
     const Change *interfaces = find_below(find(transaction.changes(), "config"), {"interface"});
-    const auto asks = [&requests](std::string_view rule, const std::string &path) {
-        return std::any_of(requests.begin(), requests.end(), [&](const engine::Request &request) {
-            return request.point->opaque == rule && (path.empty() || path_of(request) == path);
-        });
-    };
-    if (interfaces == nullptr || asks(kCardRule, "")) {
+    if (interfaces == nullptr || plan.asks(kCardRule, "")) {
         return unchecked;
     }
     for (const Change &link : interfaces->children) {
@@ -92,7 +87,7 @@ std::vector<UncheckedLink> find_unchecked_links(const engine::Transaction &trans
         const std::string card = key(link.after, "chassis-id") + "/" + key(link.after, "slot-id");
         const std::string port = key(link.after, "port-id");
         const std::string settings = "/config/gpon" + engine::braces({card}) + "/pon-link";
-        if (!asks(kLinkRule, settings + engine::braces({port}) + "/upstream")) {
+        if (!plan.asks(kLinkRule, settings + engine::braces({port}) + "/upstream")) {
             unchecked.push_back({card + "/" + port, settings});
         }
     }

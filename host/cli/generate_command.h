@@ -17,7 +17,7 @@ struct GenerateOptions {
     CardShape shape;
     engine::Format format = engine::Format::kXml;
     std::string output; /**< Empty: stdout. */
-    std::string card;   /**< Where to write the figures of a fitting card; empty: nowhere. */
+    std::string card;   /**< Where to write the capabilities of a matching card; empty: nowhere. */
 };
 
 /** @return Exit code. */

@@ -54,12 +54,27 @@ bool is_file_of(int descriptor, const std::string &path)
            is_same_file(one, other);
 }
 
+[[noreturn]] void refuse_same(const std::string &path, const std::string &role,
+                              const std::string &other)
+{
+    throw engine::InputError({{engine::Fault::kInvalidOption, path, 0, "",
+                               role + " is the same file as " + other, "name another file"}});
+}
+
 void require_other(const NamedFile &output, const NamedFile &known)
 {
     if (!known.path.empty() && is_same_file(output.path, known.path)) {
-        throw engine::InputError(
-            {{engine::Fault::kInvalidOption, output.path, 0, "",
-              output.role + " is the same file as " + known.role, "name another file"}});
+        refuse_same(output.path, output.role, known.role);
+    }
+}
+
+void require_not_printed_to(const NamedFile &file)
+{
+    for (const auto &[descriptor, name] :
+         {std::pair{STDOUT_FILENO, "stdout"}, {STDERR_FILENO, "stderr"}}) {
+        if (is_file_of(descriptor, file.path)) {
+            refuse_same(file.path, file.role, name);
+        }
     }
 }
 
@@ -77,12 +92,14 @@ void require_separate(const std::vector<NamedFile> &outputs, const std::vector<N
         for (auto before = outputs.begin(); before != output; ++before) {
             require_other(*output, *before);
         }
-        for (const int descriptor : {STDOUT_FILENO, STDERR_FILENO}) {
-            if (is_file_of(descriptor, output->path)) {
-                require_other(*output,
-                              {descriptor == STDOUT_FILENO ? "stdout" : "stderr", output->path});
-            }
-        }
+        require_not_printed_to(*output);
+    }
+}
+
+void require_not_printed_to(const std::vector<NamedFile> &inputs)
+{
+    for (const auto &input : inputs) {
+        require_not_printed_to(input);
     }
 }
 

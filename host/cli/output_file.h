@@ -24,6 +24,9 @@ struct NamedFile {
  */
 void require_separate(const std::vector<NamedFile> &outputs, const std::vector<NamedFile> &inputs);
 
+/** @throws engine::InputError  stdout or stderr goes to one of the inputs. */
+void require_not_printed_to(const std::vector<NamedFile> &inputs);
+
 /**
  * Is written beside its place and put there when it is whole; until then, and when that never
  * happens, the old file stays. What is no file, such as a pipe, is written directly.

@@ -1,6 +1,7 @@
 #include "cli/program.h"
 
 #include "checker/outcome.h"
+#include "cli/audit_command.h"
 #include "cli/check_command.h"
 #include "cli/generate_command.h"
 #include "cli/points_command.h"
@@ -21,7 +22,8 @@ namespace
 
 constexpr const char *kExitCodes =
     "Exit codes: 0 accepted, 1 rejected, 2 not confirmed, 3 could not be checked (bad input or\n"
-    "options, plug-in that cannot be used), 4 the plug-in died.";
+    "options, unusable plug-in), 4 the plug-in died. Of several edits the worst result counts:\n"
+    "4, then 3, 1, 2 and 0.";
 
 constexpr const char *kProgramExamples =
     "Examples:\n"
@@ -34,7 +36,19 @@ constexpr const char *kCheckExamples =
     "Examples:\n"
     "  gpon-validate check --running running.xml --edit change.xml --yes\n"
     "  gpon-validate check --running running.json candidate.json --all --explain\n"
+    "  gpon-validate check --running running.xml --edit first.xml --edit second.xml --in-turn\n"
+    "  find changes -name '*.xml' | gpon-validate check --running running.xml --edits - --json\n"
     "\n";
+
+constexpr const char *kAuditExamples =
+    "All rules are asked about all their nodes, in RUNNING and after each EDIT. What a rule was "
+    "seen "
+    "to read\nmust be covered by its dependencies in the data model. Exit code 1: it is not, or a "
+    "dependency was never\nread, and no reason is known.\n"
+    "\n"
+    "Examples:\n"
+    "  gpon-validate audit --running running.xml\n"
+    "  gpon-validate audit --running running.xml --edit change.xml --json";
 
 constexpr const char *kPointsExamples = "Examples:\n"
                                         "  gpon-validate points\n"
@@ -47,6 +61,7 @@ constexpr const char *kGenerateExamples =
 
 struct Commands {
     CheckOptions check;
+    CheckOptions audit;
     PointsOptions points;
     GenerateOptions generate;
 };
@@ -120,28 +135,46 @@ CLI::Option *add_choice(CLI::App &app, const std::string &name, const Choices &c
     return app.add_option_function<std::string>(name, read, description);
 }
 
-void add_check_inputs(CLI::App &app, CheckOptions &options)
+void add_card(CLI::App &app, CheckOptions &options)
 {
-    app.add_option("--running", options.running, "Committed configuration, XML or JSON")
-        ->type_name("RUNNING")
-        ->check(file_name());
-    auto *edit = app.add_option("--edit", options.edit,
-                                "Change with the operations of NETCONF's edit-config, XML or JSON")
-                     ->type_name("EDIT")
-                     ->check(file_name());
-    app.add_option("CANDIDATE", options.candidate, "Whole configuration after the change")
-        ->type_name("")
-        ->check(file_name())
-        ->excludes(edit);
-    app.add_option(
-           "--card", options.card,
-           "Figures of the card, JSON (if not given: bandwidth check on, 8 PON links of 128 ONUs)")
+    app.add_option("--card", options.card,
+                   "Capabilities of the card, JSON (if not given: bandwidth check on, 8 PON links "
+                   "of 128 ONUs)")
         ->type_name("CARD")
         ->check(file_name());
     app.add_option("--plugin", options.plugin,
                    "Plug-in to ask, instead of the card's own next to this program")
         ->type_name("PATH")
         ->check(file_name());
+}
+
+void add_check_inputs(CLI::App &app, CheckOptions &options)
+{
+    app.add_option("--running", options.running, "Committed configuration, XML or JSON")
+        ->type_name("RUNNING")
+        ->check(file_name());
+    auto *edit = app.add_option("--edit", options.edits,
+                                "Change with the operations of NETCONF's edit-config, XML or JSON; "
+                                "may be given several times")
+                     ->type_name("EDIT")
+                     ->check(file_name())
+                     ->allow_extra_args(false);
+    auto *edits =
+        app.add_option(
+               "--edits", options.edits_from,
+               "Folder of such changes, or - for a list of their files on stdin, one a line")
+            ->type_name("DIR")
+            ->check(file_name())
+            ->excludes(edit);
+    app.add_flag("--in-turn", options.in_turn,
+                 "Check each edit on top of those before it, as commits would; ends with the first "
+                 "that is not accepted (if not given: each against RUNNING)");
+    app.add_option("CANDIDATE", options.candidate, "Whole configuration after the change")
+        ->type_name("")
+        ->check(file_name())
+        ->excludes(edit)
+        ->excludes(edits);
+    add_card(app, options);
 }
 
 void add_check_switches(CLI::App &app, CheckOptions &options)
@@ -155,16 +188,22 @@ void add_check_switches(CLI::App &app, CheckOptions &options)
     app.add_flag("--explain", options.explain,
                  "Show which rules ran, why, and how long everything took");
     app.add_flag("--calls", options.calls, "As --explain, with each rule's client calls by name");
-    app.add_flag("--json", options.json, "Print the report as JSON, and ask nothing");
+    app.add_flag("--reads", options.reads,
+                 "As --explain, with each place of the configuration that a rule read");
+    app.add_flag("--json", options.json,
+                 "Print the report as JSON, of several edits each on a line, and ask nothing");
     app.add_flag("--check-running", options.check_running,
                  "Check the running configuration against the data model as well: without this "
                  "it is trusted, and only what the change makes of it is checked");
+    app.add_flag("--no-reuse", options.no_reuse,
+                 "Of several edits, ask the plug-in everything for each: without this, answers are "
+                 "used again as long as nothing has changed that they depend on");
     app.add_flag("--in-process", options.in_process,
                  "Ask the plug-in in this very process, for debuggers: no --timeout, and whatever "
                  "kills it kills this program");
 }
 
-void add_check_figures(CLI::App &app, CheckOptions &options)
+void add_check_limits(CLI::App &app, CheckOptions &options)
 {
     constexpr int kLongestTimeout = 1000000;
     app.add_option_function<int>(
@@ -201,7 +240,25 @@ void add_check(CLI::App &program, CheckOptions &options)
     app->footer(std::string(kCheckExamples) + kExitCodes);
     add_check_inputs(*app, options);
     add_check_switches(*app, options);
-    add_check_figures(*app, options);
+    add_check_limits(*app, options);
+}
+
+void add_audit(CLI::App &program, CheckOptions &options)
+{
+    auto *app = program.add_subcommand(
+        "audit", "Compare what the rules read with their dependencies in the data model");
+    app->footer(kAuditExamples);
+    app->add_option("--running", options.running, "Configuration to ask about, XML or JSON")
+        ->type_name("RUNNING")
+        ->required()
+        ->check(file_name());
+    app->add_option("--edit", options.edits,
+                    "Change to ask about as well; may be given several times")
+        ->type_name("EDIT")
+        ->check(file_name())
+        ->allow_extra_args(false);
+    add_card(*app, options);
+    app->add_flag("--json", options.json, "Print JSON");
 }
 
 void add_points(CLI::App &program, PointsOptions &options)
@@ -228,7 +285,7 @@ void add_generate(CLI::App &program, GenerateOptions &options)
             ->check(CLI::Range(least, most))
             ->capture_default_str();
     };
-    figure("--links", shape.links, "PON links, 1 to 16", 1, 16);
+    figure("--links", shape.links, "PON links, 1 to 256", 1, 256);
     figure("--onus", shape.onus, "ONUs on each link, 1 to 128", 1, 128);
     figure("--line-profiles", shape.line_profiles, "Line profiles", 1, kMaxProfiles);
     figure("--bandwidth-profiles", shape.bandwidth_profiles, "Bandwidth profiles", 1, kMaxProfiles);
@@ -246,7 +303,7 @@ void add_generate(CLI::App &program, GenerateOptions &options)
     app->add_option("-o,--output", options.output, "Write to this file instead of to stdout")
         ->type_name("FILE")
         ->check(file_name());
-    app->add_option("--card", options.card, "Also write the figures of a fitting card")
+    app->add_option("--card", options.card, "Also write the capabilities of a matching card")
         ->type_name("FILE")
         ->check(file_name());
 }
@@ -260,11 +317,18 @@ int run_command(CLI::App &app, const Commands &commands, const Console &console)
     if (app.got_subcommand("generate")) {
         return run_generate(commands.generate, console);
     }
-    if (!app.got_subcommand("check")) {
-        throw CLI::RequiredError("A command: check, points or generate");
+    if (app.got_subcommand("audit")) {
+        return run_audit(commands.audit, console);
     }
-    if (check.running.empty() && check.edit.empty() && check.candidate.empty()) {
+    if (!app.got_subcommand("check")) {
+        throw CLI::RequiredError("A command: check, audit, points or generate");
+    }
+    const bool has_edits = !check.edits.empty() || !check.edits_from.empty();
+    if (check.running.empty() && !has_edits && check.candidate.empty()) {
         throw CLI::RequiredError("A configuration: --running, --edit or CANDIDATE");
+    }
+    if (check.in_turn && !has_edits) {
+        throw CLI::RequiresError("--in-turn", "--edit or --edits");
     }
     return run_check(check, console);
 }
@@ -278,6 +342,7 @@ int parse_and_run(int argc, const char *const *argv, const Console &console)
     app.footer(std::string(kProgramExamples) + "\n\n" + kExitCodes);
     app.require_subcommand(0, 1);
     add_check(app, commands.check);
+    add_audit(app, commands.audit);
     add_points(app, commands.points);
     add_generate(app, commands.generate);
     try {

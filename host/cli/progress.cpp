@@ -13,19 +13,25 @@ constexpr const char *kWipe = "\r\033[K";
 
 } // namespace
 
+void Progress::within(const std::string &part)
+{
+    m_part = part + ", ";
+    m_text = part;
+    tick();
+}
+
 void Progress::at(std::size_t number, std::size_t total, const std::string &rule)
 {
-    if (m_terminal == nullptr) {
-        return;
-    }
-    m_text = "request " + std::to_string(number) + " of " + std::to_string(total) + ": " + rule;
+    m_text =
+        m_part + "request " + std::to_string(number) + " of " + std::to_string(total) + ": " + rule;
     tick();
 }
 
 void Progress::tick()
 {
     const auto now = Clock::now();
-    if (m_text.empty() || now - m_start < kQuiet || now - m_last < kBetweenLines) {
+    if (m_terminal == nullptr || m_text.empty() || now - m_start < kQuiet ||
+        now - m_last < kBetweenLines) {
         return;
     }
     m_last = now;

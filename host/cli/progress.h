@@ -21,6 +21,8 @@ public:
     Progress(const Progress &) = delete;
     Progress &operator=(const Progress &) = delete;
 
+    /** What all that follows is part of, such as an edit of many. */
+    void within(const std::string &part);
     /** Request `number` of `total` is being made. */
     void at(std::size_t number, std::size_t total, const std::string &rule);
     /** Shows it if the work takes long enough by now; to be called every now and then. */
@@ -34,6 +36,7 @@ private:
     std::ostream *m_terminal;
     Clock::time_point m_start = Clock::now();
     Clock::time_point m_last{};
+    std::string m_part; /**< Ends with a comma, if there is one. */
     std::string m_text;
     bool m_shown = false;
 };

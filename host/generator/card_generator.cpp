@@ -4,6 +4,7 @@
 #include "generator/card_names.h"
 #include "generator/card_profiles.h"
 
+#include <algorithm>
 #include <array>
 #include <iomanip>
 #include <sstream>
@@ -15,6 +16,8 @@ namespace
 
 /** Above this number of ONUs the card warns about monitoring in real time. */
 constexpr std::uint32_t kMaxRealTimeOnus = 128;
+/** Cards of up to so many links have as many of them on each link. */
+constexpr std::uint32_t kUsualLinks = 16;
 
 constexpr std::array<const char *, 8> kStreets{"Mill Lane",    "Station Road", "Harbour Street",
                                                "Church Hill",  "Park Avenue",  "Market Square",
@@ -106,7 +109,9 @@ void CardGenerator::onu(std::uint32_t link, std::uint32_t onu_id)
     }
     // Every so many ONUs, so that the whole card stays below the number that it warns about.
     const std::uint32_t place_on_card = static_cast<std::uint32_t>(m_gems_of_onu.size());
-    if (place_on_card % (16 * m_shape.onus / kMaxRealTimeOnus + 1) == 0) {
+    if (place_on_card %
+            (std::max(m_shape.links, kUsualLinks) * m_shape.onus / kMaxRealTimeOnus + 1) ==
+        0) {
         m_out.open("snmp");
         m_out.empty("real-time");
         m_out.close();
@@ -149,7 +154,8 @@ void CardGenerator::pots()
 /** One network for each PON link, with the router in front of the ONUs. */
 void CardGenerator::management(std::uint32_t link, std::uint32_t onu_id)
 {
-    const std::string network = "10.64." + std::to_string(link) + ".";
+    const std::string network =
+        "10." + std::to_string(64 + link / 256) + "." + std::to_string(link % 256) + ".";
     m_out.open("management");
     m_out.text("address", network + std::to_string(onu_id + 10) + "/24");
     m_out.text("default-gateway", network + "1");

@@ -1,6 +1,7 @@
 #include "report/report_explain.h"
 
 #include "report/printable.h"
+#include "report/report_reads.h"
 
 #include <algorithm>
 #include <iomanip>
@@ -35,7 +36,7 @@ std::string milliseconds(std::chrono::nanoseconds time)
     return text.str();
 }
 
-/** The first column and the last flush left, the figures between them flush right. */
+/** The first column and the last flush left, the numbers between them flush right. */
 void print_table(std::ostream &out, const std::vector<Row> &rows)
 {
     std::vector<std::size_t> widths(rows.front().size(), 0);
@@ -64,7 +65,8 @@ std::string causes_of(const RuleSummary &summary)
     return others == 0 ? text : text + " and " + std::to_string(others) + " more";
 }
 
-void print_rules(std::ostream &out, const std::vector<RuleSummary> &summaries, std::size_t planned)
+void print_rules(std::ostream &out, const std::vector<RuleSummary> &summaries,
+                 const Outcome &outcome)
 {
     std::vector<Row> rows{{"rule", "asked", "calls", "time", "verdict", "because of"}};
     std::size_t asked = 0;
@@ -79,7 +81,9 @@ void print_rules(std::ostream &out, const std::vector<RuleSummary> &summaries, s
         time += summary.time;
     }
     rows.push_back({"total", std::to_string(asked), std::to_string(calls), milliseconds(time), "",
-                    asked == planned ? "" : "of " + std::to_string(planned) + " requests planned"});
+                    outcome.answered() == outcome.planned
+                        ? ""
+                        : "of " + std::to_string(outcome.planned) + " requests planned"});
     print_table(out, rows);
 }
 
@@ -96,18 +100,22 @@ void print_calls(std::ostream &out, const std::vector<RuleSummary> &summaries)
 
 } // namespace
 
-void print_explanation(std::ostream &out, const Outcome &outcome, bool with_calls)
+void print_explanation(std::ostream &out, const Outcome &outcome, const ExplanationDetail &detail)
 {
     const auto summaries = summarise(outcome.runs);
     out << "Rules:\n";
     if (summaries.empty()) {
         out << "  none ran\n";
     } else {
-        print_rules(out, summaries, outcome.planned);
+        print_rules(out, summaries, outcome);
     }
-    if (with_calls && !summaries.empty()) {
+    if (const auto reused = outcome.reused_count(); reused > 0) {
+        out << "  answers used again: " << reused << '\n';
+    }
+    if (detail.calls && !summaries.empty()) {
         print_calls(out, summaries);
     }
+    print_reads(out, outcome, detail.reads);
     out << "Times:\n";
     std::vector<Row> rows;
     std::chrono::nanoseconds total{0};

@@ -1,5 +1,6 @@
 #include "report/report_json.h"
 
+#include "report/report_reads.h"
 #include "report/report_text.h"
 
 namespace host
@@ -135,7 +136,8 @@ Json explanation(const Outcome &outcome)
                          {"requests", summary.instances},
                          {"verdict", word_for(summary.verdict)},
                          {"calls", summary.calls},
-                         {"time-us", microseconds(summary.time)}});
+                         {"time-us", microseconds(summary.time)},
+                         {"reads", json_reads(outcome, summary.rule)}});
     }
     Json phases = Json::array();
     for (const auto &phase : outcome.phases) {
@@ -143,6 +145,7 @@ Json explanation(const Outcome &outcome)
     }
     return {{"planned", outcome.planned},
             {"requests", requests(outcome)},
+            {"reused", outcome.reused_count()},
             {"rules", rules},
             {"phases", phases}};
 }
@@ -158,8 +161,8 @@ Json json_report(const Outcome &outcome, bool with_explanation)
         json[outcome.form == ChangeForm::kEdit ? "edit" : "candidate"] = outcome.change;
     }
     json["differs"] = outcome.differs;
-    json["rules-ran"] = summarise(outcome.runs).size();
-    json["requests-made"] = outcome.runs.size();
+    json["rules-ran"] = outcome.rules();
+    json["requests-made"] = outcome.answered();
     json["rejections"] = remarks(outcome, engine::Verdict::kRejected);
     json["warnings"] = remarks(outcome, engine::Verdict::kWarning);
     json["unchecked-links"] = unchecked_links(outcome);
@@ -180,6 +183,11 @@ Json json_report(const Outcome &outcome, bool with_explanation)
 std::string print_json(const Json &json, bool for_terminal)
 {
     return json.dump(2, ' ', for_terminal, Json::error_handler_t::replace) + '\n';
+}
+
+std::string print_json_line(const Json &json, bool for_terminal)
+{
+    return json.dump(-1, ' ', for_terminal, Json::error_handler_t::replace) + '\n';
 }
 
 } // namespace host

@@ -23,4 +23,7 @@ nlohmann::ordered_json json_report(const Outcome &outcome, bool with_explanation
  */
 std::string print_json(const nlohmann::ordered_json &json, bool for_terminal);
 
+/** The same on one line. */
+std::string print_json_line(const nlohmann::ordered_json &json, bool for_terminal);
+
 } // namespace host

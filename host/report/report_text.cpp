@@ -92,11 +92,11 @@ std::string accepted_sentence(const Outcome &outcome)
     if (!outcome.differs) {
         text += "The candidate does not differ from the running configuration. ";
     }
-    if (outcome.runs.empty()) {
-        return text + "No rule was called for.";
+    if (outcome.answered() == 0) {
+        return text + "No rules apply.";
     }
-    return text + plural(summarise(outcome.runs).size(), "rule") + " ran (" +
-           plural(outcome.runs.size(), "request") + ").";
+    return text + plural(outcome.rules(), "rule") + " ran (" +
+           plural(outcome.answered(), "request") + ").";
 }
 
 std::string not_confirmed_sentence(const Confirmation &confirmation)
@@ -108,6 +108,23 @@ std::string not_confirmed_sentence(const Confirmation &confirmation)
 }
 
 } // namespace
+
+const char *words_for(Result result)
+{
+    switch (result) {
+    case Result::kAccepted:
+        return "accepted";
+    case Result::kRejected:
+        return "rejected";
+    case Result::kNotConfirmed:
+        return "not confirmed";
+    case Result::kNotChecked:
+        return "not checked";
+    case Result::kPluginDied:
+        return "inconclusive";
+    }
+    return "unknown";
+}
 
 std::string sentence(const Death &death)
 {
@@ -185,7 +202,7 @@ void print_conclusion(std::ostream &out, const Outcome &outcome, const Style &st
         out << style.bad("Not checked.") << '\n';
         break;
     case Result::kPluginDied:
-        out << style.bad("Not decided.") << '\n';
+        out << style.bad("Inconclusive: the plug-in died.") << '\n';
         break;
     }
 }

@@ -22,6 +22,9 @@ void print_conclusion(std::ostream &out, const Outcome &outcome, const Style &st
 void print_problems(std::ostream &out, const std::vector<engine::Problem> &problems,
                     const Style &style);
 
+/** Such as "not confirmed", for a sum of results. */
+const char *words_for(Result result);
+
 /** How the plug-in died, in one sentence without its stop. */
 std::string sentence(const Death &death);
 

@@ -40,7 +40,7 @@ GPON_EXPORT void ProfileOnuSerialPassword(std::int32_t maapi_sock, confd_trans_c
                                           const std::string &leaf, std::int32_t method);
 
 /**
- * Appends a line for every entry whose value occurs more than once.
+ * Appends a line for every entry whose value is a duplicate.
  * @param label      "serial-number" or "password".
  * @param duplicate  Becomes -1 when there is such an entry; else it stays.
  */

@@ -118,7 +118,8 @@ TEST_F(Objects, GoOnAfterTheCursorsEntry)
     expect_error(CONFD_ERR_PROTOUSAGE, {"destroyed"});
 }
 
-/** Elements of a request, by name: "<gpon" begins a container, ">gpon" ends it, "id" is wanted. */
+/** Elements of a request, by name: "<gpon" begins a container, ">gpon" ends it, "id" is requested.
+ */
 std::vector<confd_tag_value_t> elements(const std::vector<std::string> &names)
 {
     std::vector<confd_tag_value_t> result;

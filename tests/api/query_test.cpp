@@ -221,7 +221,7 @@ protected:
         const int code =
             maapi_xpath_eval_expr(maapi, th, expression, &text, nullptr, "%s", context);
         EXPECT_EQ(code == CONFD_OK, text != nullptr);
-        const std::string result = text != nullptr ? text : "(null)";
+        std::string result = text != nullptr ? text : "(null)";
         free(text);
         return result;
     }

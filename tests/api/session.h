@@ -61,7 +61,7 @@ protected:
 
     void TearDown() override
     {
-        engine::Hooks::instance().fail_no_more();
+        engine::Hooks::instance().clear_failure();
         EXPECT_EQ(held().values, 0);
         EXPECT_EQ(held().query_results, 0);
         m_framework.reset();

@@ -16,7 +16,7 @@ TEST(Crypto, GivesBackWhatItEncryptedEachTimeInAnotherWay)
     }
 }
 
-// Made with `openssl enc -aes-128-cfb` under the desk's key: what is stored stays readable.
+// Made with `openssl enc -aes-128-cfb` under this key: what is stored stays readable.
 TEST(Crypto, ReadsWhatAnotherImplementationWroteAndNothingElse)
 {
     const std::string stored = "$8$AAECAwQFBgcICQoLDA0OD8FQjoWT6IkTAQ==";

@@ -111,7 +111,7 @@ TEST(DatastoreParse, FindsEntriesAfterOrdering)
     EXPECT_STREQ(lyd_get_value(lyd_child(lyd_child(tree.root()))), "1");
     for (const std::string id : {"1", "150", "300"}) {
         const auto path = engine::read_path(tree.schema(), "/config/service-port{" + id + "}");
-        const auto *entry = engine::find_node(tree.root(), path);
+        const auto *entry = engine::find_node(tree.root(), *path);
         ASSERT_NE(entry, nullptr) << id;
         EXPECT_EQ(lyd_get_value(lyd_child(entry)), id);
     }

@@ -6,8 +6,8 @@
 # GPON_VALIDATE may be several words: an emulator, its options, and the program.
 # The folder holds README (why the case matters), expected.txt (stdout, then `exit N`), and one of
 # change.xml, change.json, candidate.xml, overbook.xml; running.xml and card.json stand there or in the folder
-# above. `arguments` may hold further words of the command line. With --update expected.txt is
-# written instead of compared.
+# above. `arguments` may hold further words of the command line, and `stdin` what the program reads. With --update
+# expected.txt is written instead of compared.
 set -uo pipefail
 
 update=no
@@ -66,7 +66,9 @@ command_words() {
 
 # Nobody must be asked, whatever terminal this runs on; what goes to stderr is for the log.
 actual() {
-  "${program[@]}" "${words[@]}" < /dev/null
+  local input=/dev/null
+  [ -f stdin ] && input=stdin
+  "${program[@]}" "${words[@]}" < "$input"
   echo "exit $?"
 }
 

@@ -48,6 +48,24 @@ TEST_F(Check, AsksTheOperatorOnlyWhenAnAnswerIsMissing)
     EXPECT_EQ(asked, 1) << "asked without need";
 }
 
+/** In turn, what was confirmed is committed: the second edit changes nothing any more. */
+TEST_F(Check, AsksAboutEachEditOfASeries)
+{
+    int asked = 0;
+    ask = [&asked]() -> std::optional<bool> { return ++asked < 3; };
+    const std::string second = file("second.xml", kFecEdit);
+    EXPECT_EQ(check_fec(kWarning, {"--edit", second, "--in-turn"}).code, 0);
+    EXPECT_EQ(asked, 1);
+    const ProgramRun both = check_fec(kWarning, {"--edit", second});
+    EXPECT_EQ(both.code, 2) << both;
+    EXPECT_EQ(asked, 3);
+    EXPECT_THAT(both.out, HasSubstr("\n2 edits: 1 accepted, 1 not confirmed.\n"));
+    EXPECT_EQ(check_fec("fec_confirmation_warning=print:note\n", {"--edit", second}).err,
+              "note\nnote\nnote\nnote\n");
+    std::filesystem::create_directory(path("folder"));
+    EXPECT_THAT(check("", {"--edits", path("folder")}).out, HasSubstr("folder: there is no edit"));
+}
+
 TEST_F(Check, PassesOnWhatAPluginWritesToStderr)
 {
     const ProgramRun done = check_fec("fec_confirmation_warning=print:note\n");

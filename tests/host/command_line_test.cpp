@@ -10,11 +10,15 @@ using CommandLine = ProgramTest;
 TEST_F(CommandLine, IsRefusedWithExitCode3)
 {
     const std::pair<std::vector<std::string>, const char *> refusals[] = {
-        {{}, "A command: check, points or generate is required"},
+        {{}, "A command: check, audit, points or generate is required"},
         {{"chekc"}, "The following argument was not expected: chekc"},
         {{"check", "--runing", "a"}, "--runing"},
         {{"check"}, "A configuration"},
         {{"check", "--edit", "a", "b"}, "excludes"},
+        {{"check", "--edits", "a", "b"}, "excludes"},
+        {{"check", "--edit", "a", "--edits", "b"}, "excludes"},
+        {{"check", "--running", "a", "--in-turn"}, "--in-turn requires --edit or --edits"},
+        {{"check", "--running", "a", "--edits", ""}, "--edits: no file"},
         {{"check", "a", "--yes", "--no"}, "excludes"},
         {{"check", "a", "--trace", "13"}, "13 is none of fine, progress, decisions, "},
         {{"check", "a", "--trace-file", "b"}, "--trace"},
@@ -32,7 +36,7 @@ TEST_F(CommandLine, IsRefusedWithExitCode3)
         {{"generate", "-o", ""}, "--output: no file"},
         {{"generate", "--card", ""}, "--card: no file"},
         {{"generate", "--seed", "0x8"}, "--seed"},
-        {{"generate", "--links", "17"}, "--links"},
+        {{"generate", "--links", "257"}, "--links"},
         {{"generate", "--onus", "0"}, "--onus"},
         {{"generate", "--links", "1", "--onus", "1", "--service-ports", "3501"}, "no room"},
         {{"generate", "-o", "/proc/card.xml"}, "/proc/card.xml"},

@@ -15,6 +15,7 @@ struct Nobody : host::AskingListener {
     void after(std::size_t, const engine::Answer &) override { FAIL(); }
     void unusable(const std::vector<engine::Problem> &) override { FAIL(); }
     void threw(const std::string &) override { FAIL(); }
+    void answered() override { FAIL(); }
     void ended() override { FAIL(); }
 };
 

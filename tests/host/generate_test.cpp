@@ -7,8 +7,6 @@
 
 #include <iterator>
 
-using testing::HasSubstr;
-
 namespace
 {
 
@@ -80,7 +78,7 @@ TEST_F(Generate, IsTheSameForASeedAndAnotherForAnother)
 
 TEST_F(Generate, TellsTheSameInXmlAndJson)
 {
-    const auto schema = host::model_schema();
+    const auto &schema = host::model_schema();
     const auto source = [this](const char *format) -> engine::Source {
         return {format, generate({"--onus", "8", "--format", format}).out};
     };

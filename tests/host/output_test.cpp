@@ -52,6 +52,9 @@ TEST_F(Output, IsNeverAnInput)
         EXPECT_EQ(done.code, 3) << done;
         EXPECT_THAT(done.out, HasSubstr("--trace-file is the same file as "));
     }
+    const ProgramRun listed = run_alone({"check", "--edits", path("")});
+    EXPECT_EQ(listed.code, 3) << listed;
+    EXPECT_THAT(listed.out, HasSubstr("an edit is the same file as std"));
     EXPECT_EQ(read("running.xml"), kRunning);
     EXPECT_EQ(read("change.xml"), kFecEdit);
     EXPECT_EQ(read("card.json"), "{}");

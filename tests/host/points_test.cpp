@@ -20,9 +20,9 @@ TEST_F(ProgramTest, TableOfRulesAndModelHaveTheSameKeys)
         table.insert(rule.key);
         EXPECT_NE(rule.guards, "") << rule.key;
     }
-    EXPECT_EQ(table.size(), host::rules().size()) << "a key stands twice";
+    EXPECT_EQ(table.size(), host::rules().size()) << "duplicate key";
     std::set<std::string_view> model;
-    const auto schema = host::model_schema();
+    const auto &schema = host::model_schema();
     for (const auto &point : schema->points()) {
         model.insert(point.opaque);
     }

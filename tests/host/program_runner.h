@@ -83,6 +83,7 @@ protected:
     {
         words.insert(words.begin(), "gpon-validate");
         std::vector<const char *> argv;
+        argv.reserve(words.size());
         for (const auto &word : words) {
             argv.push_back(word.c_str());
         }

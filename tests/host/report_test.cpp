@@ -51,7 +51,7 @@ TEST(TextReport, CutsALongOutputOfTheDead)
     EXPECT_THAT(out.str(), testing::StartsWith(
                                "The plug-in was stopped in small at /a: no answer within 60 s.\n"
                                "The plug-in had written, in the end:\n  line 2\n"));
-    EXPECT_THAT(out.str(), testing::EndsWith("  line 41\nNot decided.\n"));
+    EXPECT_THAT(out.str(), testing::EndsWith("  line 41\nInconclusive: the plug-in died.\n"));
 }
 
 TEST(TextReport, ShowsAProblemOfNoFile)
@@ -86,18 +86,20 @@ TEST(Colors, RespectTheTerminalAndTheEnvironment)
 TEST(Explanation, SumsUpEachRule)
 {
     Outcome outcome;
-    outcome.planned = 4;
+    outcome.planned = 9;
     outcome.phases = {{"load", 2ms}, {"rules", 4500us}};
     outcome.runs = {run_of("small", "/x", Verdict::kWarning),
                     run_of("small", "/y", Verdict::kAccepted),
                     run_of("great_rule", "", Verdict::kRejected)};
     std::ostringstream out;
-    host::print_explanation(out, outcome, true);
+    outcome.reused = {{"great_rule", 5}};
+    host::print_explanation(out, outcome, {true, false});
     EXPECT_EQ(out.str(), R"(Rules:
   rule        asked  calls     time   verdict  because of
   small           2      6  3.00 ms    warned  /x and 1 more
   great_rule      1      3  1.50 ms  rejected  (asked at every commit)
-  total           3      9  4.50 ms            of 4 requests planned
+  total           3      9  4.50 ms            of 9 requests planned
+  answers used again: 5
 Calls:
   small
            4  maapi_exists

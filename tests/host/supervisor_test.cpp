@@ -65,7 +65,7 @@ TEST_F(Supervisor, DeliversLinesAndOutputInWhole)
 
 TEST_F(Supervisor, DoesNotWaitForAGrandchildThatHoldsThePipes)
 {
-    // Without patience: only the end of the child can end this.
+    // Without a time limit: only the end of the child can end this.
     const ChildEnd end = run([](int fd) {
         if (fork() == 0) {
             alarm(30);

@@ -30,7 +30,7 @@ class Middleware : public testing::Test
 protected:
     ~Middleware() override
     {
-        engine::Hooks::instance().fail_no_more();
+        engine::Hooks::instance().clear_failure();
         velconfd::set_singleton_available(true);
         zlog_host::set_level(zlog_host::kOff);
         zlog_host::write_to_stderr();

@@ -148,7 +148,8 @@ class Workshop:
         command = subprocess.run(["ninja", "-t", "commands", "bin/test_validation"],
                                  cwd=self.build, capture_output=True, text=True, check=True)
         link = command.stdout.strip().split("\n")[-1].split(" && ")[1]
-        words = [w for w in shlex.split(link) if "/gpon_card_valid_objects.dir/" not in w]
+        words = [w.replace("\\$", "$") for w in shlex.split(link)  # As a shell would read it.
+                 if "/gpon_card_valid_objects.dir/" not in w]
         at = words.index("-o")
         words[at + 1] = str(self.place / "tests")
         words[at:at] = [f"-L{self.place}", "-lmutant"]

@@ -208,8 +208,14 @@ PATH_CALL(cdb_get_bool, "", (int sock, int *v), (session_socket(sock), v))
 PATH_CALL(cdb_num_instances, "", (int sock), (session_socket(sock)))
 
 PLAIN_CALL(void, maapi_destroy_cursor, "", (maapi_cursor * mc), (mc))
-PLAIN_CALL(int, maapi_get_objects, sized(n) + sized(*nobj),
-           (maapi_cursor * mc, confd_value_t *values, int n, int *nobj), (mc, values, n, nobj))
+int maapi_get_objects(maapi_cursor *mc, confd_value_t *values, int n, int *nobj)
+{
+    static const auto real = original("maapi_get_objects", &maapi_get_objects);
+    const int result = made("maapi_get_objects" + sized(n) + sized(*nobj),
+                            [&] { return real(mc, values, n, nobj); });
+    *nobj += client().objects_too_many;
+    return result;
+}
 PLAIN_CALL(int, maapi_query_start,
            " " + std::string(expr) + " chunk " + std::to_string(chunk) + " from " +
                std::to_string(offset) + " as " + std::to_string(as) + " select " + *select,

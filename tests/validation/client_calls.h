@@ -40,6 +40,8 @@ struct ClientDouble {
     /** A query's chunk claims more results, and more items of each, than it holds. */
     int results_too_many = 0;
     int items_too_many = 0;
+    /** A chunk of list entries claims so many more. */
+    int objects_too_many = 0;
     /** Whether sessions of the committed configuration can be opened. */
     bool sessions_start = true;
     /** What a session that cannot be opened answers. */

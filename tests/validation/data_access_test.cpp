@@ -104,6 +104,11 @@ TEST_F(DataAccess, TellsReadErrors)
         EXPECT_EQ(reader.getObjects(), -1);
     }
     expect_nothing_held();
+    {
+        ConfdGetObjsItf reader(2, 1, kTconts, sock(), tctx(), false);
+        client().objects_too_many = 1;
+        EXPECT_EQ(reader.getObjects(), -1);
+    }
 }
 
 TEST_F(DataAccess, RefusesAnArrayThatCannotBeAddressed)

@@ -61,7 +61,7 @@ protected:
         client() = {};
         zlog_host::write_to_stderr();
         zlog_host::set_level(zlog_host::kOff);
-        engine::Hooks::instance().fail_no_more();
+        engine::Hooks::instance().clear_failure();
         std::free(m_tctx.error.str);
         platform_settings = m_settings_before;
     }
@@ -131,7 +131,7 @@ protected:
             expect_nothing_held();
             EXPECT_EQ(open_sessions(), 0);
             if (!hooks.has_failed()) {
-                hooks.fail_no_more();
+                hooks.clear_failure();
                 return outcomes;
             }
             outcomes.push_back(outcome);
@@ -189,7 +189,7 @@ private:
     {
         va_list arguments;
         va_start(arguments, format);
-        engine::Path path = engine::read_path(*test_support::schema(), nullptr, format, arguments);
+        engine::Path path = *engine::read_path(*test_support::schema(), format, arguments);
         va_end(arguments);
         return path;
     }

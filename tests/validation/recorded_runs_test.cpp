@@ -120,7 +120,7 @@ private:
             EXPECT_EQ(fault.what(), client().fault);
         }
         client().clock.reset();
-        engine::Hooks::instance().fail_no_more();
+        engine::Hooks::instance().clear_failure();
         const std::string left = left_behind();
         begin_again();
         expect_nothing_held();

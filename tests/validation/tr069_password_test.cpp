@@ -17,7 +17,7 @@ protected:
         confd_value_t newval = engine::make_text_value(stored + behind);
         newval.val.buf.size = static_cast<unsigned>(stored.size());
         confd_hkeypath_t keypath{};
-        const Outcome outcome = take_outcome(
+        Outcome outcome = take_outcome(
             tr069_profile_password_length_check_func(sock(), tctx(), &keypath, &newval));
         engine::free_value(newval);
         EXPECT_THAT(trace_lines(), testing::IsEmpty());

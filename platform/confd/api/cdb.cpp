@@ -12,8 +12,8 @@ int cdb_exists(int sock, const char *fmt, ...)
     va_list args;
     va_start(args, fmt);
     const int result = api::guarded("cdb_exists", CONFD_ERR, [&] {
-        const auto &tree = api::committed_of(sock);
-        return api::exists(tree, api::path_in(tree, fmt, args)) ? 1 : 0;
+        const auto view = api::committed_of(sock);
+        return api::exists(view, *view.path(fmt, args)) ? 1 : 0;
     });
     va_end(args);
     return result;
@@ -24,8 +24,8 @@ int cdb_get_bool(int sock, int *rval, const char *fmt, ...)
     va_list args;
     va_start(args, fmt);
     const int result = api::guarded("cdb_get_bool", CONFD_ERR, [&] {
-        const auto &tree = api::committed_of(sock);
-        *rval = api::read_leaf(tree, api::path_in(tree, fmt, args), C_BOOL).val.boolean;
+        const auto view = api::committed_of(sock);
+        *rval = api::read_leaf(view, *view.path(fmt, args), C_BOOL).val.boolean;
         return CONFD_OK;
     });
     va_end(args);
@@ -37,8 +37,8 @@ int cdb_num_instances(int sock, const char *fmt, ...)
     va_list args;
     va_start(args, fmt);
     const int result = api::guarded("cdb_num_instances", CONFD_ERR, [&] {
-        const auto &tree = api::committed_of(sock);
-        return api::count_entries(tree, api::path_in(tree, fmt, args));
+        const auto view = api::committed_of(sock);
+        return api::count_entries(view, *view.path(fmt, args));
     });
     va_end(args);
     return result;

@@ -82,7 +82,7 @@ bool has_keys(const Change &change, const std::vector<std::string> &keys)
     });
 }
 
-/** What is told of a list entry or presence container. */
+/** What is reported for a list entry or presence container. */
 std::vector<confd_iter_op> operations_on_inner_node(const Change &change)
 {
     switch (change.kind) {
@@ -99,7 +99,7 @@ std::vector<confd_iter_op> operations_on_inner_node(const Change &change)
     }
 }
 
-/** What is told of a change, in this order. */
+/** What is reported for a change, in this order. */
 std::vector<confd_iter_op> operations(const Change &change)
 {
     const SchemaNode &schema = *change.schema;

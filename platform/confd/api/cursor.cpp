@@ -11,8 +11,8 @@
 namespace api
 {
 
-ListCursor::ListCursor(const engine::SchemaNode &list, const lyd_node *first)
-    : m_list(list), m_next(first)
+ListCursor::ListCursor(const ListPlace &place, const lyd_node *first)
+    : m_list(place.list), m_place(place.place), m_next(first)
 {
     ++engine::Hooks::instance().held.cursors;
 }
@@ -24,22 +24,29 @@ ListCursor::~ListCursor()
 
 const lyd_node *ListCursor::advance()
 {
-    const lyd_node *entry = m_next;
-    std::vector<engine::OwnedValue> keys;
-    if (entry != nullptr) {
-        for (const lyd_node *key = lyd_child(entry); key != nullptr && lysc_is_key(key->schema);
-             key = key->next) {
-            keys.emplace_back(engine::value_of(key));
-        }
-        m_next = engine::next_instance(entry);
+    m_entry = m_next;
+    if (m_entry != nullptr) {
+        m_next = engine::next_instance(m_entry);
     }
-    m_keys = std::move(keys);
-    m_is_at_end = entry == nullptr;
-    return entry;
+    m_is_at_end = m_entry == nullptr;
+    return m_entry;
 }
 
-void ListCursor::show(maapi_cursor &cursor) const
+void ListCursor::note(engine::ReadExtent extent) const
 {
+    auto &log = engine::ReadLog::instance();
+    if (log.is_on()) {
+        log.note(engine::ReadSide::kCandidate, m_list, m_place, extent);
+    }
+}
+
+void ListCursor::show(maapi_cursor &cursor)
+{
+    m_keys.clear();
+    for (const lyd_node *key = m_entry != nullptr ? lyd_child(m_entry) : nullptr;
+         key != nullptr && lysc_is_key(key->schema); key = key->next) {
+        m_keys.emplace_back(engine::value_of(key));
+    }
     cursor.n = static_cast<int>(std::min<std::size_t>(m_keys.size(), MAXKEYLEN));
     std::transform(m_keys.begin(), m_keys.begin() + cursor.n, cursor.keys,
                    [](const engine::OwnedValue &key) { return key.get(); });

@@ -4,6 +4,7 @@
  */
 #pragma once
 
+#include "api/reads.h"
 #include "confd_maapi.h"
 #include "engine/data/value.h"
 #include "engine/session/framework.h"
@@ -20,7 +21,8 @@ namespace api
 class ListCursor : public engine::TransactionResource
 {
 public:
-    ListCursor(const engine::SchemaNode &list, const lyd_node *first);
+    /** @param first  Entry that comes first; null when there is none. */
+    ListCursor(const ListPlace &place, const lyd_node *first);
     ~ListCursor() override;
     ListCursor(const ListCursor &) = delete;
     ListCursor &operator=(const ListCursor &) = delete;
@@ -31,14 +33,18 @@ public:
     bool is_at_end() const { return m_is_at_end; }
 
     const engine::SchemaNode &list() const { return m_list; }
+    /** Tells that a call depends on the list's entries. */
+    void note(engine::ReadExtent extent) const;
     /** Lets the client's structure show the present entry. */
-    void show(maapi_cursor &cursor) const;
+    void show(maapi_cursor &cursor);
 
 private:
     const engine::SchemaNode &m_list;
+    const engine::PlaceId m_place;
     const lyd_node *m_next;
+    const lyd_node *m_entry = nullptr; /**< The present one. */
     bool m_is_at_end = false;
-    std::vector<engine::OwnedValue> m_keys; /**< Of the present entry. */
+    std::vector<engine::OwnedValue> m_keys; /**< Of the entry that was shown. */
 };
 
 /**

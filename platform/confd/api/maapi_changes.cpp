@@ -33,13 +33,15 @@ extern "C" int maapi_keypath_diff_iterate(int sock, int th, maapi_diff_iter_t *i
     va_start(args, fmtpath);
     const int result = api::guarded("maapi_keypath_diff_iterate", CONFD_ERR, [&] {
         const auto &transaction = api::transaction_of(sock, th);
-        const auto path = api::path_in(transaction.candidate(), fmtpath, args);
-        require_keys_above(path);
+        const auto view = api::candidate_of(transaction);
+        const auto path = view.path(fmtpath, args);
+        require_keys_above(*path);
         if (iter == nullptr || flags != 0) {
             throw engine::Error(CONFD_ERR_PROTOUSAGE,
                                 "maapi_keypath_diff_iterate: a function and flags of 0 are wanted");
         }
-        api::ChangeWalk(iter, initstate).walk(transaction.changes(), path);
+        view.note(*path, engine::ReadExtent::kSubtree);
+        api::ChangeWalk(iter, initstate).walk(transaction.changes(), *path);
         return CONFD_OK;
     });
     va_end(args);

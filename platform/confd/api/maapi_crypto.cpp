@@ -5,6 +5,7 @@
 #include "engine/data/crypto.h"
 #include "engine/data/error.h"
 #include "engine/session/framework.h"
+#include "engine/session/reads.h"
 
 #include <cstring>
 
@@ -16,6 +17,7 @@ namespace
 
 void decrypt(std::string_view stored, char *output)
 {
+    engine::ReadLog::instance().note_crypto_keys();
     if (!Framework::current().crypto_keys_installed) {
         throw Error(CONFD_ERR_PROTOUSAGE, "the crypto keys are not installed");
     }
@@ -39,6 +41,7 @@ int maapi_install_crypto_keys(int sock)
         auto &framework = Framework::current();
         framework.require_socket(sock, engine::SocketKind::kMaapi);
         framework.crypto_keys_installed = true;
+        engine::ReadLog::instance().note_installed_keys();
         return CONFD_OK;
     });
 }

@@ -23,12 +23,11 @@ void clear(maapi_cursor &cursor)
 void open(maapi_cursor &cursor, const char *format, va_list args)
 {
     auto &transaction = api::transaction_of(cursor.sock, cursor.th);
-    const auto &tree = transaction.candidate();
-    const auto place = api::find_list(tree, api::path_in(tree, format, args));
+    const auto view = api::candidate_of(transaction);
+    const auto place = api::find_list(view, *view.path(format, args));
     const lyd_node *first =
-        place.exists ? engine::first_instance(tree.root(), place.parent, place.list) : nullptr;
-    const int number =
-        transaction.add_resource(std::make_unique<api::ListCursor>(place.list, first));
+        place.exists ? engine::first_instance(view.tree.root(), place.parent, place.list) : nullptr;
+    const int number = transaction.add_resource(std::make_unique<api::ListCursor>(place, first));
     // A number, not an address: a stale cursor is told from a living one.
     // NOLINTNEXTLINE(performance-no-int-to-ptr)
     cursor.internal = reinterpret_cast<void *>(static_cast<std::intptr_t>(number));
@@ -58,6 +57,7 @@ int maapi_get_next(struct maapi_cursor *mc)
 {
     const int result = api::guarded("maapi_get_next", CONFD_ERR, [mc] {
         auto &position = api::cursor_of(mc);
+        position.note(engine::ReadExtent::kNode);
         position.advance();
         position.show(*mc);
         return CONFD_OK;

@@ -16,8 +16,8 @@ namespace
 /** Value of a leaf that must be of this type. */
 engine::OwnedValue typed_leaf(int sock, int th, confd_vtype type, const char *format, va_list args)
 {
-    const auto &tree = api::candidate_of(sock, th);
-    return engine::OwnedValue(api::read_leaf(tree, api::path_in(tree, format, args), type));
+    const auto view = api::candidate_of(sock, th);
+    return engine::OwnedValue(api::read_leaf(view, *view.path(format, args), type));
 }
 
 void copy_text(const confd_value_t &text, char *buffer, int size)
@@ -40,8 +40,8 @@ int maapi_exists(int sock, int th, const char *fmt, ...)
     va_list args;
     va_start(args, fmt);
     const int result = api::guarded("maapi_exists", CONFD_ERR, [&] {
-        const auto &tree = api::candidate_of(sock, th);
-        return api::exists(tree, api::path_in(tree, fmt, args)) ? 1 : 0;
+        const auto view = api::candidate_of(sock, th);
+        return api::exists(view, *view.path(fmt, args)) ? 1 : 0;
     });
     va_end(args);
     return result;
@@ -52,8 +52,8 @@ int maapi_num_instances(int sock, int th, const char *fmt, ...)
     va_list args;
     va_start(args, fmt);
     const int result = api::guarded("maapi_num_instances", CONFD_ERR, [&] {
-        const auto &tree = api::candidate_of(sock, th);
-        return api::count_entries(tree, api::path_in(tree, fmt, args));
+        const auto view = api::candidate_of(sock, th);
+        return api::count_entries(view, *view.path(fmt, args));
     });
     va_end(args);
     return result;
@@ -64,9 +64,8 @@ int maapi_get_elem(int sock, int th, confd_value_t *v, const char *fmt, ...)
     va_list args;
     va_start(args, fmt);
     const int result = api::guarded("maapi_get_elem", CONFD_ERR, [&] {
-        const auto &tree = api::candidate_of(sock, th);
-        const auto path = api::path_in(tree, fmt, args);
-        *v = api::hand_out(engine::OwnedValue(api::read_leaf(tree, path)));
+        const auto view = api::candidate_of(sock, th);
+        *v = api::hand_out(engine::OwnedValue(api::read_leaf(view, *view.path(fmt, args))));
         return CONFD_OK;
     });
     va_end(args);
@@ -153,13 +152,13 @@ int maapi_get_list_elem(int sock, int th, confd_value_t **values, int *n, const 
     va_list args;
     va_start(args, fmt);
     const int result = api::guarded("maapi_get_list_elem", CONFD_ERR, [&] {
-        const auto &tree = api::candidate_of(sock, th);
-        const auto path = api::path_in(tree, fmt, args);
-        if (path.schema()->is_leaf()) {
-            throw engine::Error(CONFD_ERR_BADTYPE, path.text() + " is not a leaf-list");
+        const auto view = api::candidate_of(sock, th);
+        const auto path = view.path(fmt, args);
+        if (path->schema()->is_leaf()) {
+            throw engine::Error(CONFD_ERR_BADTYPE, path->text() + " is not a leaf-list");
         }
         // The client gets the list's array, and each element as a value of its own.
-        const confd_value_t list = api::read_leaf(tree, path);
+        const confd_value_t list = api::read_leaf(view, *path);
         for (unsigned int i = 0; i < list.val.list.size; ++i) {
             list.val.list.ptr[i] = api::hand_out(engine::OwnedValue(list.val.list.ptr[i]));
         }

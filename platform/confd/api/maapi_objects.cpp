@@ -106,6 +106,7 @@ int get_objects(maapi_cursor &cursor, confd_value_t *values, int n, int &nobj)
         throw engine::Error(CONFD_ERR_PROTOUSAGE, "maapi_get_objects: no room for any entry");
     }
     auto &position = api::cursor_of(&cursor);
+    position.note(engine::ReadExtent::kEntry);
     const auto size = static_cast<std::size_t>(n);
     ValueArray array(values, size * static_cast<std::size_t>(nobj));
     int delivered = 0;

@@ -88,12 +88,13 @@ int maapi_query_start(int sock, int th, const char *expr, const char *context_no
                         "a known kind of results are wanted");
         }
         auto &transaction = api::transaction_of(sock, th);
-        const auto &tree = transaction.candidate();
+        const auto view = api::candidate_of(transaction);
         api::QueryRequest request;
         request.expression = expr;
         if (context_node != nullptr) {
-            request.context =
-                api::find_context(tree, engine::read_path(tree.schema(), context_node));
+            const auto path = engine::read_path(view.tree.schema(), context_node);
+            request.context = api::find_context(view, *path);
+            request.context_place = {path->schema(), path->steps.back().place, true};
         }
         request.chunk_size = chunk_size;
         request.initial_offset = initial_offset;

@@ -20,6 +20,7 @@ namespace
 struct Place {
     const SchemaNode *schema;
     const lyd_node *node;
+    engine::PlaceId id;
 };
 
 /** Follows the array through the containers that it names. */
@@ -58,7 +59,7 @@ private:
 
     Place child(const xml_tag &tag) const
     {
-        const auto [above, above_node] = m_places.back();
+        const auto [above, above_node, above_id] = m_places.back();
         const SchemaNode *node = above->first_child();
         while (node != nullptr && (node->tag != tag.tag || (tag.ns != 0 && node->ns != tag.ns))) {
             node = node->next_sibling();
@@ -67,8 +68,10 @@ private:
             throw Error(CONFD_ERR_BADPATH,
                         "below " + here() + " nothing has the tag " + std::to_string(tag.tag));
         }
-        return {node, above_node != nullptr ? engine::first_instance(nullptr, above_node, *node)
-                                            : nullptr};
+        return {node,
+                above_node != nullptr ? engine::first_instance(nullptr, above_node, *node)
+                                      : nullptr,
+                engine::place_below(above_id, *node)};
     }
 
     void enter(Place place)
@@ -88,12 +91,22 @@ private:
         m_places.pop_back();
     }
 
+    static void note(const Place &place)
+    {
+        auto &log = engine::ReadLog::instance();
+        if (log.is_on()) {
+            log.note(engine::ReadSide::kCandidate, *place.schema, place.id,
+                     engine::ReadExtent::kNode);
+        }
+    }
+
     static confd_value_t read_node(Place place, const confd_value_t &unset)
     {
         const SchemaNode &schema = *place.schema;
         if (schema.is_list() || (schema.is_container() && !schema.is_presence())) {
             throw Error(CONFD_ERR_BADTYPE, schema.path() + " holds no value");
         }
+        note(place);
         if (place.node == nullptr) {
             return unset;
         }
@@ -106,22 +119,21 @@ private:
     std::vector<Place> m_places; /**< From the base to the innermost begin. */
 };
 
-Place find_base(const engine::Datastore &tree, const engine::Path &path)
+Place find_base(const api::View &view, const engine::Path &path)
 {
     const SchemaNode &schema = *path.schema();
     if (!schema.is_container() && !schema.is_list()) {
         throw Error(CONFD_ERR_BADTYPE, path.text() + " is not a container or list entry");
     }
-    if (!api::exists(tree, path)) {
-        api::fail_absent(tree, path);
+    if (!api::exists(view, path, engine::ReadExtent::kAbove)) {
+        api::fail_absent(view, path);
     }
-    return {&schema, engine::find_node(tree.root(), path)};
+    return {&schema, view.find_node(path), path.steps.back().place};
 }
 
-void get_values(const engine::Datastore &tree, const engine::Path &path, confd_tag_value_t *values,
-                int n)
+void get_values(const api::View &view, const engine::Path &path, confd_tag_value_t *values, int n)
 {
-    TagReader reader(find_base(tree, path));
+    TagReader reader(find_base(view, path));
     // All is read before anything is written: after a failure the client frees nothing.
     std::vector<engine::OwnedValue> results;
     results.reserve(static_cast<std::size_t>(std::max(n, 0)));
@@ -142,8 +154,8 @@ extern "C" int maapi_get_values(int sock, int th, confd_tag_value_t *values, int
     va_list args;
     va_start(args, fmt);
     const int result = api::guarded("maapi_get_values", CONFD_ERR, [&] {
-        const auto &tree = api::candidate_of(sock, th);
-        get_values(tree, api::path_in(tree, fmt, args), values, n);
+        const auto view = api::candidate_of(sock, th);
+        get_values(view, *view.path(fmt, args), values, n);
         return CONFD_OK;
     });
     va_end(args);

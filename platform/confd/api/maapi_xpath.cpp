@@ -6,6 +6,7 @@
 #include "api/session.h"
 #include "engine/data/value.h"
 #include "engine/data/xpath.h"
+#include "engine/session/selection_reads.h"
 
 extern "C" int maapi_xpath_eval_expr(int sock, int th, const char *expr, char **res,
                                      void (*trace)(char *), const char *fmtpath, ...)
@@ -14,12 +15,20 @@ extern "C" int maapi_xpath_eval_expr(int sock, int th, const char *expr, char **
     va_list args;
     va_start(args, fmtpath);
     const int result = api::guarded("maapi_xpath_eval_expr", CONFD_ERR, [&] {
-        const auto &tree = api::candidate_of(sock, th);
+        const auto &transaction = api::transaction_of(sock, th);
+        const auto view = api::candidate_of(transaction);
         const lyd_node *context = nullptr;
+        engine::SelectionPlace place;
         if (fmtpath != nullptr) {
-            context = api::find_context(tree, api::path_in(tree, fmtpath, args));
+            const auto path = view.path(fmtpath, args);
+            context = api::find_context(view, *path);
+            place = {path->schema(), path->steps.back().place, true};
         }
-        const std::string text = engine::evaluate(tree, context, expr);
+        if (engine::ReadLog::instance().is_on()) {
+            engine::note_evaluation(view.tree.schema(), context != nullptr ? &place : nullptr,
+                                    expr);
+        }
+        const std::string text = engine::evaluate(transaction.candidate(), context, expr);
         if (trace != nullptr) {
             std::string line = std::string(expr) + " = " + text;
             trace(line.data());

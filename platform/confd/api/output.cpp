@@ -10,7 +10,7 @@ namespace api
 namespace
 {
 
-/** How many texts and lists somebody must free. */
+/** How many texts and lists are still to be freed. */
 int owned_by(const confd_value_t &value)
 {
     return value.type == C_BUF || value.type == C_LIST ? 1 : 0;

@@ -55,9 +55,10 @@ bool is_before(const SortKeys &a, const SortKeys &b)
 
 Query::Query(const engine::Transaction &transaction, QueryRequest request)
     : m_tree(transaction.candidate()), m_request(std::move(request)),
-      m_nodes(engine::select_nodes(m_tree, m_request.context, m_request.expression)),
       m_next(static_cast<std::size_t>(m_request.initial_offset) - 1)
 {
+    note(); // A failure depends on it as well.
+    m_nodes = engine::select_nodes(m_tree, m_request.context, m_request.expression);
     for (auto *selectors : {&m_request.selects, &m_request.sorts}) {
         std::for_each(selectors->begin(), selectors->end(),
                       [this](Selector &selector) { selector.prepare(m_nodes); });
@@ -69,6 +70,26 @@ Query::Query(const engine::Transaction &transaction, QueryRequest request)
 Query::~Query()
 {
     --engine::Hooks::instance().held.queries;
+}
+
+/** Results may be fetched in a later request than the one that started the query. */
+void Query::note()
+{
+    auto &log = engine::ReadLog::instance();
+    if (!log.is_on() || m_noted_in == log.request()) {
+        return;
+    }
+    m_noted_in = log.request();
+    const auto &schema = m_tree.schema();
+    const auto *context = m_request.context != nullptr ? &m_request.context_place : nullptr;
+    const auto results = engine::note_selection(schema, context, m_request.expression);
+    for (const auto *selectors : {&m_request.selects, &m_request.sorts}) {
+        for (const Selector &selector : *selectors) {
+            if (results) {
+                engine::note_selection(schema, &*results, selector.expression());
+            }
+        }
+    }
 }
 
 void Query::sort()
@@ -88,6 +109,7 @@ void Query::sort()
 
 std::unique_ptr<QueryChunk> Query::next_chunk()
 {
+    note();
     const int wanted = m_request.chunk_size > 0 ? m_request.chunk_size : kDefaultChunkSize;
     const std::size_t left = m_nodes.size() - std::min(m_next, m_nodes.size());
     const std::size_t rows = std::min(left, static_cast<std::size_t>(wanted));

@@ -8,7 +8,9 @@
 #include "api/selector.h"
 #include "confd_maapi.h"
 #include "engine/session/framework.h"
+#include "engine/session/selection_reads.h"
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -20,6 +22,7 @@ namespace api
 struct QueryRequest {
     std::string expression;
     const lyd_node *context = nullptr; /**< Null for the root. */
+    engine::SelectionPlace context_place;
     int chunk_size = 0;
     int initial_offset = 1;
     confd_query_result_type result_as = CONFD_QUERY_STRING;
@@ -41,12 +44,14 @@ public:
     std::unique_ptr<QueryChunk> next_chunk();
 
 private:
+    void note();
     void sort();
 
     const engine::Datastore &m_tree;
     QueryRequest m_request;
     std::vector<const lyd_node *> m_nodes;
     std::size_t m_next = 0;
+    std::uint64_t m_noted_in = 0; /**< The last request that was told what the query reads. */
 };
 
 } // namespace api

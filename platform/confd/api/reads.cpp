@@ -4,6 +4,7 @@
 #include "engine/data/value.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace api
 {
@@ -75,25 +76,46 @@ bool may_hold(const confd_type &type, confd_vtype wanted)
                 path.text() + " is " + name_of(type) + ", not " + name_of(wanted));
 }
 
+/**
+ * Whether a plain container exists that is, or stands in, a case of a choice is decided by what
+ * was chosen: by anything next to it.
+ */
+void note_existence(const View &view, const Path &path, engine::ReadExtent extent)
+{
+    view.note(path, extent);
+    const auto step = std::find_if(path.steps.begin(), path.steps.end(), is_in_case);
+    auto &log = engine::ReadLog::instance();
+    if (!log.is_on() || step == path.steps.end() || !path.schema()->is_container()) {
+        return;
+    }
+    if (step == path.steps.begin()) {
+        log.note_everything(view.side);
+    } else {
+        const Path::Step &above = *std::prev(step);
+        log.note(view.side, *above.node, above.place, engine::ReadExtent::kSubtree);
+    }
+}
+
 } // namespace
 
-bool exists(const TreeView &tree, const Path &path)
+bool exists(const View &view, const Path &path, engine::ReadExtent extent)
 {
     const SchemaNode &node = *path.schema();
     if (node.is_list() && path.steps.back().keys.empty()) {
         throw Error(CONFD_ERR_BADPATH,
                     "bad path " + path.text() + ": a list without keys neither exists nor not");
     }
-    if (tree.find_node(path) != nullptr) {
+    note_existence(view, path, extent);
+    if (view.find_node(path) != nullptr) {
         return true;
     }
     // What a choice has not chosen does not exist; other plain containers need no node in the tree.
     return node.is_container() && !node.is_presence() &&
            std::none_of(path.steps.begin(), path.steps.end(), is_in_case) &&
-           tree.missing_above(path).empty();
+           view.missing_above(path).empty();
 }
 
-ListPlace find_list(const TreeView &tree, const Path &path)
+ListPlace find_list(const View &view, const Path &path)
 {
     const SchemaNode &list = *path.schema();
     if (!list.is_list() || !path.steps.back().keys.empty()) {
@@ -101,40 +123,42 @@ ListPlace find_list(const TreeView &tree, const Path &path)
                                            (list.is_list() ? ": it goes on behind the list's name"
                                                            : ": " + list.name + " is not a list"));
     }
-    const lyd_node *parent = tree.find_parent(path);
+    view.note(path, engine::ReadExtent::kNode);
+    const lyd_node *parent = view.find_parent(path);
     const bool is_top = path.steps.size() == 1;
-    if (parent == nullptr && !is_top && !tree.missing_above(path).empty()) {
-        fail_absent(tree, path);
+    if (parent == nullptr && !is_top && !view.missing_above(path).empty()) {
+        fail_absent(view, path);
     }
-    return {list, parent, parent != nullptr || is_top};
+    return {list, path.steps.back().place, parent, parent != nullptr || is_top};
 }
 
-int count_entries(const TreeView &tree, const Path &path)
+int count_entries(const View &view, const Path &path)
 {
-    const ListPlace place = find_list(tree, path);
-    return place.exists ? static_cast<int>(tree.count(place.parent, place.list)) : 0;
+    const ListPlace place = find_list(view, path);
+    return place.exists ? static_cast<int>(view.tree.count(place.parent, place.list)) : 0;
 }
 
-const lyd_node *find_leaf(const TreeView &tree, const Path &path)
+const lyd_node *find_leaf(const View &view, const Path &path)
 {
     const SchemaNode &node = *path.schema();
     if (!node.is_leaf() && !node.is_leaf_list()) {
         throw Error(CONFD_ERR_BADTYPE, path.text() + " holds no value");
     }
-    const lyd_node *leaf = tree.find_node(path);
+    view.note(path, engine::ReadExtent::kNode);
+    const lyd_node *leaf = view.find_node(path);
     if (leaf == nullptr) {
-        fail_absent(tree, path);
+        fail_absent(view, path);
     }
     return leaf;
 }
 
-confd_value_t read_leaf(const TreeView &tree, const Path &path)
+confd_value_t read_leaf(const View &view, const Path &path)
 {
-    const lyd_node *leaf = find_leaf(tree, path);
+    const lyd_node *leaf = find_leaf(view, path);
     return path.schema()->is_leaf_list() ? engine::list_value_of(leaf) : engine::value_of(leaf);
 }
 
-confd_value_t read_leaf(const TreeView &tree, const Path &path, confd_vtype type)
+confd_value_t read_leaf(const View &view, const Path &path, confd_vtype type)
 {
     const SchemaNode &node = *path.schema();
     if (node.is_leaf_list()) {
@@ -143,25 +167,26 @@ confd_value_t read_leaf(const TreeView &tree, const Path &path, confd_vtype type
     if (node.is_leaf() && !may_hold(node.type_storage, type)) {
         fail_type(path, node.type_storage.vtype, type);
     }
-    engine::OwnedValue value(engine::value_of(find_leaf(tree, path)));
+    engine::OwnedValue value(engine::value_of(find_leaf(view, path)));
     if (value.get().type != type) {
         fail_type(path, value.get().type, type);
     }
     return value.release();
 }
 
-const lyd_node *find_context(const TreeView &tree, const Path &path)
+const lyd_node *find_context(const View &view, const Path &path)
 {
-    const lyd_node *node = exists(tree, path) ? tree.find_node(path) : nullptr;
+    const lyd_node *node =
+        exists(view, path, engine::ReadExtent::kAbove) ? view.find_node(path) : nullptr;
     if (node == nullptr) {
-        fail_absent(tree, path);
+        fail_absent(view, path);
     }
     return node;
 }
 
-void fail_absent(const TreeView &tree, const Path &path)
+void fail_absent(const View &view, const Path &path)
 {
-    const std::string missing = tree.missing_above(path);
+    const std::string missing = view.missing_above(path);
     throw Error(CONFD_ERR_NOEXISTS, missing.empty() ? path.text() + " is not set"
                                                     : path.text() + ": there is no " + missing);
 }

@@ -30,6 +30,8 @@ public:
     /** First node that the expression selects; null when it selects none. */
     const lyd_node *first(const engine::Datastore &tree, const lyd_node *result) const;
 
+    const std::string &expression() const { return m_expression; }
+
     /** Name of what is selected where no node tells it; 0 when that is not known. */
     xml_tag tag() const;
 

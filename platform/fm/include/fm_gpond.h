@@ -20,7 +20,7 @@ struct fm_slot {
 };
 typedef struct fm_slot fm_slot_t;
 
-/** Must come first. @return 0, or non-zero when the card's figures cannot be had. */
+/** Must come first. @return 0, or non-zero when the card's capabilities are not available. */
 int fm_init(void);
 
 /** Fills in the slot that this process runs on. @return 0, or non-zero on failure. */

@@ -1,6 +1,6 @@
 /**
  * @file
- * The host's side of the platform facility on a desk: which card it stands for.
+ * The host's side of the platform facility: which card this process represents.
  */
 #pragma once
 
@@ -11,7 +11,7 @@
 namespace fm
 {
 
-/** A card's figures. One that is left out is a figure that the board does not give. */
+/** A card's capabilities. One that is left out is one that the board does not report. */
 struct Card {
     std::optional<bool> do_bw_check;
     std::optional<std::uint32_t> manageable_pon_links;

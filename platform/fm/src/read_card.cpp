@@ -17,7 +17,7 @@ namespace
 
 using nlohmann::json;
 
-/** A member's value cannot be used; the text says what would be right. */
+/** Invalid value of a member; the text says what is expected. */
 class Unusable : public std::runtime_error
 {
 public:
@@ -91,7 +91,7 @@ std::string known_names()
     return names;
 }
 
-/** Parses a JSON object; of a name that stands twice the library would keep the last in silence. */
+/** Parses a JSON object; of a duplicate member the library would silently keep the last. */
 json parse_object(const std::string &text)
 {
     std::set<std::string> names;

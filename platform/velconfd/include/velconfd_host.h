@@ -1,6 +1,6 @@
 /**
  * @file
- * The host's side of the middleware on a desk: the word that stands behind a context, and what the
+ * The host's side of the middleware: the word that stands behind a context, and what the
  * library under test leaves open. A card's middleware has its own.
  */
 #pragma once

@@ -77,7 +77,7 @@ int act(const std::string &act, confd_trans_ctx *transaction)
         return act.front() == 'r' ? CONFD_ERR : CONFD_VALIDATION_WARN;
     }
     if (takes(act, "answer", detail)) {
-        return std::atoi(detail.c_str());
+        return std::stoi(detail);
     }
     if (takes(act, "print", detail)) {
         std::fprintf(stderr, "%s\n", detail.c_str());
@@ -85,10 +85,14 @@ int act(const std::string &act, confd_trans_ctx *transaction)
     }
     if (takes(act, "assert", detail)) {
         const bool is_told_to_fail = true;
-        assert(!is_told_to_fail);
+        assert(!is_told_to_fail); // NOLINT(cert-dcl03-c,misc-static-assert): it fails at run time.
     }
     if (takes(act, "fault", detail)) {
         std::raise(SIGKILL); // A signal that no sanitizer takes for itself.
+    }
+    static int times = 0;
+    if (takes(act, "once", detail) && ++times > 2) {
+        std::raise(SIGKILL); // As if the first check, of two requests, had left something broken.
     }
     if (takes(act, "fork", detail) && fork() != 0) {
         _exit(0); // The copy goes on.
@@ -98,7 +102,7 @@ int act(const std::string &act, confd_trans_ctx *transaction)
         _exit(0);
     }
     if (takes(act, "exit", detail)) {
-        std::exit(std::atoi(detail.c_str()));
+        std::exit(std::stoi(detail));
     }
     if (takes(act, "throw", detail)) {
         throw std::out_of_range(detail);

@@ -19,7 +19,7 @@ using Bytes = std::vector<unsigned char>;
 using Context = std::unique_ptr<EVP_CIPHER_CTX, decltype(&EVP_CIPHER_CTX_free)>;
 
 /**
- * On a card the key is the device's own secret. This one only serves the desk, where nothing is
+ * On a card the key is the device's own secret. This one only serves your machine, where nothing is
  * secret: it lets configurations with encrypted values be written, kept and read back.
  */
 constexpr std::array<unsigned char, 16> kDeskKey{0x67, 0x70, 0x6f, 0x6e, 0x2d, 0x63, 0x61, 0x72,

@@ -26,7 +26,7 @@ private:
     int m_code;
 };
 
-/** One fault of a configuration or edit that somebody wrote. */
+/** One fault of a configuration or edit. */
 struct Problem {
     Fault fault = Fault::kInternal;
     std::string source; /**< File as the user named it. */
@@ -37,7 +37,7 @@ struct Problem {
     std::string hint;    /**< What would be right; may be empty. */
 };
 
-/** Input that cannot be used: broken text, data that the model does not allow, an edit that does
+/** Invalid input: broken text, data that the model does not allow, an edit that does
  * not fit. */
 class InputError : public std::runtime_error
 {

@@ -1,6 +1,6 @@
 /**
  * @file
- * What can be wrong with what somebody gave us: a code for each kind of fault.
+ * What can be wrong with an input: a code for each kind of fault.
  */
 #pragma once
 

@@ -1,5 +1,6 @@
 #include "engine/data/path.h"
 
+#include "engine/data/entry_index.h"
 #include "engine/data/error.h"
 #include "engine/schema/yang_log.h"
 
@@ -8,11 +9,18 @@ namespace engine
 namespace
 {
 
-/** First instance of a schema node among siblings. */
+/** First instance of a schema node among siblings, of which nearly all are found in a few steps. */
 const lyd_node *first_among(const lyd_node *siblings, const SchemaNode &node)
 {
+    constexpr int kFewSteps = 6;
+    const lyd_node *at = siblings;
+    for (int i = 0; i < kFewSteps && at != nullptr; ++i, at = at->next) {
+        if (at->schema == node.yang) {
+            return at;
+        }
+    }
     lyd_node *match = nullptr;
-    if (siblings != nullptr) {
+    if (at != nullptr) {
         lyd_find_sibling_val(siblings, node.yang, nullptr, 0, &match);
     }
     return match;
@@ -34,32 +42,9 @@ lyd_node *probe_of(const SchemaNode &list, const lyd_node *siblings)
     return list.probe.get();
 }
 
-/** Finds a list entry by its hash. A text of predicates takes longer, and needs quoting. */
-const lyd_node *find_entry(const lyd_node *siblings, const Path::Step &step)
-{
-    lyd_node *probe = probe_of(*step.node, siblings);
-    if (probe == nullptr || siblings == nullptr) {
-        return nullptr;
-    }
-    lyd_node *key = lyd_child(probe);
-    for (const std::string &text : step.keys) {
-        const bool is_new = text != lyd_get_value(key);
-        const LY_ERR result = is_new ? lyd_change_term_canon(key, text.c_str()) : LY_SUCCESS;
-        require_memory(result);
-        if (result != LY_SUCCESS) {
-            // A text that the key's type does not allow: no entry can have it.
-            ly_err_clean(step.node->yang->module->ctx, nullptr);
-            return nullptr;
-        }
-        key = key->next;
-    }
-    lyd_node *match = nullptr;
-    require_memory(lyd_find_sibling_first(siblings, probe, &match));
-    return match;
-}
-
 /** Finds a step's node. @throws Error  CONFD_ERR_BADPATH  The step is a list without keys. */
-const lyd_node *find_step(const lyd_node *siblings, const Path &path, const Path::Step &step)
+const lyd_node *find_step(const lyd_node *siblings, const Path &path, const Path::Step &step,
+                          EntryIndex *index)
 {
     if (!step.node->is_list()) {
         return first_among(siblings, *step.node);
@@ -68,15 +53,20 @@ const lyd_node *find_step(const lyd_node *siblings, const Path &path, const Path
         throw Error(CONFD_ERR_BADPATH, "bad path " + path.text() + ": the keys of " +
                                            step.node->name + " are missing");
     }
-    return find_entry(siblings, step);
+    if (index == nullptr) {
+        return find_entry(siblings, step);
+    }
+    const lyd_node *first = first_among(siblings, *step.node);
+    return first != nullptr ? index->find(first, step) : nullptr;
 }
 
 /** Finds the node of the path's first steps, as many as asked. */
-const lyd_node *find_first_steps(const lyd_node *root, const Path &path, std::size_t count)
+const lyd_node *find_first_steps(const lyd_node *root, const Path &path, std::size_t count,
+                                 EntryIndex *index)
 {
     const lyd_node *node = nullptr;
     for (std::size_t i = 0; i < count; ++i) {
-        node = find_step(i == 0 ? root : lyd_child(node), path, path.steps[i]);
+        node = find_step(i == 0 ? root : lyd_child(node), path, path.steps[i], index);
         if (node == nullptr) {
             return nullptr;
         }
@@ -118,28 +108,52 @@ std::string Path::text() const
     return text_of_steps(*this, steps.size());
 }
 
-const lyd_node *find_node(const lyd_node *root, const Path &path)
+const lyd_node *find_node(const lyd_node *root, const Path &path, EntryIndex *index)
 {
     const std::size_t count = path.steps.size();
     const bool is_whole_list = path.schema()->is_list() && path.steps.back().keys.empty();
-    const lyd_node *parent = find_first_steps(root, path, count - 1);
+    const lyd_node *parent = find_first_steps(root, path, count - 1, index);
     if (is_whole_list || (parent == nullptr && count > 1)) {
         return nullptr;
     }
-    return find_step(count == 1 ? root : lyd_child(parent), path, path.steps.back());
+    return find_step(count == 1 ? root : lyd_child(parent), path, path.steps.back(), index);
 }
 
-const lyd_node *find_parent(const lyd_node *root, const Path &path)
+// A text of predicates takes longer, and needs quoting.
+const lyd_node *find_entry(const lyd_node *siblings, const Path::Step &step)
 {
-    return find_first_steps(root, path, path.steps.size() - 1);
+    lyd_node *probe = probe_of(*step.node, siblings);
+    if (probe == nullptr || siblings == nullptr) {
+        return nullptr;
+    }
+    lyd_node *key = lyd_child(probe);
+    for (const std::string &text : step.keys) {
+        const bool is_new = text != lyd_get_value(key);
+        const LY_ERR result = is_new ? lyd_change_term_canon(key, text.c_str()) : LY_SUCCESS;
+        require_memory(result);
+        if (result != LY_SUCCESS) {
+            // A text that the key's type does not allow: no entry can have it.
+            ly_err_clean(step.node->yang->module->ctx, nullptr);
+            return nullptr;
+        }
+        key = key->next;
+    }
+    lyd_node *match = nullptr;
+    require_memory(lyd_find_sibling_first(siblings, probe, &match));
+    return match;
 }
 
-std::string missing_above(const lyd_node *root, const Path &path)
+const lyd_node *find_parent(const lyd_node *root, const Path &path, EntryIndex *index)
+{
+    return find_first_steps(root, path, path.steps.size() - 1, index);
+}
+
+std::string missing_above(const lyd_node *root, const Path &path, EntryIndex *index)
 {
     const lyd_node *siblings = root;
     for (std::size_t i = 0; i + 1 < path.steps.size(); ++i) {
         const Path::Step &step = path.steps[i];
-        const lyd_node *node = find_step(siblings, path, step);
+        const lyd_node *node = find_step(siblings, path, step, index);
         // A plain container always is there in meaning, whether the tree has it or not.
         if (node == nullptr && (step.node->is_list() || step.node->is_presence())) {
             return text_of_steps(path, i + 1);

@@ -4,7 +4,7 @@
  */
 #pragma once
 
-#include "engine/schema/schema.h"
+#include "engine/data/place.h"
 
 #include <string>
 #include <vector>
@@ -12,11 +12,14 @@
 namespace engine
 {
 
+class EntryIndex;
+
 /** A path that the schema knows. */
 struct Path {
     struct Step {
         const SchemaNode *node = nullptr;
         std::vector<std::string> keys; /**< By the key leaves' own types; empty: none were given. */
+        PlaceId place = kRootPlace;    /**< Where the path leads up to here. */
     };
     std::vector<Step> steps;
 
@@ -29,18 +32,22 @@ struct Path {
 /**
  * Finds the data node of a path. For a path that ends in a list without keys this is null: see
  * find_parent.
+ * @param index  Of this tree; may be null, then libyang looks for entries.
  * @throws Error  CONFD_ERR_BADPATH when a list above the end has no keys.
  */
-const lyd_node *find_node(const lyd_node *root, const Path &path);
+const lyd_node *find_node(const lyd_node *root, const Path &path, EntryIndex *index = nullptr);
 
 /** Finds the data node above the path's last step. Null when it is not there. */
-const lyd_node *find_parent(const lyd_node *root, const Path &path);
+const lyd_node *find_parent(const lyd_node *root, const Path &path, EntryIndex *index = nullptr);
+
+/** Finds an entry of a list by the step's keys, by way of libyang's hash; null: there is none. */
+const lyd_node *find_entry(const lyd_node *siblings, const Path::Step &step);
 
 /**
  * Path of the first list entry or presence container above the path's last step that is not
  * there; empty when all are.
  */
-std::string missing_above(const lyd_node *root, const Path &path);
+std::string missing_above(const lyd_node *root, const Path &path, EntryIndex *index = nullptr);
 
 /** Finds a node among siblings, by its schema node and keys; a list without keys is not found. */
 const lyd_node *find_child(const lyd_node *siblings, const Path::Step &step);

@@ -1,11 +1,16 @@
-// First the directives are filled in, then the text is taken apart.
+// First the directives are filled in, then the text is taken apart. Clients ask for the same paths
+// over and over: a text that was taken apart before, and holds no values, is only looked up.
 #include "engine/data/path_reader.h"
 
 #include "engine/data/error.h"
 #include "engine/data/value.h"
 #include "engine/schema/yang_log.h"
 
+#include <algorithm>
+#include <array>
+#include <charconv>
 #include <cstring>
+#include <functional>
 #include <optional>
 #include <string_view>
 
@@ -21,6 +26,12 @@ constexpr char kValueMark = '\0';
 struct FilledPath {
     std::string text;
     std::vector<const confd_value_t *> values;
+
+    void clear()
+    {
+        text.clear();
+        values.clear();
+    }
 
     void add(const confd_value_t &value)
     {
@@ -79,8 +90,16 @@ void add_keypath(FilledPath &path, const Schema &schema, const confd_hkeypath_t 
             fail(path.printed(schema), "the keypath goes on with the unknown tag " +
                                            std::to_string(element[0].val.xmltag.tag));
         }
-        path.text += std::string("/") + name;
+        path.text.append("/").append(name);
     }
+}
+
+template <typename Number>
+void add_number(FilledPath &path, Number number)
+{
+    std::array<char, 16> digits{};
+    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
+    path.text.append(digits.data(), end);
 }
 
 /** What a pointer directive stands for. */
@@ -93,11 +112,12 @@ const T &require(const T *argument, const char *format)
     return *argument;
 }
 
-FilledPath fill(const Schema &schema, const char *format, va_list args)
+void fill(FilledPath &path, const Schema &schema, const char *format, va_list args)
 {
-    FilledPath path;
+    path.clear();
     for (const char *at = &require(format, "(none)"); *at != '\0'; ++at) {
-        const std::size_t plain = std::strcspn(at, "%");
+        const char *directive = std::strchr(at, '%');
+        const std::size_t plain = directive != nullptr ? directive - at : std::strlen(at);
         if (plain > 0) {
             path.text.append(at, plain);
             at += plain - 1;
@@ -116,16 +136,15 @@ FilledPath fill(const Schema &schema, const char *format, va_list args)
             }
             add_keypath(path, schema, keypath, length);
         } else if (*at == 'd' && !is_counted) {
-            path.text += std::to_string(va_arg(args, int));
+            add_number(path, va_arg(args, int));
         } else if (*at == 'u' && !is_counted) {
-            path.text += std::to_string(va_arg(args, unsigned int));
+            add_number(path, va_arg(args, unsigned int));
         } else if (*at == 's' && !is_counted) {
             path.text += &require(va_arg(args, const char *), format);
         } else {
             fail(format, "a directive is unknown or stands where it must not");
         }
     }
-    return path;
 }
 
 /** A key as it stands in the path. */
@@ -134,15 +153,44 @@ struct RawKey {
     const confd_value_t *value = nullptr; /**< Set when the key is one value and nothing else. */
 };
 
+/** Whether a range of the type holds the number. */
+bool is_in_range(const lysc_range *range, std::uint64_t number)
+{
+    LY_ARRAY_COUNT_TYPE i = 0;
+    bool is_in = range == nullptr;
+    if (range != nullptr) {
+        LY_ARRAY_FOR(range->parts, i)
+        {
+            is_in =
+                is_in || (number >= range->parts[i].min_u64 && number <= range->parts[i].max_u64);
+        }
+    }
+    return is_in;
+}
+
+/** Whether the text is a number in canonical form, of an unsigned type. */
+bool is_canonical_number(const lysc_type &type, std::string_view text)
+{
+    constexpr std::array<std::pair<LY_DATA_TYPE, std::uint64_t>, 3> kTypes{
+        {{LY_TYPE_UINT8, 0xff}, {LY_TYPE_UINT16, 0xffff}, {LY_TYPE_UINT32, 0xffffffff}}};
+    const auto kind = std::find_if(kTypes.begin(), kTypes.end(), [&type](const auto &known) {
+        return known.first == type.basetype;
+    });
+    if (kind == kTypes.end() || text.empty() || (text.front() == '0' && text.size() > 1)) {
+        return false;
+    }
+    std::uint64_t number = 0;
+    const auto [end, fault] = std::from_chars(text.data(), text.data() + text.size(), number);
+    return fault == std::errc() && end == text.data() + text.size() && number <= kind->second &&
+           is_in_range(reinterpret_cast<const lysc_type_num &>(type).range, number);
+}
+
 /** Nothing when the text does not fit the leaf's type. */
 std::optional<std::string> canonical_form(const Schema &schema, const SchemaNode &leaf,
-                                          const std::string &text, lyd_node *probe)
+                                          const std::string &text)
 {
-    if (probe != nullptr) {
-        const auto result = lyd_change_term(probe, text.c_str());
-        require_memory(result);
-        const bool fits = result == LY_SUCCESS || result == LY_EEXIST || result == LY_ENOT;
-        return fits ? std::optional<std::string>(lyd_get_value(probe)) : std::nullopt;
+    if (is_canonical_number(*leaf.type_storage.yang, text)) {
+        return text;
     }
     const char *canonical = nullptr;
     // What a reference refers to is not asked here, so LY_EINCOMPLETE is as good as success.
@@ -156,12 +204,27 @@ std::optional<std::string> canonical_form(const Schema &schema, const SchemaNode
     return result;
 }
 
+/** Once a list stands without keys, the path is through all entries of those below as well. */
+void name_places(Path &path)
+{
+    PlaceId place = kRootPlace;
+    bool is_exact = true;
+    for (Path::Step &step : path.steps) {
+        place = place_below(place, *step.node);
+        is_exact = is_exact && !(step.node->is_list() && step.keys.empty());
+        for (const std::string &key : step.keys) {
+            place = is_exact ? place_of_key(place, key) : place;
+        }
+        step.place = place;
+    }
+}
+
 class Reader
 {
 public:
     /** @param with_keys  False: keys are skipped. */
-    Reader(const Schema &schema, FilledPath path, bool with_keys)
-        : m_schema(schema), m_path(std::move(path)), m_with_keys(with_keys)
+    Reader(const Schema &schema, const FilledPath &path, bool with_keys)
+        : m_schema(schema), m_path(path), m_with_keys(with_keys)
     {
     }
 
@@ -177,7 +240,7 @@ public:
             complain("it does not begin with a slash");
         }
         while (!at_end()) {
-            path.steps.push_back(read_step(above));
+            read_step(above, path.steps.emplace_back());
             above = path.schema();
             if (!at_end() && !accept('/')) {
                 complain("after " + above->name + " a slash is missing");
@@ -186,6 +249,7 @@ public:
         if (path.steps.empty()) {
             complain("it names no node");
         }
+        name_places(path);
         return path;
     }
 
@@ -195,7 +259,7 @@ private:
     char peek() const { return at_end() ? '}' : m_path.text[m_at]; }
     bool accept(char c)
     {
-        const bool is_it = !at_end() && peek() == c;
+        const bool is_it = !at_end() && m_path.text[m_at] == c;
         m_at += is_it ? 1 : 0;
         return is_it;
     }
@@ -204,17 +268,21 @@ private:
         fail(m_path.printed(m_schema), reason);
     }
 
-    Path::Step read_step(const SchemaNode *above);
+    void read_step(const SchemaNode *above, Path::Step &step);
     /** What stands there up to one of these characters, a value, or the end. */
-    std::string read_plain(const char *end_characters)
+    template <char... kEnds>
+    std::string_view read_plain()
     {
-        // A value's mark is a NUL, which ends the text for the function that looks for the others.
-        const std::size_t length = std::strcspn(m_path.text.c_str() + m_at, end_characters);
-        m_at += length;
-        return m_path.text.substr(m_at - length, length);
+        const char *begin = m_path.text.c_str() + m_at;
+        const char *end = begin;
+        while (*end != kValueMark && ((*end != kEnds) && ...)) {
+            ++end;
+        }
+        m_at += end - begin;
+        return {begin, static_cast<std::size_t>(end - begin)};
     }
-    std::string read_name();
-    std::vector<RawKey> read_keys(const SchemaNode &node);
+    std::string_view read_name();
+    void read_keys(const SchemaNode &node);
     RawKey read_key();
     std::string read_quoted();
     const confd_value_t &take_value()
@@ -222,66 +290,70 @@ private:
         ++m_at;
         return *m_path.values[m_next_value++];
     }
-    std::vector<std::string> convert(const SchemaNode &list, const std::vector<RawKey> &keys) const;
-    std::string convert(const SchemaNode &key_leaf, const RawKey &key, lyd_node *probe) const;
+    void convert_keys(const SchemaNode &list, std::vector<std::string> &texts) const;
+    std::string convert(const SchemaNode &key_leaf, const RawKey &key) const;
 
     const Schema &m_schema;
-    const FilledPath m_path;
+    const FilledPath &m_path;
     const bool m_with_keys;
     std::size_t m_at = 0;
     std::size_t m_next_value = 0;
+    std::string m_name;         /**< A name that a value is part of. */
+    std::vector<RawKey> m_keys; /**< Of the present step. */
 };
 
-Path::Step Reader::read_step(const SchemaNode *above)
+void Reader::read_step(const SchemaNode *above, Path::Step &step)
 {
-    const std::string name = read_name();
-    Path::Step step;
+    const std::string_view name = read_name();
     step.node = above != nullptr ? above->child(name) : m_schema.top(name);
     if (step.node == nullptr) {
         const std::string place = above != nullptr ? "below " + above->path() : "at the top";
-        complain(name.empty() ? "an element is empty" : "there is no " + name + " " + place);
+        complain(name.empty() ? "an element is empty"
+                              : "there is no " + std::string(name) + " " + place);
     }
     if (m_path.text.compare(m_at, 2, "/{") == 0) {
         ++m_at;
     }
     if (accept('{')) {
-        const auto keys = read_keys(*step.node);
+        read_keys(*step.node);
         if (m_with_keys) {
-            step.keys = convert(*step.node, keys);
+            convert_keys(*step.node, step.keys);
         }
     }
-    return step;
 }
 
 /** The name of an element, without its module prefix. */
-std::string Reader::read_name()
+std::string_view Reader::read_name()
 {
-    std::string name = read_plain("/{");
-    while (!at_end() && peek() == kValueMark) {
-        name += print_value(&m_schema, take_value());
-        name += read_plain("/{");
+    std::string_view name = read_plain<'/', '{'>();
+    if (!at_end() && peek() == kValueMark) {
+        m_name = name;
+        while (!at_end() && peek() == kValueMark) {
+            m_name += print_value(&m_schema, take_value());
+            m_name += read_plain<'/', '{'>();
+        }
+        name = m_name;
     }
     const auto colon = name.find(':');
-    if (colon == std::string::npos) {
+    if (colon == std::string_view::npos) {
         return name;
     }
-    const std::string_view prefix(name.data(), colon);
+    const std::string_view prefix = name.substr(0, colon);
     if (prefix != m_schema.module()->prefix && prefix != m_schema.module()->name) {
-        complain("the module prefix in " + name + " is unknown");
+        complain("the module prefix in " + std::string(name) + " is unknown");
     }
     return name.substr(colon + 1);
 }
 
-std::vector<RawKey> Reader::read_keys(const SchemaNode &node)
+void Reader::read_keys(const SchemaNode &node)
 {
-    std::vector<RawKey> keys;
+    m_keys.clear();
     do {
-        keys.push_back(read_key());
+        m_keys.push_back(read_key());
     } while (accept(' '));
     if (!accept('}')) {
         complain("the keys of " + node.name + " have no closing brace");
     }
-    return keys;
 }
 
 RawKey Reader::read_key()
@@ -289,7 +361,7 @@ RawKey Reader::read_key()
     if (accept('"')) {
         return {read_quoted()};
     }
-    RawKey key{read_plain(" }{")};
+    RawKey key{std::string(read_plain<' ', '}', '{'>())};
     while (peek() != ' ' && peek() != '}') {
         if (peek() == '{') {
             complain("a brace stands inside a key");
@@ -300,7 +372,7 @@ RawKey Reader::read_key()
             key.text += print_value(&m_schema, value);
         } else {
             key.value = nullptr;
-            key.text += read_plain(" }{");
+            key.text += read_plain<' ', '}', '{'>();
         }
     }
     return key;
@@ -326,63 +398,118 @@ std::string Reader::read_quoted()
     return text;
 }
 
-std::vector<std::string> Reader::convert(const SchemaNode &list,
-                                         const std::vector<RawKey> &keys) const
+void Reader::convert_keys(const SchemaNode &list, std::vector<std::string> &texts) const
 {
     if (!list.is_list()) {
         complain(list.name + " is not a list and has no keys");
     }
-    if (keys.size() != list.key_nodes.size()) {
+    if (m_keys.size() != list.key_nodes.size()) {
         complain(list.name + " has " + std::to_string(list.key_nodes.size()) + " keys, not " +
-                 std::to_string(keys.size()));
+                 std::to_string(m_keys.size()));
     }
-    std::vector<std::string> texts;
-    texts.reserve(keys.size());
-    lyd_node *probe = lyd_child(list.probe.get());
-    for (std::size_t i = 0; i < keys.size(); ++i) {
-        texts.push_back(convert(*list.key_nodes[i], keys[i], probe));
-        probe = probe != nullptr ? probe->next : nullptr;
+    texts.reserve(m_keys.size());
+    for (std::size_t i = 0; i < m_keys.size(); ++i) {
+        texts.push_back(convert(*list.key_nodes[i], m_keys[i]));
     }
-    return texts;
 }
 
-/**
- * Canonical text of a key. Every text is a text key, if only one that no entry has.
- * @param probe  The same key of the list's probe: it takes the value on, for the lookup that
- *               follows. May be null.
- */
-std::string Reader::convert(const SchemaNode &key_leaf, const RawKey &key, lyd_node *probe) const
+/** Canonical text of a key. Every text is a text key, if only one that no entry has. */
+std::string Reader::convert(const SchemaNode &key_leaf, const RawKey &key) const
 {
     const confd_type &type = key_leaf.type_storage;
-    const auto text = key.value != nullptr ? text_by_type(&m_schema, type, *key.value) : key.text;
-    if (text && (type.vtype == C_BUF || (probe != nullptr && *text == lyd_get_value(probe)))) {
-        return *text;
+    if (key.value == nullptr && type.vtype == C_BUF) {
+        return key.text;
     }
-    const auto canonical =
-        text ? canonical_form(m_schema, key_leaf, *text, probe) : std::optional<std::string>();
+    auto text = key.value != nullptr ? text_by_type(&m_schema, type, *key.value) : key.text;
+    if (text && type.vtype == C_BUF) {
+        return std::move(*text);
+    }
+    auto canonical = text ? canonical_form(m_schema, key_leaf, *text) : std::nullopt;
     if (!canonical) {
         ly_err_clean(m_schema.context(), nullptr);
         complain("'" + key.text + "' does not fit the type of the key " + key_leaf.path());
     }
-    return *canonical;
+    return std::move(*canonical);
+}
+
+/** What the texts that were read last turned out to mean, which depends on nothing but the schema.
+ */
+template <typename Meaning>
+class KnownTexts
+{
+public:
+    /** What the text means; `read` is asked where it is not known. */
+    template <typename Read>
+    const Meaning &look_up(const Schema &schema, const std::string &text, const Read &read)
+    {
+        Place &place = m_places[std::hash<std::string>()(text) % kPlaces];
+        if (place.schema != schema.number() || place.text != text) {
+            Meaning meaning = read();
+            place.schema = schema.number();
+            place.text = text;
+            place.meaning = std::move(meaning);
+        }
+        return place.meaning;
+    }
+
+    static bool is_worthwhile(const FilledPath &path)
+    {
+        constexpr std::size_t kUsualLength = 256;
+        return path.values.empty() && path.text.size() <= kUsualLength;
+    }
+
+private:
+    struct Place {
+        std::uint64_t schema = 0;
+        std::string text;
+        Meaning meaning{};
+    };
+    static constexpr std::size_t kPlaces = 8192;
+    std::vector<Place> m_places = std::vector<Place>(kPlaces);
+};
+
+/** Kept from call to call, so that nothing is allocated for it. */
+FilledPath &scratch()
+{
+    static FilledPath path;
+    return path;
+}
+
+SharedPath read_absolute(const Schema &schema, const FilledPath &filled)
+{
+    static KnownTexts<SharedPath> known;
+    const auto read = [&] {
+        return std::make_shared<const Path>(Reader(schema, filled, true).read(nullptr));
+    };
+    return known.is_worthwhile(filled) ? known.look_up(schema, filled.text, read) : read();
 }
 
 } // namespace
 
-Path read_path(const Schema &schema, const SchemaNode *start, const char *format, va_list args)
+SharedPath read_path(const Schema &schema, const char *format, va_list args)
 {
-    return Reader(schema, fill(schema, format, args), true).read(start);
+    FilledPath &filled = scratch();
+    fill(filled, schema, format, args);
+    return read_absolute(schema, filled);
 }
 
-Path read_path(const Schema &schema, const std::string &text)
+SharedPath read_path(const Schema &schema, const std::string &text)
 {
-    return Reader(schema, FilledPath{text, {}}, true).read(nullptr);
+    FilledPath &filled = scratch();
+    filled.clear();
+    filled.text = text;
+    return read_absolute(schema, filled);
 }
 
 const SchemaNode &read_schema_path(const Schema &schema, const SchemaNode *start,
                                    const char *format, va_list args)
 {
-    return *Reader(schema, fill(schema, format, args), false).read(start).schema();
+    static KnownTexts<const SchemaNode *> known;
+    FilledPath &filled = scratch();
+    fill(filled, schema, format, args);
+    const auto read = [&] { return Reader(schema, filled, false).read(start).schema(); };
+    const bool is_known_text = start == nullptr && known.is_worthwhile(filled);
+    return *(is_known_text ? known.look_up(schema, filled.text, read) : read());
 }
 
 } // namespace engine

@@ -7,22 +7,28 @@
 #include "engine/data/path.h"
 
 #include <cstdarg>
+#include <memory>
 #include <string>
 
 namespace engine
 {
 
+/** A path that was read; the reader may know it from an earlier time. */
+using SharedPath = std::shared_ptr<const Path>;
+
 /**
- * Reads a path with its directives.
- * @param start  For a relative path; null for an absolute one.
+ * Reads an absolute path with its directives.
  * @throws Error  CONFD_ERR_BADPATH, with the path and the element at fault.
  */
-Path read_path(const Schema &schema, const SchemaNode *start, const char *format, va_list args);
+SharedPath read_path(const Schema &schema, const char *format, va_list args);
 
-/** The same for an absolute path without directives. */
-Path read_path(const Schema &schema, const std::string &text);
+/** The same for a path without directives. */
+SharedPath read_path(const Schema &schema, const std::string &text);
 
-/** The same for a schema node: keys may stand in the path or be left out, and are not looked at. */
+/**
+ * The same for a schema node: keys may stand in the path or be left out, and are not looked at.
+ * @param start  For a relative path; null for an absolute one.
+ */
 const SchemaNode &read_schema_path(const Schema &schema, const SchemaNode *start,
                                    const char *format, va_list args);
 

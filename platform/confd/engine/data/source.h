@@ -1,6 +1,6 @@
 /**
  * @file
- * Text that somebody wrote: a configuration or an edit, from a file or from a program.
+ * The text of a configuration or an edit, from a file or from a program.
  */
 #pragma once
 

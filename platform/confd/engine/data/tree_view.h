@@ -26,6 +26,8 @@ public:
     TreeView(const Datastore &tree, const UndoLog *log) : m_tree(tree), m_log(log) {}
 
     const Schema &schema() const { return m_tree.schema(); }
+    /** First node of the tree as it is. */
+    const lyd_node *root() const { return m_tree.root(); }
 
     /** As engine::find_node, find_parent and missing_above. */
     const lyd_node *find_node(const Path &path) const;

@@ -38,7 +38,7 @@ inline confd_value_t no_value()
     return value;
 }
 
-/** Frees its value unless somebody takes it over. */
+/** Frees its value unless its ownership is taken over. */
 class OwnedValue
 {
 public:

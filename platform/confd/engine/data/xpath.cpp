@@ -97,7 +97,14 @@ std::size_t closing_bracket(std::string_view text, std::size_t open)
     return std::string_view::npos;
 }
 
-/** The argument, when the whole expression is a call of this function. */
+std::string first_value(const std::vector<const lyd_node *> &nodes)
+{
+    const char *value = nodes.empty() ? nullptr : lyd_get_value(nodes.front());
+    return value != nullptr ? value : "";
+}
+
+} // namespace
+
 std::optional<std::string> argument_of(std::string_view function, std::string_view expression)
 {
     const std::string_view call = trimmed(expression);
@@ -111,14 +118,6 @@ std::optional<std::string> argument_of(std::string_view function, std::string_vi
     }
     return std::string(call.substr(open + 1, call.size() - open - 2));
 }
-
-std::string first_value(const std::vector<const lyd_node *> &nodes)
-{
-    const char *value = nodes.empty() ? nullptr : lyd_get_value(nodes.front());
-    return value != nullptr ? value : "";
-}
-
-} // namespace
 
 std::vector<const lyd_node *> select_nodes(const Datastore &tree, const lyd_node *context,
                                            const std::string &expression)

@@ -6,11 +6,16 @@
 
 #include "engine/data/datastore.h"
 
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace engine
 {
+
+/** The argument, when the whole expression is a call of this function. */
+std::optional<std::string> argument_of(std::string_view function, std::string_view expression);
 
 /** Nodes of an expression, in document order. @throws Error CONFD_ERR_XPATH. */
 std::vector<const lyd_node *> select_nodes(const Datastore &tree, const lyd_node *context,

@@ -34,6 +34,12 @@ std::string SchemaNode::path() const
     return (up() != nullptr ? up()->path() : "") + "/" + name;
 }
 
+Schema::Schema()
+{
+    static std::uint64_t last_number = 0;
+    m_number = ++last_number;
+}
+
 Schema::~Schema()
 {
     for (const auto &node : m_nodes) {

@@ -89,6 +89,7 @@ struct SchemaNode : confd_cs_node {
     std::vector<std::uint32_t> key_storage; /**< info.keys points here on a list. */
     std::vector<const SchemaNode *> key_nodes;
     int object_size = 0; /**< Values in the value array of an entry. */
+    std::uint32_t number = 0; /**< Its place among the schema's nodes. */
     /**
      * On a list: what entries are looked up with. libyang finds an entry by the hash of a ready
      * one; making that anew takes several times longer than changing the keys of the last one. Null
@@ -152,6 +153,8 @@ public:
     ly_ctx *context() const { return m_context; }
     const lys_module *module() const { return m_module; }
     std::uint32_t ns() const { return m_ns; }
+    /** Of this schema, and of no other in this process. */
+    std::uint64_t number() const { return m_number; }
 
     /** Top-level node of that name; null if there is none. */
     const SchemaNode *top(std::string_view name) const;
@@ -166,6 +169,9 @@ public:
         return node->schema ? of(node->schema) : nullptr;
     }
 
+    /** The node of a number. @throws std::out_of_range */
+    const SchemaNode &node(std::size_t number) const { return *m_nodes.at(number); }
+    std::size_t node_count() const { return m_nodes.size(); }
     /** Name of a tag; null if no node has it. */
     const char *name_of(std::uint32_t tag) const;
     /** In the order in which they are asked: by priority, then as in the model. */
@@ -179,12 +185,13 @@ public:
 private:
     friend class YangReferences;
     friend class SchemaLoader;
-    Schema() = default;
+    Schema();
 
     ly_ctx *m_context = nullptr;
     const lys_module *m_module = nullptr;
     std::string m_module_name;
     std::uint32_t m_ns = 0;
+    std::uint64_t m_number = 0;
     std::vector<std::unique_ptr<SchemaNode>> m_nodes;
     std::vector<const SchemaNode *> m_tops;
     std::unordered_map<std::uint32_t, std::string> m_names;

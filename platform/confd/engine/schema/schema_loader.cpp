@@ -179,6 +179,7 @@ void SchemaLoader::load_modules()
 SchemaNode *SchemaLoader::add_node(const lysc_node &yang, SchemaNode *parent)
 {
     auto &node = *m_schema.m_nodes.emplace_back(std::make_unique<SchemaNode>());
+    node.number = static_cast<std::uint32_t>(m_schema.m_nodes.size() - 1);
     node.yang = &yang;
     node.name = yang.name;
     node.parent = parent;

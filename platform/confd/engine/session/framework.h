@@ -5,6 +5,7 @@
 #pragma once
 
 #include "engine/data/changes.h"
+#include "engine/data/entry_index.h"
 #include "engine/data/error.h"
 #include "engine/data/reference_index.h"
 #include "engine/data/tree_view.h"
@@ -44,6 +45,8 @@ public:
     TreeView committed() const { return {m_committed, m_log.get()}; }
     const Datastore &candidate() const { return m_candidate ? *m_candidate : m_committed; }
     bool is_in_place() const { return m_log != nullptr; }
+    /** Of the candidate. */
+    EntryIndex &index() const { return m_index; }
     /** Computed on the first call. */
     const std::vector<Change> &changes() const;
 
@@ -62,6 +65,7 @@ private:
     std::optional<Datastore> m_candidate; /**< Nothing when the change was made in place. */
     std::unique_ptr<UndoLog> m_log;
     bool m_is_sound = false; /**< By the engine's own check, after a change in place. */
+    mutable EntryIndex m_index;
     mutable std::optional<std::vector<Change>> m_changes;
     std::map<int, std::unique_ptr<TransactionResource>> m_resources;
     int m_next_resource = 1;

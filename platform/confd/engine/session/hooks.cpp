@@ -21,7 +21,7 @@ void Hooks::fail_call(std::uint64_t n, int code, bool from_then_on)
     m_has_failed = false;
 }
 
-void Hooks::fail_no_more()
+void Hooks::clear_failure()
 {
     m_until_failure = 0;
 }

@@ -27,7 +27,7 @@ public:
      */
     void fail_call(std::uint64_t n, int code, bool from_then_on = false);
     /** Ends what fail_call began. */
-    void fail_no_more();
+    void clear_failure();
     /** Whether a failure has been forced since fail_call. */
     bool has_failed() const { return m_has_failed; }
 

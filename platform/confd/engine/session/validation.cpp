@@ -73,10 +73,33 @@ Verdict verdict_of(int result)
     }
 }
 
+/** Lets the log write for one request, which may end with an exception. */
+class LoggedRequest
+{
+public:
+    explicit LoggedRequest(const Request &request)
+    {
+        m_log.begin();
+        if (m_log.is_on() && !request.point->once && request.point->node->is_leaf()) {
+            m_log.note(ReadSide::kCandidate, *request.point->node, place_of(request.instance),
+                       ReadExtent::kNode); // The callback is handed its value.
+        }
+    }
+    ~LoggedRequest() { m_log.end(); }
+    LoggedRequest(const LoggedRequest &) = delete;
+    LoggedRequest &operator=(const LoggedRequest &) = delete;
+
+    std::vector<Read> reads() { return m_log.end(); }
+
+private:
+    ReadLog &m_log = ReadLog::instance();
+};
+
 Answer ask(const Transaction &transaction, const Request &request, const Callback &callback,
            void *vcb_opaque)
 {
     Answer answer;
+    LoggedRequest logged(request);
     Call call(transaction, request, vcb_opaque);
     Hooks::instance().reset_counts();
     const auto start = std::chrono::steady_clock::now();
@@ -84,6 +107,8 @@ Answer ask(const Transaction &transaction, const Request &request, const Callbac
     answer.time = std::chrono::steady_clock::now() - start;
     Hooks::instance().throw_breakdown();
     require_memory(LY_SUCCESS);
+    answer.is_logged = ReadLog::instance().is_on();
+    answer.reads = logged.reads();
     answer.calls = Hooks::instance().counts();
     answer.verdict = verdict_of(answer.result);
     answer.text = call.text();

@@ -4,6 +4,7 @@
  */
 #pragma once
 
+#include "engine/session/reads.h"
 #include "engine/session/validation_plan.h"
 
 #include <chrono>
@@ -25,6 +26,8 @@ struct Answer {
     std::string text;                           /**< As the callback set it; may be empty. */
     std::map<std::string, std::uint64_t> calls; /**< Client calls made, by name. */
     std::chrono::nanoseconds time{0};
+    bool is_logged = false;  /**< Whether what it depends on was written down. */
+    std::vector<Read> reads; /**< What it depends on. */
 };
 
 /** Callback of a validation point. */

@@ -1,9 +1,10 @@
 #include "engine/session/validation_plan.h"
 
-#include "engine/data/path.h"
+#include "engine/data/path_reader.h"
 
 #include <algorithm>
 #include <cstddef>
+#include <iterator>
 #include <limits>
 #include <unordered_map>
 
@@ -223,36 +224,56 @@ void ChangeWalk::touch_below(const Watch &watch, const Change &change)
     });
 }
 
+/** Paths of changes, each made once: one may call for many requests. */
+class CauseTexts
+{
+public:
+    explicit CauseTexts(std::vector<const Change *> causes) : m_causes(std::move(causes)) {}
+
+    const std::string &text(Cause cause)
+    {
+        const auto [found, is_new] = m_texts.try_emplace(cause);
+        const Change *change = m_causes[cause];
+        if (is_new && change != nullptr) {
+            const lyd_node *node = change->node();
+            found->second = change->schema->is_leaf_list()
+                                ? list_path_text(lyd_parent(node), *change->schema)
+                                : path_text(node);
+        }
+        return found->second;
+    }
+
+private:
+    std::vector<const Change *> m_causes; /**< By Cause. */
+    std::unordered_map<Cause, std::string> m_texts;
+};
+
 /** Turns a point's places into requests, in document order. */
 class Collector
 {
 public:
-    Collector(const Datastore &candidate, const std::vector<const Change *> &causes,
-              std::vector<Request> &requests)
-        : m_candidate(candidate), m_causes(causes), m_requests(requests)
+    Collector(const Datastore &candidate, CauseTexts &causes, const ValidationPoint &point,
+              const Places &places)
+        : m_candidate(candidate), m_causes(causes), m_point(point), m_places(places),
+          m_chain(chain_to(instance_node(point)))
     {
     }
 
-    void collect(const ValidationPoint &point, const Places &places)
+    std::vector<Request> collect()
     {
-        m_point = &point;
-        m_places = &places;
-        m_chain = chain_to(point.once ? point.node->up() : point.node);
         visit(nullptr, 0, kNoCause, true);
+        return std::move(m_requests);
     }
 
 private:
     void visit(const lyd_node *node, std::size_t level, Cause cause, bool ordered);
-    const std::string &cause_text(Cause cause);
 
     const Datastore &m_candidate;
-    const std::vector<const Change *> &m_causes;
-    std::vector<Request> &m_requests;
-    std::unordered_map<Cause, std::string> m_texts; /**< One change may call for many requests. */
-
-    const ValidationPoint *m_point = nullptr;
-    const Places *m_places = nullptr;
-    std::vector<const SchemaNode *> m_chain; /**< To the nodes that requests are about. */
+    CauseTexts &m_causes;
+    const ValidationPoint &m_point;
+    const Places &m_places;
+    const std::vector<const SchemaNode *> m_chain; /**< To the nodes that requests are about. */
+    std::vector<Request> m_requests;
 };
 
 /**
@@ -261,12 +282,12 @@ private:
  */
 void Collector::visit(const lyd_node *node, std::size_t level, Cause cause, bool ordered)
 {
-    const auto &place = m_places->at(node);
+    const auto &place = m_places.at(node);
     cause = std::min(cause, place.cause);
     ordered = ordered && place.ordered;
     if (level == m_chain.size()) {
         if (cause != kNoCause) {
-            m_requests.push_back({m_point, node, cause_text(cause)});
+            m_requests.push_back({&m_point, node, m_causes.text(cause)});
         }
         return;
     }
@@ -283,19 +304,6 @@ void Collector::visit(const lyd_node *node, std::size_t level, Cause cause, bool
     }
 }
 
-const std::string &Collector::cause_text(Cause cause)
-{
-    const auto [found, is_new] = m_texts.try_emplace(cause);
-    const Change *change = m_causes[cause];
-    if (is_new && change != nullptr) {
-        const lyd_node *node = change->node();
-        found->second = change->schema->is_leaf_list()
-                            ? list_path_text(lyd_parent(node), *change->schema)
-                            : path_text(node);
-    }
-    return found->second;
-}
-
 } // namespace
 
 std::string path_of(const Request &request)
@@ -304,10 +312,23 @@ std::string path_of(const Request &request)
                                : path_text(request.instance);
 }
 
-std::vector<Request> plan(const Transaction &transaction)
+const SchemaNode *instance_node(const ValidationPoint &point)
 {
-    const auto &points = transaction.candidate().schema().points();
-    std::vector<Places> places(points.size());
+    return point.once ? point.node->up() : point.node;
+}
+
+struct Plan::Parts {
+    const Transaction &transaction;
+    std::vector<Places> places; /**< By point. */
+    CauseTexts causes;
+};
+
+namespace
+{
+
+std::vector<Watch> watches_of(const std::vector<ValidationPoint> &points,
+                              std::vector<Places> &places)
+{
     std::vector<Watch> watches;
     for (std::size_t i = 0; i < points.size(); ++i) {
         if (points[i].dependencies.empty()) {
@@ -319,15 +340,96 @@ std::vector<Request> plan(const Transaction &transaction)
             watches.push_back({&places[i], dependency.target, common, depth});
         }
     }
-    ChangeWalk walk(std::move(watches));
-    walk.walk(transaction.changes());
+    return watches;
+}
 
-    std::vector<Request> requests;
-    Collector collector(transaction.candidate(), walk.causes(), requests);
-    for (std::size_t i = 0; i < points.size(); ++i) {
-        collector.collect(points[i], places[i]);
+} // namespace
+
+Plan::Plan(const Transaction &transaction, bool everything)
+{
+    const auto &points = transaction.candidate().schema().points();
+    std::vector<Places> places(points.size());
+    for (Places &each : places) {
+        if (everything) {
+            each.add(nullptr, kEveryCommit);
+        }
     }
-    return requests;
+    ChangeWalk walk(watches_of(points, places));
+    walk.walk(transaction.changes());
+    m_parts =
+        std::make_unique<Parts>(Parts{transaction, std::move(places), CauseTexts(walk.causes())});
+}
+
+Plan::~Plan() = default;
+
+std::size_t Plan::size() const
+{
+    return m_parts->places.size();
+}
+
+const ValidationPoint &Plan::point(std::size_t index) const
+{
+    return m_parts->transaction.candidate().schema().points()[index];
+}
+
+bool Plan::is_everywhere(std::size_t index) const
+{
+    return m_parts->places[index].has(nullptr);
+}
+
+std::vector<Request> Plan::requests(std::size_t index) const
+{
+    return Collector(m_parts->transaction.candidate(), m_parts->causes, point(index),
+                     m_parts->places[index])
+        .collect();
+}
+
+std::vector<Request> Plan::all_requests() const
+{
+    std::vector<Request> all;
+    for (std::size_t i = 0; i < size(); ++i) {
+        auto more = requests(i);
+        std::move(more.begin(), more.end(), std::back_inserter(all));
+    }
+    return all;
+}
+
+Request Plan::request(std::size_t index, const lyd_node *instance) const
+{
+    const Places &places = m_parts->places[index];
+    Cause cause = places.at(nullptr).cause;
+    for (const lyd_node *node = instance; node != nullptr; node = lyd_parent(node)) {
+        cause = std::min(cause, places.at(node).cause);
+    }
+    return {&point(index), instance, m_parts->causes.text(cause)};
+}
+
+bool Plan::asks(const std::string &opaque, const std::string &path) const
+{
+    for (std::size_t i = 0; i < size(); ++i) {
+        if (point(i).opaque != opaque) {
+            continue;
+        }
+        if (is_everywhere(i) && !path.empty() && !point(i).once) {
+            const auto &tree = m_parts->transaction.candidate();
+            if (find_node(tree.root(), *read_path(tree.schema(), path)) != nullptr) {
+                return true;
+            }
+            continue;
+        }
+        const auto requests = this->requests(i);
+        if (std::any_of(requests.begin(), requests.end(), [&path](const Request &request) {
+                return path.empty() || path_of(request) == path;
+            })) {
+            return true;
+        }
+    }
+    return false;
+}
+
+std::vector<Request> plan(const Transaction &transaction)
+{
+    return Plan(transaction).all_requests();
 }
 
 } // namespace engine

@@ -1,0 +1,167 @@
+#!/usr/bin/env python3
+"""Times whole programs on generated cards: programs.py BUILD [--rounds N] [--links 1,2,4,...]
+
+Processor time of a program with all its child processes, in pairs that run in turn: what counts is
+the median of their ratios. An everyday edit gives one ONU another line profile; a quiet edit gives
+one another description, which no rule looks at.
+"""
+import argparse
+import math
+import os
+import pathlib
+import statistics
+import subprocess
+import sys
+import tempfile
+import xml.etree.ElementTree as ElementTree
+
+NAMESPACE = "urn:olt:gpon:base"
+MODEL = pathlib.Path(__file__).parent.parent / "model"
+FULL_CARD = 16
+EDITS = 200
+
+
+def run(words, accepted=(0,)):
+    """@return Processor seconds, and the peak of resident memory in MiB."""
+    process = subprocess.Popen([str(word) for word in words], stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+    output, errors = process.stdout.read(), process.stderr.read()
+    _, status, usage = os.wait4(process.pid, 0)
+    process.returncode = os.waitstatus_to_exitcode(status)
+    if process.returncode not in accepted:
+        sys.exit(f"{' '.join(map(str, words[:6]))} ended with {process.returncode}:\n"
+                 f"{output.decode()[-2000:]}{errors.decode()[-2000:]}")
+    return usage.ru_utime + usage.ru_stime, usage.ru_maxrss / 1024
+
+
+def onu_edit(port, onu, content):
+    return (f'<config xmlns="{NAMESPACE}"><interface><gpon><chassis-id>1</chassis-id><slot-id>1</slot-id>'
+            f"<port-id>{port}</port-id><onu><onu-id>{onu}</onu-id>{content}</onu></gpon></interface></config>")
+
+
+class Card:
+    """A generated card, and edits for it, in files of a folder."""
+
+    def __init__(self, program, folder, links):
+        self.program, self.links = program, links
+        self.folder = folder / str(links)
+        self.folder.mkdir()
+        self.running, self.capabilities = self.folder / "running.xml", self.folder / "card.json"
+        run([program, "generate", "--links", links, "--onus", 128, "--line-profiles", 32 * links,
+             "--bandwidth-profiles", 4 * links, "--rg-profiles", links,
+             "--service-ports", min(256 * links, 4096),
+             "-o", self.running, "--card", self.capabilities])
+        self.profiles = {}
+        for gpon in ElementTree.parse(self.running).findall("{*}interface/{*}gpon"):
+            port = gpon.findtext("{*}port-id")
+            for onu in gpon.findall("{*}onu"):
+                place = (port, onu.findtext("{*}onu-id"))
+                self.profiles[place] = onu.findtext("{*}profile-references/{*}line-profile")
+
+    def places(self, count):
+        """So many ONUs, from all links in turn."""
+        onus = sorted(self.profiles, key=lambda place: (int(place[1]), int(place[0])))
+        return [onus[i % len(onus)] for i in range(count)]
+
+    def write(self, name, text):
+        file = self.folder / name
+        file.write_text(text)
+        return file
+
+    def everyday(self, count):
+        names = sorted(set(self.profiles.values()))
+        return [self.write(f"everyday-{i}.xml", onu_edit(*place, "<profile-references><line-profile>" + next(
+            names[(i + n) % len(names)] for n in range(2) if names[(i + n) % len(names)] != self.profiles[place]
+        ) + "</line-profile></profile-references>")) for i, place in enumerate(self.places(count))]
+
+    def quiet(self, count):
+        return [self.write(f"quiet-{i}.xml", onu_edit(*place, f"<description>visited {i}</description>"))
+                for i, place in enumerate(self.places(count))]
+
+    def new_onus(self, count):
+        """So many edits, each with 128 ONUs more, on a link that the running configuration lacks."""
+        profile = next(iter(self.profiles.values()))
+        references = f"<profile-references><line-profile>{profile}</line-profile></profile-references>"
+        return [self.write(f"new-{i}.xml", f'<config xmlns="{NAMESPACE}"><interface><gpon><chassis-id>1</chassis-id>'
+                           f"<slot-id>1</slot-id><port-id>{self.links + 1 + i}</port-id>" + "".join(
+                               f"<onu><onu-id>{onu}</onu-id>{references}<auth-method><serial-number>NEWS{i:02}{onu:06}"
+                               f"</serial-number></auth-method></onu>" for onu in range(1, 129)) +
+                           "</gpon></interface></config>") for i in range(count)]
+
+    def check(self, *words, accepted=(0, 1)):
+        return run([self.program, "check", "--running", self.running, "--card", self.capabilities, "--yes",
+                    *words], accepted)
+
+    def check_edits(self, edits):
+        return self.check(*(word for edit in edits for word in ("--edit", edit)))
+
+
+def ratio_of(first, second, rounds):
+    """Median of the ratios of two measurements that are made in turn."""
+    return statistics.median(first()[0] / second()[0] for _ in range(rounds))
+
+
+def growth(by_links):
+    """n, where a figure is as links to the power of n: least squares over all sizes."""
+    points = [(math.log(links), math.log(value)) for links, value in by_links.items()]
+    x, y = (statistics.mean(axis) for axis in zip(*points))
+    return sum((a - x) * (b - y) for a, b in points) / sum((a - x) ** 2 for a, _ in points)
+
+
+def say(text, value, limit=None):
+    print(f"{text:<66}{value:>10}" + (f"   (at most {limit})" if limit else ""), flush=True)
+
+
+def one_shot(card, rounds):
+    (edit,) = card.everyday(1)
+    words = ["yanglint", "-p", MODEL, "-t", "config", *sorted(MODEL.glob("base.yang")), card.running]
+    say("check of an everyday edit, to yanglint on the running file",
+        f"{ratio_of(lambda: card.check('--edit', edit), lambda: run(words), rounds):.2f}", 1.2)
+    small = card.check("--edit", edit)
+    say("  peak of resident memory", f"{small[1]:.0f} MiB")
+
+
+def many_edits(card, rounds):
+    (edit,) = card.everyday(1)
+    for kind, edits, limit in (("everyday", card.everyday(EDITS), 4), ("quiet", card.quiet(EDITS), 2)):
+        say(f"{EDITS} {kind} edits in one process, to one check",
+            f"{ratio_of(lambda e=edits: card.check_edits(e), lambda: card.check('--edit', edit), rounds):.2f}", limit)
+    say("  peak of resident memory", f"{card.check_edits(card.everyday(EDITS))[1]:.0f} MiB")
+
+
+def one_edit(card, edits):
+    """Milliseconds of an edit on a card that is open already: what each edit more costs."""
+    few = edits[:len(edits) // 4]
+    return statistics.median(
+        1000 * (card.check_edits(edits)[0] - card.check_edits(few)[0]) / (len(edits) - len(few)) for _ in range(3))
+
+
+def open_card(cards):
+    everyday, onus = {}, {}
+    for links, card in cards.items():
+        everyday[links], onus[links] = one_edit(card, card.everyday(EDITS)), one_edit(card, card.new_onus(12))
+        say(f"open card of {links} links: everyday edit, 128 new ONUs",
+            f"{everyday[links]:.2f} ms, {onus[links]:.1f} ms")
+    usual = {links: value for links, value in everyday.items() if links <= FULL_CARD}
+    if len(usual) > 1:
+        say("growth of the everyday edit up to the full card, n", f"{growth(usual):.2f}", 0.3)
+    if FULL_CARD in onus:
+        say("128 new ONUs at once on the full card", f"{onus[FULL_CARD]:.1f} ms", "25 ms")
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("build", type=pathlib.Path, help="such as build/desk")
+    parser.add_argument("--rounds", type=int, default=7, help="of each pair (7)")
+    parser.add_argument("--links", default="1,2,4,8,16,64", help="sizes of the open card (1,2,4,8,16,64)")
+    arguments = parser.parse_args()
+    program = (arguments.build / "bin/gpon-validate").resolve()
+    with tempfile.TemporaryDirectory() as folder:
+        sizes = {int(links) for links in arguments.links.split(",")} | {FULL_CARD}
+        cards = {links: Card(program, pathlib.Path(folder), links) for links in sorted(sizes)}
+        one_shot(cards[FULL_CARD], arguments.rounds)
+        many_edits(cards[FULL_CARD], arguments.rounds)
+        open_card(cards)
+
+
+if __name__ == "__main__":
+    main()

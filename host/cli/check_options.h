@@ -1,0 +1,48 @@
+/**
+ * @file
+ * What the command line asks `gpon-validate check` for.
+ */
+#pragma once
+
+#include "engine/data/source.h"
+#include "report/style.h"
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace host
+{
+
+struct CheckOptions {
+    std::string running;            /**< Empty: the card has no configuration yet. */
+    std::vector<std::string> edits; /**< At most one of these three. */
+    std::string edits_from;         /**< A folder, or - for a list on stdin. */
+    std::string candidate;
+    bool in_turn = false;       /**< Each edit on top of the one before. */
+    std::string card;           /**< Empty: the default card. */
+    std::string plugin;         /**< Empty: see Plugin. */
+    std::optional<bool> answer; /**< To warnings, given beforehand. */
+    bool all = false;
+    bool explain = false;
+    bool calls = false;
+    bool reads = false;
+    bool json = false;
+    bool check_running = false; /**< Against the data model; otherwise it is trusted. */
+    bool no_reuse = false;      /**< Answers to one edit are not used for the next. */
+    bool in_process = false;
+    std::chrono::seconds timeout{60}; /**< For one rule, and for a silent input; 0: none. */
+    std::size_t max_size = engine::ReadLimits().max_bytes; /**< Of each input, in bytes. */
+    std::optional<int> trace_level;
+    std::string trace_file; /**< Empty: stderr. */
+    ColorChoice color = ColorChoice::kAuto;
+
+    bool explains() const { return explain || calls || reads; }
+    /** Whether answers are used again: who wants to see what the plug-in does sees it all. */
+    bool reuses() const { return !no_reuse && !calls && !trace_level; }
+    /** Whether there is a report for each of several edits, however many there are in the end. */
+    bool is_series() const { return edits.size() > 1 || !edits_from.empty() || in_turn; }
+};
+
+} // namespace host

@@ -1,0 +1,114 @@
+#include "engine/data/entry_index.h"
+
+#include <functional>
+#include <string_view>
+
+namespace engine
+{
+namespace
+{
+
+std::size_t mix(std::size_t hash, std::string_view key)
+{
+    constexpr std::size_t kFactor = 31;
+    return hash * kFactor + std::hash<std::string_view>()(key);
+}
+
+std::size_t hash_of(const lyd_node *entry)
+{
+    std::size_t hash = 0;
+    for (const lyd_node *key = lyd_child(entry); key != nullptr && lysc_is_key(key->schema);
+         key = key->next) {
+        hash = mix(hash, lyd_get_value(key));
+    }
+    return hash;
+}
+
+bool has_keys(const lyd_node *entry, const std::vector<std::string> &keys)
+{
+    const lyd_node *leaf = lyd_child(entry);
+    for (const std::string &key : keys) {
+        const char *value = leaf != nullptr ? lyd_get_value(leaf) : nullptr;
+        if (value == nullptr || *value != *key.c_str() || key != value) {
+            return false;
+        }
+        leaf = leaf->next;
+    }
+    return true;
+}
+
+/** Looks at some entries, one after the other. @param end  Where it stopped; null: at the end. */
+const lyd_node *find_among_first(const lyd_node *first, const std::vector<std::string> &keys,
+                                 const lyd_node *&end)
+{
+    constexpr int kMax = 8;
+    end = first;
+    for (int i = 0; i < kMax && end != nullptr; ++i) {
+        if (has_keys(end, keys)) {
+            return end;
+        }
+        end = next_instance(end);
+    }
+    return nullptr;
+}
+
+} // namespace
+
+const lyd_node *EntryIndex::find(const lyd_node *first, const Path::Step &step)
+{
+    constexpr unsigned int kFewLookups = 3;
+    auto known = m_lists.find(first);
+    if (known == m_lists.end()) {
+        const lyd_node *end = nullptr;
+        const lyd_node *found = find_among_first(first, step.keys, end);
+        if (found != nullptr || end == nullptr) {
+            return found;
+        }
+        known = m_lists.try_emplace(first).first;
+    }
+    Entries &entries = known->second;
+    if (++entries.lookups <= kFewLookups) {
+        return find_entry(first, step);
+    }
+    if (entries.places.empty()) {
+        fill(entries, first);
+    }
+    return find_in(entries, step.keys);
+}
+
+const lyd_node *EntryIndex::find_in(const Entries &entries, const std::vector<std::string> &keys)
+{
+    std::size_t hash = 0;
+    for (const std::string &key : keys) {
+        hash = mix(hash, key);
+    }
+    const std::size_t last = entries.places.size() - 1;
+    for (std::size_t at = hash & last; entries.places[at] != nullptr; at = (at + 1) & last) {
+        if (has_keys(entries.places[at], keys)) {
+            return entries.places[at];
+        }
+    }
+    return nullptr;
+}
+
+void EntryIndex::fill(Entries &entries, const lyd_node *first)
+{
+    std::size_t count = 0;
+    for (const lyd_node *entry = first; entry != nullptr; entry = next_instance(entry)) {
+        ++count;
+    }
+    std::size_t size = 1;
+    while (size < 2 * count) {
+        size *= 2;
+    }
+    entries.places.assign(size, nullptr);
+    for (const lyd_node *entry = first; entry != nullptr; entry = next_instance(entry)) {
+        std::size_t at = hash_of(entry) & (size - 1);
+        while (entries.places[at] != nullptr) {
+            at = (at + 1) & (size - 1);
+        }
+        entries.places[at] = entry;
+    }
+}
+
+} // namespace engine
