@@ -5,6 +5,7 @@
 #include "checker/recorder.h"
 #include "checker/running_faults.h"
 #include "checker/unchecked_links.h"
+#include "engine/data/defaults.h"
 #include "engine/data/yang_check.h"
 
 #include <algorithm>

@@ -1,6 +1,7 @@
 /** Golden cases as the tests read them: a folder with a change, and what stands above it. */
 #pragma once
 
+#include "engine/data/defaults.h"
 #include "engine/data/yang_check.h"
 #include "engine/edit/edit.h"
 

@@ -56,13 +56,13 @@ void ReferenceIndex::count(const Key &key, int Count::*what, int step)
     }
 }
 
-bool has_dangling_references(const Datastore &tree)
+ReferenceIndex references_of(const Datastore &tree)
 {
     ReferenceIndex index;
     for (const lyd_node *node = tree.root(); node != nullptr; node = node->next) {
         index.add(node);
     }
-    return index.has_dangling();
+    return index;
 }
 
 } // namespace engine

@@ -54,7 +54,13 @@ private:
     std::size_t m_dangling = 0;
 };
 
+/** The index of a whole tree. */
+ReferenceIndex references_of(const Datastore &tree);
+
 /** Whether a leafref that libyang does not check refers to nothing. */
-bool has_dangling_references(const Datastore &tree);
+inline bool has_dangling_references(const Datastore &tree)
+{
+    return references_of(tree).has_dangling();
+}
 
 } // namespace engine

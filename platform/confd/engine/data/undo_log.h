@@ -6,6 +6,7 @@
 
 #include "engine/data/datastore.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <unordered_map>
@@ -61,6 +62,15 @@ public:
     };
     /** Null when there was no change below the node. */
     const Touched *touched(const lyd_node *parent) const;
+    /** Calls with each such node and what came and went, until an answer is false. @return The last
+     *  answer. */
+    template <typename Call>
+    bool each_touched(const Call &call) const
+    {
+        return std::all_of(m_touched.begin(), m_touched.end(), [&](const auto &one) {
+            return is_removed(one.first) || call(one.first, one.second);
+        });
+    }
     bool is_created(const lyd_node *node) const { return m_created.count(node) != 0; }
     bool is_removed(const lyd_node *node) const { return m_removed.count(node) != 0; }
     bool empty() const { return m_records.empty(); }

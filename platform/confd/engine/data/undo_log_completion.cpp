@@ -1,8 +1,9 @@
 /** What a change in place needs besides: key order, and the defaults that YANG supplies. */
+#include "engine/data/defaults.h"
 #include "engine/data/entries.h"
 #include "engine/data/normalise.h"
 #include "engine/data/undo_log.h"
-#include "engine/schema/yang_log.h"
+#include "engine/schema/schema_rules.h"
 
 #include <map>
 #include <utility>
@@ -19,32 +20,6 @@ lyd_node *find_child(lyd_node *siblings, const lysc_node *schema)
         lyd_find_sibling_val(siblings, schema, nullptr, 0, &match);
     }
     return match;
-}
-
-bool is_plain_container(const lysc_node *schema)
-{
-    return schema->nodetype == LYS_CONTAINER && (schema->flags & LYS_PRESENCE) == 0;
-}
-
-/** Texts of the defaults of a leaf or leaf-list. */
-std::vector<std::string> defaults_of(const lysc_node *schema)
-{
-    std::vector<std::string> texts;
-    const auto *context = schema->module->ctx;
-    if (schema->nodetype == LYS_LEAF) {
-        const auto *value = reinterpret_cast<const lysc_node_leaf *>(schema)->dflt;
-        if (value != nullptr) {
-            texts.emplace_back(lyd_value_get_canonical(context, value));
-        }
-    } else if (schema->nodetype == LYS_LEAFLIST) {
-        lyd_value **values = reinterpret_cast<const lysc_node_leaflist *>(schema)->dflts;
-        LY_ARRAY_COUNT_TYPE i = 0;
-        LY_ARRAY_FOR(values, i)
-        {
-            texts.emplace_back(lyd_value_get_canonical(context, values[i]));
-        }
-    }
-    return texts;
 }
 
 } // namespace
@@ -106,9 +81,8 @@ void UndoLog::add_defaults()
         if (places.empty() || places.back() != record.parent) {
             places.push_back(record.parent);
         }
-        if (record.kind == Kind::kCreated && !is_removed(record.node) &&
-            (record.node->schema->nodetype & LYD_NODE_INNER) != 0) {
-            require_memory(lyd_new_implicit_tree(record.node, LYD_IMPLICIT_NO_STATE, nullptr));
+        if (record.kind == Kind::kCreated && !is_removed(record.node)) {
+            add_defaults_below(record.node);
         }
     }
     for (lyd_node *parent : places) {
@@ -177,42 +151,16 @@ void UndoLog::settle_choice(lyd_node *parent, const lysc_node *choice)
 
 void UndoLog::add_default(lyd_node *parent, const lysc_node *schema)
 {
-    const bool is_container = is_plain_container(schema);
-    const auto texts = defaults_of(schema);
-    const auto *siblings = parent != nullptr ? lyd_child(parent) : m_tree.root();
-    if ((!is_container && texts.empty()) ||
-        find_child(const_cast<lyd_node *>(siblings), schema) != nullptr) {
+    lyd_node *siblings = parent != nullptr ? lyd_child(parent) : m_tree.m_root;
+    if (!is_supplied(schema) || find_child(siblings, schema) != nullptr) {
         return;
     }
     save_flags(parent);
-    // libyang takes the node for one that was set, as long as it does not know better.
-    std::vector<std::pair<lyd_node *, std::uint32_t>> flags;
-    for (lyd_node *above = parent; above != nullptr; above = lyd_parent(above)) {
-        flags.emplace_back(above, above->flags);
-    }
-    std::vector<lyd_node *> added;
-    lyd_node *node = nullptr;
-    if (is_container) {
-        require_placed(lyd_new_inner(parent, schema->module, schema->name, 0, &node));
-        added.push_back(node);
-    }
-    for (const std::string &text : texts) {
-        require_placed(
-            lyd_new_term_canon(parent, schema->module, schema->name, text.c_str(), 0, &node));
-        added.push_back(node);
-    }
-    for (const auto &[above, before] : flags) {
-        above->flags = before;
-    }
-    for (lyd_node *one : added) {
-        one->flags = LYD_DEFAULT;
+    for (lyd_node *added : engine::add_default(parent, *Schema::of(schema))) {
         if (parent == nullptr) {
-            link(one, nullptr);
+            link(added, nullptr);
         }
-        if (is_container) {
-            require_memory(lyd_new_implicit_tree(one, LYD_IMPLICIT_NO_STATE, nullptr));
-        }
-        note({Kind::kCreated, one, parent, nullptr, nullptr});
+        note({Kind::kCreated, added, parent, nullptr, nullptr});
     }
 }
 

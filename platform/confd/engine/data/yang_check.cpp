@@ -225,23 +225,6 @@ private:
     std::vector<Problem> m_problems;
 };
 
-LY_ERR note_defaults(lysc_node *node, void *found, ly_bool * /*skip_children*/)
-{
-    if (node->nodetype == LYS_LEAFLIST &&
-        reinterpret_cast<const lysc_node_leaflist *>(node)->dflts != nullptr) {
-        *static_cast<bool *>(found) = true;
-    }
-    return LY_SUCCESS;
-}
-
-/** Whether the model has leaf-lists that YANG may fill in. */
-bool has_leaf_list_defaults(const Schema &schema)
-{
-    bool found = false;
-    lysc_module_dfs_full(schema.module(), note_defaults, &found);
-    return found;
-}
-
 /** A failure that is none of the data's, such as one of memory, need not come again. */
 Problem unexplained(const Source &source, LY_ERR result)
 {
@@ -272,22 +255,8 @@ void check_yang(Datastore &tree, const Source &source)
         }
         throw InputError(std::move(problems));
     }
-    if (has_leaf_list_defaults(schema)) {
+    if (schema.has_leaf_list_defaults()) {
         order_by_keys(tree.m_root); // They come in the model's order.
-    }
-}
-
-void add_defaults(Datastore &tree)
-{
-    const Schema &schema = tree.schema();
-    const LY_ERR result =
-        lyd_new_implicit_all(&tree.m_root, schema.context(), LYD_IMPLICIT_NO_STATE, nullptr);
-    require_memory(result);
-    if (result != LY_SUCCESS) {
-        throw InputError(take_problems(schema, ""));
-    }
-    if (has_leaf_list_defaults(schema)) {
-        order_by_keys(tree.m_root);
     }
 }
 

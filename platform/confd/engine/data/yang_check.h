@@ -22,10 +22,4 @@ inline void check_yang(Datastore &tree, const std::string &source_name)
     check_yang(tree, Source{source_name, ""});
 }
 
-/**
- * Adds default values and nothing else, to a configuration that was accepted before. The model has
- * no `when`: see Schema::has_when.
- */
-void add_defaults(Datastore &tree);
-
 } // namespace engine

@@ -44,6 +44,7 @@ Schema::~Schema()
 {
     for (const auto &node : m_nodes) {
         node->probe.reset(); // Its values are the context's.
+        node->pattern.reset();
     }
     ly_ctx_destroy(m_context);
 }

@@ -96,12 +96,22 @@ struct SchemaNode : confd_cs_node {
      * until the first lookup.
      */
     mutable LooseEntry probe;
+    /** Instance as YANG supplies it where none is set, to make others from; null until the first.
+     */
+    mutable LooseEntry pattern;
+    /** Children that YANG supplies, and choices between such. */
+    std::vector<const lysc_node *> supplied;
     /** On a leafref that the engine checks itself; else null. */
     const ReferenceTarget *refers_to = nullptr;
     /** On a leaf that such leafrefs refer to. */
     std::vector<const ReferenceTarget *> referred_to_as;
     /** Whether the node, or one below it, is one of these. */
     bool leads_to_reference = false;
+    /** Children that must be there, or be so many, and choices. */
+    std::vector<const lysc_node *> constraints;
+    bool has_musts = false;
+    /** Whether a `must` of a node that is not above looks at it, above or below it. */
+    bool is_read_afar = false;
 
     const SchemaNode *up() const { return static_cast<const SchemaNode *>(parent); }
     const SchemaNode *first_child() const { return static_cast<const SchemaNode *>(children); }
@@ -120,6 +130,17 @@ struct SchemaNode : confd_cs_node {
 
     /** Path without keys, such as /config/interface/gpon/onu. */
     std::string path() const;
+};
+
+/** What a model demands, as far as it does not stand at its nodes. */
+struct ModelRules {
+    /**
+     * Whether the engine's own check covers all statements of the model. It does not know `when`
+     * and `unique`, leafrefs with predicates or in unions, instance identifiers, state data and
+     * extensions with rules of their own: then libyang checks.
+     */
+    bool are_covered = false;
+    std::vector<const lysc_node *> top_constraints; /**< As SchemaNode::constraints, at the top. */
 };
 
 class Schema
@@ -157,6 +178,9 @@ public:
     const std::vector<ValidationPoint> &points() const { return m_points; }
     /** Whether nodes come and go with an expression, and with them defaults: `when` statements. */
     bool has_when() const { return m_has_when; }
+    /** Whether the model has leaf-lists that YANG may fill in. */
+    bool has_leaf_list_defaults() const { return m_has_leaf_list_defaults; }
+    const ModelRules &rules() const { return m_rules; }
 
 private:
     friend class YangReferences;
@@ -175,6 +199,8 @@ private:
     std::vector<std::unique_ptr<ReferenceTarget>> m_targets;
     std::vector<LeafrefType> m_leafref_types;
     bool m_has_when = false;
+    bool m_has_leaf_list_defaults = false;
+    ModelRules m_rules;
     std::vector<YangText> m_texts; /**< libyang asks for imports by name. */
 };
 

@@ -2,6 +2,7 @@
 
 #include "engine/schema/schema_points.h"
 #include "engine/schema/schema_references.h"
+#include "engine/schema/schema_rules.h"
 #include "engine/schema/schema_types.h"
 #include "engine/schema/yang_log.h"
 
@@ -37,6 +38,15 @@ LY_ERR find_text(const char *module_name, const char *, const char *submodule_na
         }
     }
     return LY_ENOTFOUND;
+}
+
+LY_ERR note_defaults(lysc_node *node, void *found, ly_bool *)
+{
+    if (node->nodetype == LYS_LEAFLIST &&
+        reinterpret_cast<const lysc_node_leaflist *>(node)->dflts != nullptr) {
+        *static_cast<bool *>(found) = true;
+    }
+    return LY_SUCCESS;
 }
 
 LY_ERR note_when(lysc_node *node, void *found, ly_bool *)
@@ -142,6 +152,8 @@ std::shared_ptr<const Schema> SchemaLoader::load(const ModelSource &source)
     adopt_nodes();
     lysc_module_dfs_full(m_schema.m_module, note_when, &m_schema.m_has_when);
     m_schema.m_leafref_types = read_references(m_schema, m_schema.m_nodes, m_schema.m_targets);
+    lysc_module_dfs_full(m_schema.m_module, note_defaults, &m_schema.m_has_leaf_list_defaults);
+    m_schema.m_rules = read_rules(m_schema, m_schema.m_nodes);
     return m_loaded;
 }
 

@@ -1,5 +1,6 @@
 #include "engine/session/framework.h"
 
+#include "engine/data/model_check.h"
 #include "engine/data/yang_check.h"
 #include "engine/edit/edit.h"
 
@@ -138,6 +139,9 @@ Transaction &Framework::begin(const Source &edit)
     if (schema().has_when()) {
         return begin(apply_edit(m_running, edit)); // The check against the model may remove nodes.
     }
+    if (m_has_checked) {
+        judge_running(); // It pays from the second edit on.
+    }
     auto log = std::make_unique<UndoLog>(m_running);
     apply_edit(*log, edit);
     return add(std::make_unique<Transaction>(m_next_transaction, std::move(log)));
@@ -150,7 +154,46 @@ Transaction &Framework::add(std::unique_ptr<Transaction> transaction)
 
 void Framework::check_yang(Transaction &transaction, const Source &source)
 {
-    engine::check_yang(transaction.m_candidate ? *transaction.m_candidate : m_running, source);
+    m_has_checked = true;
+    if (transaction.m_candidate) {
+        engine::check_yang(*transaction.m_candidate, source);
+        return;
+    }
+    transaction.m_is_sound = schema().rules().are_covered && keeps_rules(*transaction.m_log);
+    if (!transaction.m_is_sound) {
+        engine::check_yang(m_running, source); // It knows the texts, and has the last word.
+    }
+}
+
+bool Framework::keeps_rules(const UndoLog &log)
+{
+    if (m_soundness != Soundness::kSound || is_read_afar(log)) {
+        return engine::keeps_rules(m_running) && !has_dangling_references(m_running);
+    }
+    apply(log, m_references);
+    const bool has_dangling = m_references.has_dangling();
+    take_back(log, m_references);
+    return !has_dangling && engine::keeps_rules(log);
+}
+
+void Framework::keep(UndoLog &log, bool is_sound)
+{
+    if (is_sound && m_soundness == Soundness::kSound) {
+        apply(log, m_references);
+    } else {
+        m_soundness = Soundness::kUnknown;
+    }
+    log.keep();
+}
+
+void Framework::judge_running()
+{
+    if (m_soundness != Soundness::kUnknown || !schema().rules().are_covered) {
+        return;
+    }
+    m_references = references_of(m_running);
+    const bool is_sound = engine::keeps_rules(m_running) && !m_references.has_dangling();
+    m_soundness = is_sound ? Soundness::kSound : Soundness::kFaulty;
 }
 
 Transaction &Framework::transaction(int handle)
@@ -175,11 +218,12 @@ void Framework::commit(int handle)
     }
     std::optional<Datastore> candidate = std::move(ending.m_candidate);
     if (ending.m_log) {
-        ending.m_log->keep();
+        keep(*ending.m_log, ending.m_is_sound);
     }
     end(handle);
     if (candidate) {
         m_running = std::move(*candidate);
+        m_soundness = Soundness::kUnknown;
     }
 }
 

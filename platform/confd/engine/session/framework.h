@@ -7,6 +7,7 @@
 #include "engine/data/changes.h"
 #include "engine/data/entry_index.h"
 #include "engine/data/error.h"
+#include "engine/data/reference_index.h"
 #include "engine/data/tree_view.h"
 #include "engine/session/hooks.h"
 
@@ -63,6 +64,7 @@ private:
     const Datastore &m_committed;
     std::optional<Datastore> m_candidate; /**< Nothing when the change was made in place. */
     std::unique_ptr<UndoLog> m_log;
+    bool m_is_sound = false; /**< By the engine's own check, after a change in place. */
     mutable EntryIndex m_index;
     mutable std::optional<std::vector<Change>> m_changes;
     std::map<int, std::unique_ptr<TransactionResource>> m_resources;
@@ -111,7 +113,9 @@ public:
      */
     Transaction &begin(const Source &edit);
     /**
-     * Checks a transaction's candidate against the model.
+     * Checks a transaction's candidate against the model. After an edit made in place, only what
+     * the edit can have broken is looked at, if that is known of the model and what is committed
+     * was found sound: see model_check.
      * @throws InputError  As engine::check_yang.
      */
     void check_yang(Transaction &transaction, const Source &source);
@@ -128,9 +132,18 @@ public:
     bool crypto_keys_installed = false;
 
 private:
+    /** Whether what is committed keeps the rules of the model: the engine's own check. */
+    enum class Soundness { kUnknown, kSound, kFaulty };
+
     Transaction &add(std::unique_ptr<Transaction> transaction);
+    bool keeps_rules(const UndoLog &log);
+    void judge_running();
+    void keep(UndoLog &log, bool is_sound);
 
     Datastore m_running;
+    Soundness m_soundness = Soundness::kUnknown;
+    ReferenceIndex m_references; /**< Of what is committed, if that is sound. */
+    bool m_has_checked = false;
     std::map<int, SocketKind> m_sockets;
     std::map<int, std::unique_ptr<Transaction>> m_transactions;
     int m_next_socket = 1;
