@@ -5,7 +5,7 @@ _gpon_validate()
     local current=$2 previous=$3 command=${COMP_WORDS[1]} words=
     COMPREPLY=()
     if [ "$COMP_CWORD" -eq 1 ]; then
-        words="check points generate --help --version"
+        words="check audit points generate --help --version"
         mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
         return
     fi
@@ -39,6 +39,7 @@ _gpon_validate()
                 return
             fi
             ;;
+        audit) words="--running --edit --card --plugin --json --help" ;;
         points)
             words="--json --help"
             [[ $current == -* ]] || words=$("${COMP_WORDS[0]}" points --json 2>/dev/null |

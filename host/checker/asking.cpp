@@ -39,6 +39,9 @@ void ask_all(Plugin &plugin, const std::string &point, const Questions &question
 
 void ask(const Questions &first, AskingListener &listener, const NextQuestions &next)
 {
+    // Each check finds the keys as the plug-in's start leaves them, not as another check did.
+    bool &has_keys = engine::Framework::current().crypto_keys_installed;
+    has_keys = false;
     listener.step(Step::kLoad);
     Plugin plugin(first.plugin);
     listener.step(Step::kInit);
@@ -47,8 +50,10 @@ void ask(const Questions &first, AskingListener &listener, const NextQuestions &
     const std::string point = plugin.validation_point();
     require_served(point, first.transaction.candidate().schema(), plugin.name());
 
+    const bool has_keys_from_start = has_keys;
     listener.step(Step::kValidate);
     for (const Questions *questions = &first; questions != nullptr; questions = next()) {
+        has_keys = has_keys_from_start;
         ask_all(plugin, point, *questions, listener);
     }
 

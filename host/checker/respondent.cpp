@@ -34,11 +34,6 @@ void record_end(const ChildEnd &end, std::chrono::seconds timeout, Recorder &rec
     }
 }
 
-bool has_timed_out(const Outcome &outcome)
-{
-    return outcome.death && outcome.death->kind == Death::Kind::kTimeout;
-}
-
 } // namespace
 
 void Respondent::ask(const Questions &questions, const Candidate &candidate, const Policy &policy,
@@ -84,11 +79,11 @@ bool Respondent::go_on(const Questions &questions, const Candidate &candidate, c
     } catch (const std::exception &) {
         return false; // A fresh process shows whether that was the plug-in's doing.
     }
-    const bool counts = m_child || has_timed_out(trial);
-    if (counts) {
-        outcome = std::move(trial);
+    if (!m_child) {
+        return false;
     }
-    return counts;
+    outcome = std::move(trial);
+    return true;
 }
 
 void Respondent::start(const Questions &questions, const Policy &policy, CheckListener &listener,

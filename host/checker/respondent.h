@@ -31,8 +31,8 @@ struct Candidate {
  * A fresh process inherits the framework as it is. Of later changes it is told: it does with its
  * own framework what was done with the one here, and then asks the plug-in. Only this side decides:
  * what to ask, which events are due, and whether an answer counts. A process that dies, hangs or
- * tells nonsense is not asked again, and unless it hung, what it was asked last is asked once more
- * in a fresh one: every report is the one of a process that has made no other check.
+ * tells nonsense is not asked again, and what it was asked last is asked once more in a fresh one:
+ * every report is the one of a process that has made no other check.
  */
 class Respondent
 {

@@ -186,7 +186,7 @@ void add_check_switches(CLI::App &app, CheckOptions &options)
         ->excludes(yes);
     app.add_flag("--all", options.all, "Show every objection, not the first one only");
     app.add_flag("--explain", options.explain,
-                 "Show which rules ran, why, and how long everything took");
+                 "Show which rules ran, why, what they read, and how long everything took");
     app.add_flag("--calls", options.calls, "As --explain, with each rule's client calls by name");
     app.add_flag("--reads", options.reads,
                  "As --explain, with each place of the configuration that a rule read");

@@ -85,6 +85,34 @@ TEST_F(Series, TellsOfEachEditWhatARunOfItsOwnTells)
     }
 }
 
+/** In a process of its own the plug-in sees what was committed, as it does in this one. */
+TEST_F(Series, CommitsInTurnWhereverThePluginRuns)
+{
+    std::mt19937 random(1);
+    std::vector<std::string> words{"--plugin",  CARD_PLUGIN, "--running", path("running.xml"),
+                                   "--in-turn", "--yes",     "--json"};
+    for (int i = 0; i < 60; ++i) {
+        const std::string one = std::to_string(random() % 2);
+        const std::string id = std::to_string(random() % 3 + 1);
+        const std::string onu =
+            "<onu><onu-id>" + id + "</onu-id>" +
+            (random() % 2 == 0 ? "<description>" + one + "</description>"
+                               : "<auth-method><serial-number>ABCD" + id + "000000" + one +
+                                     "</serial-number></auth-method>") +
+            "</onu>";
+        const std::string fec =
+            "<downstream-fec>" + std::string(one == "0" ? "false" : "true") + "</downstream-fec>";
+        words.insert(words.end(), {"--edit", file(std::to_string(i),
+                                                  inside_link(random() % 2 == 0 ? onu : fec))});
+    }
+    const ProgramRun child = check("", words);
+    words.push_back("--in-process");
+    const ProgramRun here = check("", words);
+    EXPECT_EQ(child.out, here.out);
+    EXPECT_EQ(child.code, here.code);
+    EXPECT_GT(std::count(child.out.begin(), child.out.end(), '\n'), 10) << child;
+}
+
 /** One process for all of them; its end is no edit's. */
 TEST_F(Series, KeepsThePluginLoadedUntilItsEnd)
 {

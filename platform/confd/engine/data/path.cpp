@@ -83,6 +83,24 @@ std::string text_of_steps(const Path &path, std::size_t count)
     return text;
 }
 
+/** Written in one piece: there are thousands of them, one for each request. */
+void append_path(std::string &text, const lyd_node *node)
+{
+    if (node == nullptr) {
+        return;
+    }
+    append_path(text, lyd_parent(node));
+    text.append("/").append(node->schema->name);
+    const bool is_entry = node->schema->nodetype == LYS_LIST;
+    char separator = '{';
+    for (const lyd_node *key = is_entry ? lyd_child(node) : nullptr;
+         key != nullptr && lysc_is_key(key->schema); key = key->next) {
+        text.append(1, separator).append(quote_key(lyd_get_value(key)));
+        separator = ' ';
+    }
+    text.append(separator == '{' ? "" : "}");
+}
+
 } // namespace
 
 std::vector<std::string> key_texts(const lyd_node *entry)
@@ -176,12 +194,9 @@ const lyd_node *next_instance(const lyd_node *entry)
 
 std::string path_text(const lyd_node *node)
 {
-    if (node == nullptr) {
-        return {};
-    }
-    const bool is_entry = node->schema->nodetype == LYS_LIST;
-    return path_text(lyd_parent(node)) + "/" + node->schema->name +
-           (is_entry ? braces(key_texts(node)) : "");
+    std::string text;
+    append_path(text, node);
+    return text;
 }
 
 std::string list_path_text(const lyd_node *parent, const SchemaNode &list)

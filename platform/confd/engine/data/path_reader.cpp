@@ -290,8 +290,8 @@ private:
         ++m_at;
         return *m_path.values[m_next_value++];
     }
-    void convert_keys(const SchemaNode &list, std::vector<std::string> &texts) const;
-    std::string convert(const SchemaNode &key_leaf, const RawKey &key) const;
+    void convert_keys(const SchemaNode &list, std::vector<std::string> &texts);
+    std::string convert(const SchemaNode &key_leaf, RawKey &key) const;
 
     const Schema &m_schema;
     const FilledPath &m_path;
@@ -311,7 +311,8 @@ void Reader::read_step(const SchemaNode *above, Path::Step &step)
         complain(name.empty() ? "an element is empty"
                               : "there is no " + std::string(name) + " " + place);
     }
-    if (m_path.text.compare(m_at, 2, "/{") == 0) {
+    const char *at = m_path.text.c_str() + m_at;
+    if (at[0] == '/' && at[1] == '{') {
         ++m_at;
     }
     if (accept('{')) {
@@ -398,7 +399,7 @@ std::string Reader::read_quoted()
     return text;
 }
 
-void Reader::convert_keys(const SchemaNode &list, std::vector<std::string> &texts) const
+void Reader::convert_keys(const SchemaNode &list, std::vector<std::string> &texts)
 {
     if (!list.is_list()) {
         complain(list.name + " is not a list and has no keys");
@@ -414,11 +415,11 @@ void Reader::convert_keys(const SchemaNode &list, std::vector<std::string> &text
 }
 
 /** Canonical text of a key. Every text is a text key, if only one that no entry has. */
-std::string Reader::convert(const SchemaNode &key_leaf, const RawKey &key) const
+std::string Reader::convert(const SchemaNode &key_leaf, RawKey &key) const
 {
     const confd_type &type = key_leaf.type_storage;
     if (key.value == nullptr && type.vtype == C_BUF) {
-        return key.text;
+        return std::move(key.text);
     }
     auto text = key.value != nullptr ? text_by_type(&m_schema, type, *key.value) : key.text;
     if (text && type.vtype == C_BUF) {
