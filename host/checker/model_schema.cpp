@@ -25,7 +25,9 @@ engine::ModelSource model_source()
 
 const std::shared_ptr<const engine::Schema> &model_schema()
 {
-    static const auto loaded = engine::load_schema(model_source());
+    // Never freed: trees may be left when the process ends, and nobody waits for it to be tidy.
+    static const auto &loaded =
+        *new std::shared_ptr<const engine::Schema>(engine::load_schema(model_source()));
     return loaded;
 }
 

@@ -27,7 +27,7 @@ const std::string &file_of(const CheckOptions &options)
     return options.edits.empty() ? options.candidate : options.edits.front();
 }
 
-Outcome check(const CheckOptions &options, CheckWatcher &watcher)
+Outcome check(const CheckOptions &options, const Console &console, CheckWatcher &watcher)
 {
     require_separate_files(options, options.edits);
     CardInputs inputs = read_card(options);
@@ -39,6 +39,9 @@ Outcome check(const CheckOptions &options, CheckWatcher &watcher)
     watcher.open_traces();
     Checker checker(inputs.card, std::move(inputs.running), options.plugin, options.check_running);
     Outcome outcome = checker.check(change, policy_of(options), watcher);
+    if (console.ends_process) {
+        checker.leave_card();
+    }
     // Loading checks the running configuration, which is one phase with the candidate's check.
     auto phases = checker.load_phases();
     for (const auto &phase : outcome.phases) {
@@ -49,10 +52,11 @@ Outcome check(const CheckOptions &options, CheckWatcher &watcher)
 }
 
 /** Whatever comes in the way becomes a report, too. */
-Outcome check_or_explain(const CheckOptions &options, CheckWatcher &watcher)
+Outcome check_or_explain(const CheckOptions &options, const Console &console,
+                         CheckWatcher &watcher)
 {
     try {
-        return check(options, watcher);
+        return check(options, console, watcher);
     } catch (const std::exception &failure) {
         Outcome outcome;
         outcome.running = options.running;
@@ -66,7 +70,7 @@ Outcome check_or_explain(const CheckOptions &options, CheckWatcher &watcher)
 int run_one(const CheckOptions &options, const Console &console)
 {
     CheckWatcher watcher(options, console);
-    Outcome outcome = check_or_explain(options, watcher);
+    Outcome outcome = check_or_explain(options, console, watcher);
     watcher.close_traces(outcome);
     watcher.finish(outcome);
     note_need(outcome, options);

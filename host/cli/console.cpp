@@ -13,6 +13,7 @@ namespace host
 Console process_console()
 {
     Console console{std::cout, std::cerr};
+    console.ends_process = true;
     console.out_is_terminal = isatty(STDOUT_FILENO) == 1;
     console.err_is_terminal = isatty(STDERR_FILENO) == 1;
     // The question goes to stderr: stdout may be a file.

@@ -16,6 +16,7 @@ struct Console {
     std::ostream &err;
     bool out_is_terminal = false;
     bool err_is_terminal = false;
+    bool ends_process = false; /**< Behind the command: what it holds need not be freed. */
     /** Asks the operator; nothing when no answer came. Empty when there is nobody to ask. */
     std::function<std::optional<bool>()> ask{};
 };
