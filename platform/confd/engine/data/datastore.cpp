@@ -8,7 +8,6 @@
 #include "engine/data/text_length.h"
 
 #include <cstdlib>
-#include <optional>
 #include <stdexcept>
 #include <utility>
 
@@ -113,8 +112,10 @@ std::string Datastore::print(Format format) const
 void Datastore::normalise(const Datastore *committed)
 {
     order_by_keys(m_root);
-    const auto view = committed != nullptr ? std::optional<TreeView>(*committed) : std::nullopt;
-    encrypt_leaves(m_root, view ? &*view : nullptr);
+    const auto in_committed = [committed](const lyd_node *node) {
+        return committed != nullptr ? find_same(committed->root(), node) : nullptr;
+    };
+    encrypt_leaves(m_root, in_committed);
 }
 
 } // namespace engine

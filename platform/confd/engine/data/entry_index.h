@@ -18,11 +18,10 @@ namespace engine
  * must store a key, with all checks of its type, before it can look for it. A list is indexed once
  * it was looked into a few times: a rule that is asked once must not pay for the whole list.
  */
-class EntryIndex
+class EntryIndex : public EntryFinder
 {
 public:
-    /** @param first  The list's first entry. @return Null when there is none with these keys. */
-    const lyd_node *find(const lyd_node *first, const Path::Step &step);
+    const lyd_node *find(const lyd_node *first, const Path::Step &step) override;
 
 private:
     /** One list's entries, by the hash of their keys. */

@@ -69,16 +69,16 @@ void visit_all(lyd_node *siblings, const Visit &visit)
 
 /** A new initial vector would make an unchanged password look changed. */
 std::string stored_form(const lyd_node *leaf, std::string_view clear_text,
-                        const TreeView *committed)
+                        const Counterpart &committed)
 {
-    const auto *before = committed != nullptr ? committed->counterpart(leaf) : nullptr;
+    const auto *before = committed ? committed(leaf) : nullptr;
     if (before != nullptr && decrypt(lyd_get_value(before)) == clear_text) {
         return lyd_get_value(before);
     }
     return encrypt(clear_text);
 }
 
-void encrypt_leaf(lyd_node *leaf, const TreeView *committed)
+void encrypt_leaf(lyd_node *leaf, const Counterpart &committed)
 {
     constexpr std::string_view kClearTextPrefix = "$0$";
     const std::string_view entered = lyd_get_value(leaf);
@@ -146,12 +146,12 @@ void order_by_keys(lyd_node *&root)
     }
 }
 
-void encrypt_leaves(lyd_node *root, const TreeView *committed)
+void encrypt_leaves(lyd_node *root, const Counterpart &committed)
 {
-    visit_all(root, [committed](lyd_node *node) { encrypt_if_clear(node, committed); });
+    visit_all(root, [&committed](lyd_node *node) { encrypt_if_clear(node, committed); });
 }
 
-void encrypt_if_clear(lyd_node *node, const TreeView *committed)
+void encrypt_if_clear(lyd_node *node, const Counterpart &committed)
 {
     const auto *schema = Schema::of(node);
     if (schema != nullptr && schema->type_storage.encrypted) {

@@ -4,7 +4,9 @@
  */
 #pragma once
 
-#include "engine/data/tree_view.h"
+#include "engine/schema/yang.h"
+
+#include <functional>
 
 namespace engine
 {
@@ -25,13 +27,17 @@ bool is_system_ordered(const lyd_node *node);
 /** Whether entry `a` stands before entry `b` of the same list, by their keys. */
 bool is_before(const lyd_node *a, const lyd_node *b);
 
+/** Tells the node of the same path in another configuration; null when it is not there. */
+using Counterpart = std::function<const lyd_node *(const lyd_node *)>;
+
 /**
  * Stores encrypted leaves that were entered as clear text ($0$) encrypted.
- * @param committed  Where it holds the same clear text at the same place, its cipher text is kept.
+ * @param committed  Where what is committed holds the same clear text at the same place, its cipher
+ * text is kept.
  */
-void encrypt_leaves(lyd_node *root, const TreeView *committed);
+void encrypt_leaves(lyd_node *root, const Counterpart &committed);
 
 /** The same for one node, which may be any. */
-void encrypt_if_clear(lyd_node *node, const TreeView *committed);
+void encrypt_if_clear(lyd_node *node, const Counterpart &committed);
 
 } // namespace engine

@@ -1,6 +1,5 @@
 #include "engine/data/path.h"
 
-#include "engine/data/entry_index.h"
 #include "engine/data/error.h"
 #include "engine/schema/yang_log.h"
 
@@ -44,7 +43,7 @@ lyd_node *probe_of(const SchemaNode &list, const lyd_node *siblings)
 
 /** Finds a step's node. @throws Error  CONFD_ERR_BADPATH  The step is a list without keys. */
 const lyd_node *find_step(const lyd_node *siblings, const Path &path, const Path::Step &step,
-                          EntryIndex *index)
+                          EntryFinder *index)
 {
     if (!step.node->is_list()) {
         return first_among(siblings, *step.node);
@@ -62,7 +61,7 @@ const lyd_node *find_step(const lyd_node *siblings, const Path &path, const Path
 
 /** Finds the node of the path's first steps, as many as asked. */
 const lyd_node *find_first_steps(const lyd_node *root, const Path &path, std::size_t count,
-                                 EntryIndex *index)
+                                 EntryFinder *index)
 {
     const lyd_node *node = nullptr;
     for (std::size_t i = 0; i < count; ++i) {
@@ -121,12 +120,23 @@ const lyd_node *find_child(const lyd_node *siblings, const Path::Step &step)
     return step.node->is_list() ? find_entry(siblings, step) : first_among(siblings, *step.node);
 }
 
+const lyd_node *find_same(const lyd_node *root, const lyd_node *node)
+{
+    const lyd_node *above = lyd_parent(node);
+    const lyd_node *parent = above != nullptr ? find_same(root, above) : nullptr;
+    if (above != nullptr && parent == nullptr) {
+        return nullptr;
+    }
+    return find_child(parent != nullptr ? lyd_child(parent) : root,
+                      {Schema::of(node), key_texts(node)});
+}
+
 std::string Path::text() const
 {
     return text_of_steps(*this, steps.size());
 }
 
-const lyd_node *find_node(const lyd_node *root, const Path &path, EntryIndex *index)
+const lyd_node *find_node(const lyd_node *root, const Path &path, EntryFinder *index)
 {
     const std::size_t count = path.steps.size();
     const bool is_whole_list = path.schema()->is_list() && path.steps.back().keys.empty();
@@ -161,12 +171,12 @@ const lyd_node *find_entry(const lyd_node *siblings, const Path::Step &step)
     return match;
 }
 
-const lyd_node *find_parent(const lyd_node *root, const Path &path, EntryIndex *index)
+const lyd_node *find_parent(const lyd_node *root, const Path &path, EntryFinder *index)
 {
     return find_first_steps(root, path, path.steps.size() - 1, index);
 }
 
-std::string missing_above(const lyd_node *root, const Path &path, EntryIndex *index)
+std::string missing_above(const lyd_node *root, const Path &path, EntryFinder *index)
 {
     const lyd_node *siblings = root;
     for (std::size_t i = 0; i + 1 < path.steps.size(); ++i) {

@@ -12,8 +12,6 @@
 namespace engine
 {
 
-class EntryIndex;
-
 /** A path that the schema knows. */
 struct Path {
     struct Step {
@@ -29,16 +27,25 @@ struct Path {
     std::string text() const;
 };
 
+/** Finds entries of one tree's lists in a way of its own. */
+class EntryFinder
+{
+public:
+    virtual ~EntryFinder() = default;
+    /** @param first  The list's first entry. @return Null when there is none with these keys. */
+    virtual const lyd_node *find(const lyd_node *first, const Path::Step &step) = 0;
+};
+
 /**
  * Finds the data node of a path. For a path that ends in a list without keys this is null: see
  * find_parent.
  * @param index  Of this tree; may be null, then libyang looks for entries.
  * @throws Error  CONFD_ERR_BADPATH when a list above the end has no keys.
  */
-const lyd_node *find_node(const lyd_node *root, const Path &path, EntryIndex *index = nullptr);
+const lyd_node *find_node(const lyd_node *root, const Path &path, EntryFinder *index = nullptr);
 
 /** Finds the data node above the path's last step. Null when it is not there. */
-const lyd_node *find_parent(const lyd_node *root, const Path &path, EntryIndex *index = nullptr);
+const lyd_node *find_parent(const lyd_node *root, const Path &path, EntryFinder *index = nullptr);
 
 /** Finds an entry of a list by the step's keys, by way of libyang's hash; null: there is none. */
 const lyd_node *find_entry(const lyd_node *siblings, const Path::Step &step);
@@ -47,7 +54,7 @@ const lyd_node *find_entry(const lyd_node *siblings, const Path::Step &step);
  * Path of the first list entry or presence container above the path's last step that is not
  * there; empty when all are.
  */
-std::string missing_above(const lyd_node *root, const Path &path, EntryIndex *index = nullptr);
+std::string missing_above(const lyd_node *root, const Path &path, EntryFinder *index = nullptr);
 
 /** Finds a node among siblings, by its schema node and keys; a list without keys is not found. */
 const lyd_node *find_child(const lyd_node *siblings, const Path::Step &step);
@@ -65,6 +72,9 @@ std::string list_path_text(const lyd_node *parent, const SchemaNode &list);
 
 /** Keys of a list entry, the value of a leaf-list's; nothing for other nodes. */
 std::vector<std::string> key_texts(const lyd_node *entry);
+
+/** The node of the same path in another tree; null when it is not there. */
+const lyd_node *find_same(const lyd_node *root, const lyd_node *node);
 
 /** Keys as they stand in a path, such as {1 1 3}; empty when there are none. */
 std::string braces(const std::vector<std::string> &keys);

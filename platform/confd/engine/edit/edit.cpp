@@ -5,6 +5,7 @@
 #include "engine/data/path.h"
 #include "engine/data/problems.h"
 #include "engine/data/text_length.h"
+#include "engine/data/tree_view.h"
 #include "engine/edit/edit_reader.h"
 #include "engine/edit/edit_text.h"
 
@@ -194,9 +195,12 @@ void EditApplier::apply_value(const lyd_node *node, lyd_node *parent, lyd_node *
 void EditApplier::encrypt_siblings(const lyd_node *first, lyd_node *parent)
 {
     const TreeView committed(m_tree, &m_log);
+    const auto in_committed = [&committed](const lyd_node *leaf) {
+        return committed.counterpart(leaf);
+    };
     for (const auto *node = first; node != nullptr; node = node->next) {
         if (lyd_node *target = find(node, parent); target != nullptr) {
-            encrypt_if_clear(target, &committed);
+            encrypt_if_clear(target, in_committed);
             encrypt_siblings(lyd_child_no_keys(node), target);
         }
     }
