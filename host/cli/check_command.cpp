@@ -52,8 +52,7 @@ Outcome check(const CheckOptions &options, const Console &console, CheckWatcher 
 }
 
 /** Whatever comes in the way becomes a report, too. */
-Outcome check_or_explain(const CheckOptions &options, const Console &console,
-                         CheckWatcher &watcher)
+Outcome check_or_explain(const CheckOptions &options, const Console &console, CheckWatcher &watcher)
 {
     try {
         return check(options, console, watcher);

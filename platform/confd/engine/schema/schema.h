@@ -88,7 +88,7 @@ struct SchemaNode : confd_cs_node {
     confd_type type_storage;                /**< info.type points here when the node has values. */
     std::vector<std::uint32_t> key_storage; /**< info.keys points here on a list. */
     std::vector<const SchemaNode *> key_nodes;
-    int object_size = 0; /**< Values in the value array of an entry. */
+    int object_size = 0;      /**< Values in the value array of an entry. */
     std::uint32_t number = 0; /**< Its place among the schema's nodes. */
     /**
      * On a list: what entries are looked up with. libyang finds an entry by the hash of a ready
