@@ -56,7 +56,7 @@ const lyd_node *find_among_first(const lyd_node *first, const std::vector<std::s
 
 const lyd_node *EntryIndex::find(const lyd_node *first, const Path::Step &step)
 {
-    constexpr unsigned int kFewLookups = 3;
+    constexpr unsigned int kFewLookups = 32;
     auto known = m_lists.find(first);
     if (known == m_lists.end()) {
         const lyd_node *end = nullptr;

@@ -219,6 +219,15 @@ void name_places(Path &path)
     }
 }
 
+/** Which characters end what is read. */
+template <char... kEnds>
+constexpr std::array<bool, 256> end_table()
+{
+    std::array<bool, 256> table{};
+    ((table[static_cast<unsigned char>(kEnds)] = true), ...);
+    return table;
+}
+
 class Reader
 {
 public:
@@ -273,9 +282,10 @@ private:
     template <char... kEnds>
     std::string_view read_plain()
     {
+        static constexpr auto kIsEnd = end_table<kValueMark, kEnds...>();
         const char *begin = m_path.text.c_str() + m_at;
         const char *end = begin;
-        while (*end != kValueMark && ((*end != kEnds) && ...)) {
+        while (!kIsEnd[static_cast<unsigned char>(*end)]) {
             ++end;
         }
         m_at += end - begin;

@@ -44,7 +44,12 @@ class OwnedValue
 public:
     explicit OwnedValue(confd_value_t value) : m_value(value) {}
     OwnedValue(OwnedValue &&other) noexcept : m_value(other.release()) {}
-    ~OwnedValue() { free_value(m_value); }
+    ~OwnedValue()
+    {
+        if (m_value.type == C_BUF || m_value.type == C_LIST) { // Most values own nothing.
+            free_value(m_value);
+        }
+    }
     OwnedValue(const OwnedValue &) = delete;
     OwnedValue &operator=(const OwnedValue &) = delete;
     OwnedValue &operator=(OwnedValue &&) = delete;
