@@ -148,6 +148,9 @@ void Series::finish()
         m_console.out << (m_options.json ? "" : "\n");
         note(outcome, {});
     }
+    if (m_console.ends_process) {
+        m_checker->leave_card();
+    }
 }
 
 /** By now all reports are out. */
