@@ -125,7 +125,7 @@ bool ReadLog::is_new(PlaceId id)
         grow();
     }
     const std::size_t last = m_seen.size() - 1;
-    std::size_t at = id & last;
+    std::size_t at = static_cast<std::size_t>(id) & last;
     while (m_seen[at].request == m_request && m_seen[at].id != id) {
         at = (at + 1) & last;
     }
@@ -140,7 +140,7 @@ void ReadLog::grow()
     std::swap(seen, m_seen);
     for (const Seen &each : seen) {
         if (each.request == m_request) {
-            std::size_t at = each.id & (m_seen.size() - 1);
+            std::size_t at = static_cast<std::size_t>(each.id) & (m_seen.size() - 1);
             while (m_seen[at].request == m_request) {
                 at = (at + 1) & (m_seen.size() - 1);
             }
