@@ -76,13 +76,12 @@ int ConfdGetObjsItf::getObjects()
     if (nobj <= 0) {
         return nobj;
     }
-    if (static_cast<std::uint32_t>(nobj) > objects_per_call) {
-        return -1; // The array has no room for more than were asked for.
-    }
+    const auto entries = static_cast<std::uint32_t>(nobj);
     const auto values_per_entry = static_cast<std::uint32_t>(size);
-    if (values_per_entry != object_size) {
-        // The array has room for object_size values of each entry: no more were handed out.
-        free_values(nobj, std::min(values_per_entry, object_size));
+    if (entries > objects_per_call || values_per_entry != object_size) {
+        // The array has room for what was asked for: no more of it was handed out.
+        free_values(static_cast<int>(std::min(entries, objects_per_call)),
+                    std::min(values_per_entry, object_size));
         return -1;
     }
     return nobj;

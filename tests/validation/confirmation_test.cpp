@@ -66,7 +66,8 @@ TEST_P(Count, IsADecimalNumberWithAnythingBehindIt)
         EXPECT_EQ(ask_with(no_number), rejected(GetParam().conversion_failure)) << no_number;
         EXPECT_THAT(trace(12),
                     testing::ElementsAre(testing::AllOf(testing::StartsWith("There was an error ("),
-                                                        testing::HasSubstr(") (stoi) checking "))));
+                                                        testing::HasSubstr(") (stoi) checking "),
+                                                        testing::EndsWith("."))));
     }
     for (const char *out_of_range : {"2147483648", "-2147483649", "99999999999999999999"}) {
         EXPECT_THROW(ask_with(out_of_range), std::out_of_range) << out_of_range;
