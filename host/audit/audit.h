@@ -27,6 +27,7 @@ struct AuditFinding {
     std::string point; /**< Node that the rule sits on. */
     std::string path;  /**< What was read, or is declared. */
 
+    // NOLINTNEXTLINE(modernize-use-nullptr): there is no pointer here.
     auto operator<=>(const AuditFinding &) const = default;
 };
 
@@ -51,6 +52,7 @@ private:
         const engine::SchemaNode *node;
         engine::ReadExtent extent;
         engine::ReadSide side;
+        // NOLINTNEXTLINE(modernize-use-nullptr): there is no pointer here.
         auto operator<=>(const NodeRead &) const = default;
     };
 

@@ -172,8 +172,9 @@ void AnswerStore::choose_from_list(std::size_t point)
 void AnswerStore::choose_from_counts(std::size_t point)
 {
     const PointState &state = m_points[point];
-    const auto &[came, went] = m_choice->scan.instances(*state.instances_of);
-    m_choice->points.back().planned = *state.instances + came.size() - went.size();
+    const auto &changed = m_choice->scan.instances(*state.instances_of);
+    const auto &went = changed.went;
+    m_choice->points.back().planned = *state.instances + changed.came.size() - went.size();
     const auto &plan = m_choice->plan;
     const auto add = [&](PlaceId place, const std::string &path, const Known *known) {
         if (!has_place(went, place)) {
@@ -197,7 +198,7 @@ void AnswerStore::choose_from_counts(std::size_t point)
             add(known->place, known->path, known);
         }
     }
-    for (const ChangeScan::Instance &instance : came) {
+    for (const ChangeScan::Instance &instance : changed.came) {
         m_choice->items.push_back(
             {point, plan.request(point, instance.node), instance.place, nullptr});
     }

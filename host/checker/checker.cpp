@@ -20,8 +20,6 @@ namespace
 
 using engine::Datastore;
 
-const engine::Source kNothing{"empty configuration", ""};
-
 /** Runs a part of the work and adds its time to a phase. */
 template <typename Work>
 decltype(auto) timed(std::vector<Phase> &phases, const char *name, const Work &work)
@@ -45,7 +43,7 @@ Datastore load_running(const std::optional<engine::Source> &source, bool check,
     });
     timed(phases, "YANG check", [&] {
         if (check || schema->has_when()) {
-            engine::check_yang(running, source.value_or(kNothing));
+            engine::check_yang(running, source.value_or(engine::Source{"empty configuration", ""}));
         } else {
             engine::add_defaults(running);
         }

@@ -218,7 +218,8 @@ int maapi_get_objects(maapi_cursor *mc, confd_value_t *values, int n, int *nobj)
 }
 PLAIN_CALL(int, maapi_query_start,
            " " + std::string(expr) + " chunk " + std::to_string(chunk) + " from " +
-               std::to_string(offset) + " as " + std::to_string(as) + " select " + *select,
+               std::to_string(offset) + " as " + std::to_string(as) + " select " +
+               std::to_string(nselect) + " " + *select,
            (int sock, int th, const char *expr, const char *node, int chunk, int offset,
             confd_query_result_type as, int nselect, const char *select[], int nsort,
             const char *sort[]),
