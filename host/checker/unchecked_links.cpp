@@ -87,7 +87,9 @@ std::vector<UncheckedLink> find_unchecked_links(const engine::Transaction &trans
         const std::string card = key(link.after, "chassis-id") + "/" + key(link.after, "slot-id");
         const std::string port = key(link.after, "port-id");
         const std::string settings = "/config/gpon" + engine::braces({card}) + "/pon-link";
-        if (!plan.asks(kLinkRule, settings + engine::braces({port}) + "/upstream")) {
+        std::string limit = settings;
+        limit.append(engine::braces({port})).append("/upstream");
+        if (!plan.asks(kLinkRule, limit)) {
             unchecked.push_back({card + "/" + port, settings});
         }
     }
