@@ -12,7 +12,6 @@ namespace api
 using engine::Error;
 using engine::Path;
 using engine::SchemaNode;
-using engine::TreeView;
 
 namespace
 {

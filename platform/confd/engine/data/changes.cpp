@@ -142,7 +142,7 @@ private:
                             Changes &changes) const;
     void touched_runs(const SchemaNode &schema, const lyd_node *parent, Touched touched,
                       Changes &changes) const;
-    void touched_entries(const SchemaNode &schema, Touched touched, Changes &changes) const;
+    void touched_entries(const SchemaNode &schema, Touched &&touched, Changes &changes) const;
 
     const UndoLog *m_log;
 };
@@ -365,7 +365,8 @@ void Comparison::touched_runs(const SchemaNode &schema, const lyd_node *parent, 
 }
 
 /** Of a list in key order. */
-void Comparison::touched_entries(const SchemaNode &schema, Touched touched, Changes &changes) const
+void Comparison::touched_entries(const SchemaNode &schema, Touched &&touched,
+                                 Changes &changes) const
 {
     const auto is_before = [&schema](const lyd_node *a, const lyd_node *b) {
         return compare_keys(schema, a, b) < 0;
