@@ -37,6 +37,30 @@ enum class Step { kLoad, kInit, kName, kValidate, kFinish };
 /** As the operator reads it, such as `lib_init`. */
 const char *name_of(Step step);
 
+/** Where something stands in a file. */
+struct FileLocation {
+    std::string file;    /**< As the user named it; empty: not known. */
+    unsigned line = 0;   /**< 0: not known. */
+    unsigned column = 0; /**< In characters, from 1; 0: not known. */
+};
+
+/** A changed node, as the operator is told of it. Secrets are masked. */
+struct ChangedNode {
+    std::string path;
+    std::string operation;             /**< created, deleted, changed or moved. */
+    std::optional<std::string> before; /**< Value of a leaf. */
+    std::optional<std::string> after;
+};
+
+/** What helps to understand an objection or a warning. */
+struct Evidence {
+    std::optional<ChangedNode> cause; /**< Nothing: the rule is asked at every commit. */
+    FileLocation location; /**< Of the cause in the edit or candidate, or what is next to it. */
+    /** Whether the running configuration does not draw the same remark on its own; nothing: it was
+     *  not asked. */
+    std::optional<bool> is_new;
+};
+
 /** One rule, asked about one node. */
 struct RuleRun {
     std::string rule;  /**< Opaque key. */
@@ -44,7 +68,8 @@ struct RuleRun {
     std::string cause; /**< Changed node that called for it; empty: it is asked at every commit. */
     engine::Answer answer;
     const engine::ValidationPoint *point = nullptr;
-    bool is_reused = false; /**< The answer is of an earlier check, and still holds. */
+    bool is_reused = false;             /**< The answer is of an earlier check, and still holds. */
+    std::optional<Evidence> evidence{}; /**< Of a remark, nothing for an answer that accepts. */
 };
 
 /** Answers of one rule that were used again, and accept: nothing else is worth telling of them. */

@@ -30,20 +30,6 @@ std::string plural(std::size_t count, const std::string &noun)
     return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
 }
 
-/** What a rule said, or that it said nothing: an operator must never face an empty reason. */
-std::string text_of(const engine::Answer &answer)
-{
-    if (!answer.text.empty()) {
-        return answer.text;
-    }
-    if (answer.verdict == engine::Verdict::kWarning) {
-        return "warned without a text";
-    }
-    const bool is_usual = answer.result == CONFD_ERR;
-    return "rejected without a text" +
-           (is_usual ? "" : " (result " + std::to_string(answer.result) + ")");
-}
-
 void print_runs(std::ostream &out, const Outcome &outcome, engine::Verdict verdict,
                 const Style &style)
 {
@@ -108,6 +94,19 @@ std::string not_confirmed_sentence(const Confirmation &confirmation)
 }
 
 } // namespace
+
+std::string text_of(const engine::Answer &answer)
+{
+    if (!answer.text.empty()) {
+        return answer.text;
+    }
+    if (answer.verdict == engine::Verdict::kWarning) {
+        return "warned without a text";
+    }
+    const bool is_usual = answer.result == CONFD_ERR;
+    return "rejected without a text" +
+           (is_usual ? "" : " (result " + std::to_string(answer.result) + ")");
+}
 
 const char *words_for(Result result)
 {

@@ -25,6 +25,9 @@ void print_problems(std::ostream &out, const std::vector<engine::Problem> &probl
 /** Such as "not confirmed", for a sum of results. */
 const char *words_for(Result result);
 
+/** What a rule said, or that it said nothing: an operator must never face an empty reason. */
+std::string text_of(const engine::Answer &answer);
+
 /** How the plug-in died, in one sentence without its stop. */
 std::string sentence(const Death &death);
 

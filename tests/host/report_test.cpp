@@ -19,7 +19,7 @@ namespace
 
 host::RuleRun run_of(const char *rule, const char *cause, Verdict verdict)
 {
-    host::RuleRun run{rule, "/a", cause, {}};
+    host::RuleRun run{rule, "/a", cause, {}, nullptr};
     run.answer.verdict = verdict;
     run.answer.calls = {{"maapi_exists", 2}, {"maapi_get_elem", 1}};
     run.answer.time = 1500us;

@@ -35,6 +35,7 @@ struct Problem {
         path; /**< Where in the data, such as /config/interface/gpon{1 1 3}; may be empty. */
     std::string message; /**< What is wrong. */
     std::string hint;    /**< What would be right; may be empty. */
+    unsigned column = 0; /**< In characters, from 1; 0 when not known. */
 };
 
 /** Invalid input: broken text, data that the model does not allow, an edit that does

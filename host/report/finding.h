@@ -1,0 +1,47 @@
+/**
+ * @file
+ * What a check found, in one shape for every kind of report.
+ */
+#pragma once
+
+#include "checker/outcome.h"
+
+#include <string>
+#include <vector>
+
+namespace host
+{
+
+enum class Severity { kNote, kWarning, kError };
+
+/** One thing that a report tells of. */
+struct Finding {
+    enum class Kind {
+        kRejection,
+        kWarning,
+        kProblem,      /**< A fault of an input. */
+        kDeath,        /**< The plug-in came to an end that it should not have come to. */
+        kUncheckedLink /**< A link that no bandwidth check looks at. */
+
+    };
+
+    Kind kind = Kind::kProblem;
+    Severity severity = Severity::kError;
+    /** Opaque key of a rule, identifier of a fault, or the kind's own name; never empty. */
+    std::string id;
+    std::string path; /**< Node in the card; may be empty. */
+    std::string text; /**< As the card says it; never empty. */
+    std::string help; /**< The way to resolve it; may be empty. */
+    Evidence evidence;
+};
+
+/** All that a report of this outcome tells of, in the order of telling. */
+std::vector<Finding> findings_of(const Outcome &outcome);
+
+/**
+ * The way to resolve a remark, by the rule's texts: what varies in them stands in braces.
+ * @return Empty when no text of the rule fits.
+ */
+std::string resolution_of(const std::string &rule, const std::string &text);
+
+} // namespace host
