@@ -1,8 +1,9 @@
 #include "engine/data/json_text.h"
 
+#include "engine/data/text_iterator.h"
+
 #include <nlohmann/json.hpp>
 
-#include <iterator>
 #include <set>
 #include <utility>
 #include <vector>
@@ -82,43 +83,6 @@ Escapes read_escapes(const Source &source, std::string_view text)
     }
     return escapes;
 }
-
-/** Goes through a text and notes how far it came: events of a JSON parser have no place. */
-class TextIterator
-{
-public:
-    using iterator_category = std::forward_iterator_tag;
-    using value_type = char;
-    using difference_type = std::ptrdiff_t;
-    using pointer = const char *;
-    using reference = const char &;
-
-    TextIterator(const char *at, const char *&reached) : m_at(at), m_reached(&reached) {}
-    reference operator*() const { return *m_at; }
-    TextIterator &operator++()
-    {
-        *m_reached = ++m_at;
-        return *this;
-    }
-    TextIterator operator++(int)
-    {
-        const TextIterator before = *this;
-        ++*this;
-        return before;
-    }
-    friend bool operator==(const TextIterator &a, const TextIterator &b)
-    {
-        return a.m_at == b.m_at;
-    }
-    friend bool operator!=(const TextIterator &a, const TextIterator &b)
-    {
-        return a.m_at != b.m_at;
-    }
-
-private:
-    const char *m_at;
-    const char **m_reached;
-};
 
 bool is_metadata_name(std::string_view name)
 {
