@@ -70,6 +70,9 @@ struct RuleRun {
     const engine::ValidationPoint *point = nullptr;
     bool is_reused = false;             /**< The answer is of an earlier check, and still holds. */
     std::optional<Evidence> evidence{}; /**< Of a remark, nothing for an answer that accepts. */
+    /** The node that it was asked about and what changed, as long as the check lasts. */
+    const lyd_node *instance = nullptr;
+    const engine::Change *change = nullptr;
 };
 
 /** Answers of one rule that were used again, and accept: nothing else is worth telling of them. */
