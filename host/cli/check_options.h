@@ -12,6 +12,11 @@
 #include <string>
 #include <vector>
 
+namespace CLI
+{
+class App;
+}
+
 namespace host
 {
 
@@ -44,5 +49,8 @@ struct CheckOptions {
     /** Whether there is a report for each of several edits, however many there are in the end. */
     bool is_series() const { return edits.size() > 1 || !edits_from.empty() || in_turn; }
 };
+
+/** Adds the command with its options. */
+void add_check(CLI::App &program, CheckOptions &options);
 
 } // namespace host
