@@ -53,12 +53,29 @@ void add_check_inputs(CLI::App &app, CheckOptions &options)
     add_card(app, options);
 }
 
+/** @param given  As CLI11 tells it: the word behind =, or whether the flag is on. */
+void take_yes(const std::string &given, CheckOptions &options)
+{
+    if (given == "true" || given == "false") {
+        options.answer = given == "true" ? std::optional<bool>(true) : std::nullopt;
+        return;
+    }
+    options.confirmed_rules = CLI::detail::split(given, ',');
+    for (const auto &rule : options.confirmed_rules) {
+        require_rule(rule);
+    }
+}
+
 void add_check_switches(CLI::App &app, CheckOptions &options)
 {
-    auto *yes = app.add_flag_callback(
-        "--yes", [&options] { options.answer = true; }, "Confirm all warnings");
+    auto *yes = app.add_flag("--yes", options.yes,
+                             "Confirm all warnings; with --yes=RULE,... only those of these rules")
+                    ->each([&options](const std::string &given) { take_yes(given, options); });
     app.add_flag_callback(
            "--no", [&options] { options.answer = false; }, "Confirm no warning")
+        ->excludes(yes);
+    app.add_flag("--warnings-as-errors", options.warnings_as_errors,
+                 "A warning rejects the change, and nobody is asked")
         ->excludes(yes);
     app.add_flag("--all", options.all, "Show every objection, not the first one only");
     app.add_flag("--explain", options.explain,

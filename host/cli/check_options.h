@@ -29,6 +29,9 @@ struct CheckOptions {
     std::string card;           /**< Empty: the default card. */
     std::string plugin;         /**< Empty: see Plugin. */
     std::optional<bool> answer; /**< To warnings, given beforehand. */
+    std::string yes; /**< As it was given; what it means stands in `answer` and the next. */
+    std::vector<std::string> confirmed_rules; /**< Their warnings are confirmed, no others. */
+    bool warnings_as_errors = false;
     bool all = false;
     bool explain = false;
     bool calls = false;

@@ -1,5 +1,8 @@
 #include "cli/option_kinds.h"
 
+#include "cli/usage_error.h"
+#include "rules/rules.h"
+
 #include <algorithm>
 
 namespace host
@@ -18,6 +21,14 @@ CLI::Validator decimal()
                 return std::string();
             },
             ""};
+}
+
+void require_rule(const std::string &key)
+{
+    if (find_rule(key) == nullptr) {
+        const auto error = unknown_rule(key);
+        throw CLI::ValidationError(error.message + "; " + error.hint);
+    }
 }
 
 void add_card(CLI::App &app, CheckOptions &options)

@@ -47,6 +47,9 @@ CLI::Option *add_choice(CLI::App &app, const std::string &name, const Choices &c
     return app.add_option_function<std::string>(name, read, description);
 }
 
+/** @throws CLI::ValidationError  No rule has this key; a key that is like it is named. */
+void require_rule(const std::string &key);
+
 /** --card and --plugin. */
 void add_card(CLI::App &app, CheckOptions &options);
 

@@ -6,6 +6,7 @@
 #include "cli/generate_command.h"
 #include "cli/option_kinds.h"
 #include "cli/points_command.h"
+#include "cli/usage_error.h"
 #include "report/printable.h"
 
 #include <algorithm>
@@ -66,13 +67,10 @@ void refuse_empty_values(int argc, const char *const *argv)
 }
 
 /** Whether the command line asks for a JSON report: also one that cannot be understood. */
-bool wants_json_report(int argc, const char *const *argv)
+bool wants_json(int argc, const char *const *argv)
 {
-    const auto is = [](std::string_view word) {
-        return [word](const char *given) { return given == word; };
-    };
-    return std::any_of(argv + 1, argv + argc, is("check")) &&
-           std::any_of(argv + 1, argv + argc, is("--json"));
+    return std::any_of(argv + 1, argv + argc,
+                       [](std::string_view word) { return word == "--json"; });
 }
 
 void add_audit(CLI::App &program, CheckOptions &options)
@@ -173,6 +171,12 @@ int parse_and_run(int argc, const char *const *argv, const Console &console)
     app.set_version_flag("--version", std::string("gpon-validate ") + GPON_VERSION);
     app.footer(std::string(kProgramExamples) + "\n\n" + kExitCodes);
     app.require_subcommand(0, 1);
+    app.allow_config_extras(CLI::config_extras_mode::error);
+    app.fallthrough(); // So that --config may stand behind the command.
+    app.set_config("--config", "",
+                   "Read options that are not given here from FILE (TOML): a section for each "
+                   "command, such as [check] with card = \"card.json\"")
+        ->type_name("FILE");
     add_check(app, commands.check);
     add_audit(app, commands.audit);
     add_points(app, commands.points);
@@ -187,14 +191,8 @@ int parse_and_run(int argc, const char *const *argv, const Console &console)
             flush_or_throw(console.out);
             return 0;
         }
-        if (wants_json_report(argc, argv)) {
-            return report_usage_error(failure.what(), console);
-        }
-        console.err
-            << "gpon-validate: " << printable(failure.what())
-            << "\nRun it with --help, or with a command and --help, to see what it takes.\n";
+        return report_usage_error(explain(failure, app), wants_json(argc, argv), console);
     }
-    return static_cast<int>(Result::kNotChecked);
 }
 
 } // namespace
