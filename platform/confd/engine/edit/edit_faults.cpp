@@ -96,7 +96,7 @@ void FaultFinder::explain_unknown(const lyd_node *node)
     }
     add(Fault::kUnknownNode, node,
         "Node \"" + name + "\" not found as a child of \"" + above->name + "\" node.",
-        hint_of_names(*above));
+        hint_of_names(*above, name));
 }
 
 /** A list entry is opaque, with all that is in it, when a key is missing or wrong. */
