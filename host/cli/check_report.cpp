@@ -30,7 +30,7 @@ void report_as_text(Outcome &outcome, const CheckOptions &options, const Console
                                     std::to_string(place.total) + ": " + printable(outcome.change);
         console.out << (place.number > 1 ? "\n" : "") << style.strong(heading) << '\n';
     }
-    print_findings(console.out, outcome, style);
+    print_findings(console.out, outcome, style, {options.shown == "full", options.new_only});
     if (outcome.result() == Result::kNotConfirmed && !options.answer && console.ask) {
         console.out << std::flush;
         outcome.confirmation.answer = console.ask();
@@ -59,6 +59,7 @@ void print_report(Outcome &outcome, const CheckOptions &options, const Console &
 void note_need(Outcome &outcome, const CheckOptions &options)
 {
     outcome.warnings_are_errors = options.warnings_as_errors;
+    outcome.assumes_card = options.card.empty();
     if (outcome.result() == Result::kNotConfirmed) {
         outcome.confirmation.needed = true;
         outcome.confirmation.answer = options.answer;
