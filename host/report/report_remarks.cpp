@@ -56,12 +56,13 @@ std::string word_for(const Finding &finding, const Style &style)
     return finding.severity == Severity::kError ? style.bad("error:") : style.warning("warning:");
 }
 
-std::string text_of(const std::optional<ChangedNode> &cause)
+std::string text_of(const Finding &finding)
 {
+    const auto &cause = finding.evidence.cause;
     if (!cause) {
         return {};
     }
-    std::string text = "because " + cause->path + " " +
+    std::string text = "because " + (cause->path == finding.path ? "it" : cause->path) + " " +
                        (cause->operation == "changed" ? "" : "was ") + cause->operation;
     if (cause->before && cause->after) {
         return text + ": " + *cause->before + " → " + *cause->after;
@@ -84,8 +85,9 @@ void print_place(std::ostream &out, const Finding &finding, const Finding *last,
     const bool is_told = last == nullptr || is_same(location, last->evidence.location);
     out << "  " << (is_told ? "" : location_text(location, style)) << printable(finding.path)
         << " (" << finding.id << ")\n";
-    const std::string cause = text_of(finding.evidence.cause);
-    if (!cause.empty() && (last == nullptr || cause != text_of(last->evidence.cause))) {
+    const std::string cause = text_of(finding);
+    if (!cause.empty() &&
+        (last == nullptr || cause != text_of(*last) || cause.rfind("because it ", 0) == 0)) {
         out << "  " << printable(cause) << '\n';
     }
 }
