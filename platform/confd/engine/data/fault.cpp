@@ -16,6 +16,8 @@ FaultNames names_of(Fault fault)
         return {"no-configuration", "missing-element"};
     case Fault::kUnknownNode:
         return {"unknown-node", "unknown-element"};
+    case Fault::kForeignNode:
+        return {"foreign-node", "unknown-namespace"};
     case Fault::kInvalidValue:
         return {"invalid-value", "invalid-value"};
     case Fault::kUnknownAttribute:
