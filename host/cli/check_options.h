@@ -12,6 +12,11 @@
 #include <string>
 #include <vector>
 
+namespace CLI
+{
+class App;
+}
+
 namespace host
 {
 
@@ -24,6 +29,9 @@ struct CheckOptions {
     std::string card;           /**< Empty: the default card. */
     std::string plugin;         /**< Empty: see Plugin. */
     std::optional<bool> answer; /**< To warnings, given beforehand. */
+    std::string yes; /**< As it was given; what it means stands in `answer` and the next. */
+    std::vector<std::string> confirmed_rules; /**< Their warnings are confirmed, no others. */
+    bool warnings_as_errors = false;
     bool all = false;
     bool explain = false;
     bool calls = false;
@@ -44,5 +52,8 @@ struct CheckOptions {
     /** Whether there is a report for each of several edits, however many there are in the end. */
     bool is_series() const { return edits.size() > 1 || !edits_from.empty() || in_turn; }
 };
+
+/** Adds the command with its options. */
+void add_check(CLI::App &program, CheckOptions &options);
 
 } // namespace host

@@ -31,7 +31,7 @@ void report_as_text(Outcome &outcome, const CheckOptions &options, const Console
         console.out << (place.number > 1 ? "\n" : "") << style.strong(heading) << '\n';
     }
     print_findings(console.out, outcome, style);
-    if (outcome.confirmation.needed && !options.answer && console.ask) {
+    if (outcome.result() == Result::kNotConfirmed && !options.answer && console.ask) {
         console.out << std::flush;
         outcome.confirmation.answer = console.ask();
     }
@@ -58,10 +58,12 @@ void print_report(Outcome &outcome, const CheckOptions &options, const Console &
 /** Only a change that could be committed is worth a question. */
 void note_need(Outcome &outcome, const CheckOptions &options)
 {
+    outcome.warnings_are_errors = options.warnings_as_errors;
     if (outcome.result() == Result::kNotConfirmed) {
         outcome.confirmation.needed = true;
         outcome.confirmation.answer = options.answer;
         outcome.confirmation.by_option = options.answer.has_value();
+        outcome.confirmation.rules = options.confirmed_rules;
     }
 }
 

@@ -24,7 +24,7 @@ struct Place {
 void print_report(Outcome &outcome, const CheckOptions &options, const Console &console,
                   const Place &place = {});
 
-/** Applies --yes and --no to an outcome that is to be confirmed. */
+/** Applies --yes, --no and --warnings-as-errors to an outcome. */
 void note_need(Outcome &outcome, const CheckOptions &options);
 
 } // namespace host

@@ -87,6 +87,9 @@ Json confirmation(const Confirmation &confirmation)
 {
     Json json{{"needed", confirmation.needed}};
     json["answer"] = confirmation.answer ? Json(*confirmation.answer ? "yes" : "no") : Json();
+    if (!confirmation.rules.empty()) {
+        json["rules"] = confirmation.rules;
+    }
     return json;
 }
 

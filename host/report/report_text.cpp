@@ -85,12 +85,19 @@ std::string accepted_sentence(const Outcome &outcome)
            plural(outcome.answered(), "request") + ").";
 }
 
-std::string not_confirmed_sentence(const Confirmation &confirmation)
+std::string not_confirmed_sentence(const Outcome &outcome)
 {
-    if (confirmation.answer) {
+    if (outcome.confirmation.answer) {
         return "Not confirmed.";
     }
-    return "Not confirmed: nobody answered. Answer beforehand with --yes or --no.";
+    if (outcome.confirmation.rules.empty()) {
+        return "Not confirmed: nobody answered. Answer beforehand with --yes or --no.";
+    }
+    std::string left;
+    for (const auto &rule : outcome.unconfirmed_rules()) {
+        left += (left.empty() ? "" : ", ") + rule;
+    }
+    return "Not confirmed: nobody answered, and --yes does not name " + left + ".";
 }
 
 } // namespace
@@ -192,10 +199,13 @@ void print_conclusion(std::ostream &out, const Outcome &outcome, const Style &st
         out << style.good(accepted_sentence(outcome)) << '\n';
         break;
     case Result::kRejected:
-        out << style.bad("Rejected.") << '\n';
+        out << style.bad(outcome.has(engine::Verdict::kRejected)
+                             ? "Rejected."
+                             : "Rejected: warnings count as errors.")
+            << '\n';
         break;
     case Result::kNotConfirmed:
-        out << style.warning(not_confirmed_sentence(outcome.confirmation)) << '\n';
+        out << style.warning(not_confirmed_sentence(outcome)) << '\n';
         break;
     case Result::kNotChecked:
         out << style.bad("Not checked.") << '\n';

@@ -18,7 +18,8 @@ struct RuleText {
 };
 
 struct Rule {
-    std::string key; /**< Opaque key in the data model. */
+    std::string key;    /**< Opaque key in the data model. */
+    bool warns = false; /**< What it objects to may be confirmed. */
     std::string guards;
     std::string why;
     std::string reads;

@@ -37,6 +37,7 @@ enum class Fault {
 struct FaultNames {
     const char *identifier; /**< In reports, such as `unknown-node`; it never changes. */
     const char *error_tag;  /**< Of NETCONF (RFC 6241, appendix A). */
+    const char *sentence;   /**< What such an input is, for people. */
 };
 
 FaultNames names_of(Fault fault);

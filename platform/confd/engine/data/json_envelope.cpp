@@ -65,7 +65,7 @@ class DataCutter : public nlohmann::json_sax<nlohmann::json>
 public:
     DataCutter(const RawText &raw, Envelope &envelope)
         : m_source(raw.source), m_text(raw.text), m_module(raw.schema.module()->name),
-          m_envelope(envelope), m_out(raw.text)
+          m_envelope(envelope), m_out(raw.text), m_counter(raw.text)
     {
     }
 
@@ -117,7 +117,7 @@ private:
     void blank(std::size_t begin, std::size_t end);
     void blank_comma(std::size_t begin, std::size_t end);
     std::size_t reached() const { return static_cast<std::size_t>(m_reached - m_text.data()); }
-    TextPlace place_at(std::size_t offset);
+    TextPlace place_at(std::size_t offset) { return m_counter.at(offset); }
     std::string path() const;
 
     const Source &m_source;
@@ -130,8 +130,7 @@ private:
     std::size_t m_member = 0;     /**< Where the foreign member began. */
     std::size_t m_data_begin = 0; /**< Of the object that is the data. */
     std::size_t m_data_end = 0;
-    std::size_t m_counted = 0; /**< Where m_place is. */
-    TextPlace m_place;
+    PlaceCounter m_counter;
     std::vector<Level> m_levels;
 };
 
@@ -259,20 +258,6 @@ void DataCutter::blank_comma(std::size_t begin, std::size_t end)
             return;
         }
     }
-}
-
-/** Offsets come in the order of the text. */
-TextPlace DataCutter::place_at(std::size_t offset)
-{
-    for (; m_counted < offset; ++m_counted) {
-        if (m_text[m_counted] == '\n') {
-            ++m_place.line;
-            m_place.column = 1;
-        } else if ((static_cast<unsigned char>(m_text[m_counted]) & 0xC0U) != 0x80U) {
-            ++m_place.column;
-        }
-    }
-    return m_place;
 }
 
 /** Of the data, without module names. */

@@ -20,4 +20,8 @@ namespace engine
  */
 std::optional<std::string> cut_out_data(const RawText &raw, Envelope &envelope);
 
+/** @throws InputError  With what the parser says. @param position  Of the last byte it read. */
+[[noreturn]] void fail_as_malformed(const Source &source, std::string_view text,
+                                    std::size_t position, std::string_view failure);
+
 } // namespace engine

@@ -1,6 +1,6 @@
 /**
  * @file
- * Places in JSON: its parser's events have none.
+ * Reads a text for a parser whose events have no place.
  */
 #pragma once
 
@@ -13,7 +13,7 @@
 namespace engine
 {
 
-/** Goes through a text and notes how far it came: events of a JSON parser have no place. */
+/** Goes through a text and notes how far it came. */
 class TextIterator
 {
 public:
@@ -50,8 +50,30 @@ private:
     const char **m_reached;
 };
 
-/** @throws InputError  With what the parser says. @param position  Of the last byte it read. */
-[[noreturn]] void fail_as_malformed(const Source &source, std::string_view text,
-                                    std::size_t position, std::string_view failure);
+/** Counts lines and characters of a text that is gone through once. */
+class PlaceCounter
+{
+public:
+    explicit PlaceCounter(std::string_view text) : m_text(text) {}
+
+    /** @param offset  Not before the one of the last call. */
+    TextPlace at(std::size_t offset)
+    {
+        for (; m_offset < offset; ++m_offset) {
+            const auto byte = static_cast<unsigned char>(m_text[m_offset]);
+            if (byte == '\n') {
+                m_place = {m_place.line + 1, 1};
+            } else if ((byte & 0xC0U) != 0x80U) {
+                ++m_place.column;
+            }
+        }
+        return m_place;
+    }
+
+private:
+    const std::string_view m_text;
+    std::size_t m_offset = 0;
+    TextPlace m_place;
+};
 
 } // namespace engine

@@ -2,6 +2,7 @@
 
 #include "engine/data/document.h"
 #include "engine/data/problems.h"
+#include "engine/data/text_places.h"
 #include "engine/edit/edit_faults.h"
 
 #include <utility>
@@ -25,6 +26,16 @@ bool has_opaque(const lyd_node *siblings)
         }
     }
     return false;
+}
+
+/** libyang told the lines. */
+[[noreturn]] void fail(std::vector<Problem> problems, const Schema &schema, const Source &edit)
+{
+    const TextPlaces places(schema, edit);
+    for (Problem &problem : problems) {
+        places.add_column(problem);
+    }
+    throw InputError(std::move(problems));
 }
 
 bool parse_text(const Schema &schema, const Document &edit, std::uint32_t options, OwnedTree &tree)
@@ -51,21 +62,22 @@ EditTree parse_edit(const Schema &schema, const Source &edit)
         }
         return tree;
     }
-    const auto strict_problems = take_problems(schema, edit.name);
+    auto strict_problems = take_problems(schema, edit.name);
     // A strict parse takes no leaves without a value, and it stops at the first fault. Now all that
     // stays in the tree, as opaque nodes.
     if (!parse_text(schema, document, LYD_PARSE_OPAQ, tree.root)) {
         auto problems = take_problems(schema, edit.name);
         problems.resize(1); // libyang may tell the same fault once more for each level.
-        throw InputError(std::move(problems));
+        fail(std::move(problems), schema, edit);
     }
     ly_err_clean(schema.context(), nullptr);
-    auto faults = find_faults(schema, edit, tree, strict_problems);
+    auto faults = find_faults(schema, edit, tree);
     if (!faults.empty()) {
         throw InputError(std::move(faults));
     }
     if (!has_opaque(tree.root.get())) {
-        throw InputError(strict_problems); // Nothing that may be accepted explains these.
+        // Nothing that may be accepted explains these.
+        fail(std::move(strict_problems), schema, edit);
     }
     return tree;
 }
