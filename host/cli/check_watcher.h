@@ -19,7 +19,7 @@ namespace host
 class CheckWatcher : public CheckListener
 {
 public:
-    CheckWatcher(const CheckOptions &options, const Console &console);
+    CheckWatcher(const CheckOptions &options, const Console &console, CheckReports &reports);
 
     /** The checks that follow are of this edit. */
     void begin(const Place &place, const std::string &edit);
@@ -42,6 +42,7 @@ private:
 
     const CheckOptions &m_options;
     const Console &m_console;
+    CheckReports &m_reports;
     bool m_is_live;
     Place m_place;
     std::optional<TraceFile> m_traces;

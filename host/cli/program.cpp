@@ -38,6 +38,7 @@ constexpr const char *kCheckExamples =
     "  gpon-validate check --running running.json candidate.json --all --explain\n"
     "  gpon-validate check --running running.xml --edit first.xml --edit second.xml --in-turn\n"
     "  find changes -name '*.xml' | gpon-validate check --running running.xml --edits - --json\n"
+    "  gpon-validate check --running running.xml --edits changes --report sarif=gpon.sarif\n"
     "\n";
 
 constexpr const char *kAuditExamples =
@@ -76,6 +77,12 @@ constexpr std::array<Choice<ColorChoice>, 3> kColors{{{"auto", ColorChoice::kAut
                                                       {"never", ColorChoice::kNever}}};
 constexpr std::array<Choice<engine::Format>, 2> kFormats{
     {{"xml", engine::Format::kXml}, {"json", engine::Format::kJson}}};
+constexpr std::array<Choice<ReportFormat>, 6> kReportFormats{{{"text", ReportFormat::kText},
+                                                              {"json", ReportFormat::kJson},
+                                                              {"sarif", ReportFormat::kSarif},
+                                                              {"junit", ReportFormat::kJunit},
+                                                              {"gitlab", ReportFormat::kGitlab},
+                                                              {"github", ReportFormat::kGithub}}};
 
 /** Of every option that takes a file: a variable that is not set must not pass for a choice. */
 CLI::Validator file_name()
@@ -109,11 +116,28 @@ void refuse_empty_values(int argc, const char *const *argv)
 /** Whether the command line asks for a JSON report: also one that cannot be understood. */
 bool wants_json_report(int argc, const char *const *argv)
 {
-    const auto is = [](std::string_view word) {
-        return [word](const char *given) { return given == word; };
+    const std::vector<std::string_view> words(argv + 1, argv + argc);
+    const auto has = [&words](std::string_view word) {
+        return std::find(words.begin(), words.end(), word) != words.end();
     };
-    return std::any_of(argv + 1, argv + argc, is("check")) &&
-           std::any_of(argv + 1, argv + argc, is("--json"));
+    constexpr std::array<std::string_view, 2> kTwoWords{"--report", "json"};
+    return has("check") && (has("--json") || has("--report=json") ||
+                            std::search(words.begin(), words.end(), kTwoWords.begin(),
+                                        kTwoWords.end()) != words.end());
+}
+
+/** What one of some words stands for. */
+template <typename Choices>
+auto chosen(const std::string &name, const Choices &choices, const std::string &text)
+{
+    std::string known;
+    for (const auto &[word, value] : choices) {
+        if (text == word) {
+            return value;
+        }
+        known += (known.empty() ? "" : ", ") + std::string(word);
+    }
+    throw CLI::ValidationError(name, text + " is none of " + known);
 }
 
 /** An option that takes one of some words. */
@@ -122,15 +146,7 @@ CLI::Option *add_choice(CLI::App &app, const std::string &name, const Choices &c
                         const Take &take, const std::string &description)
 {
     const auto read = [name, choices, take](const std::string &text) {
-        std::string known;
-        for (const auto &[word, value] : choices) {
-            if (text == word) {
-                take(value);
-                return;
-            }
-            known += (known.empty() ? "" : ", ") + std::string(word);
-        }
-        throw CLI::ValidationError(name, text + " is none of " + known);
+        take(chosen(name, choices, text));
     };
     return app.add_option_function<std::string>(name, read, description);
 }
@@ -177,6 +193,52 @@ void add_check_inputs(CLI::App &app, CheckOptions &options)
     add_card(app, options);
 }
 
+ReportOption read_report(const std::string &text)
+{
+    ReportOption report;
+    const auto sign = text.find('=');
+    report.name = text.substr(0, sign);
+    report.format = chosen("--report", kReportFormats, report.name);
+    if (sign != std::string::npos) {
+        report.file = text.substr(sign + 1);
+        if (report.file.empty()) {
+            throw CLI::ValidationError("--report", "no file is named behind " + text);
+        }
+    }
+    return report;
+}
+
+/** Two reports on stdout could not be told apart. */
+void require_one_on_stdout(const CheckOptions &options)
+{
+    const auto printed =
+        std::count_if(options.reports.begin(), options.reports.end(),
+                      [](const ReportOption &report) { return report.file.empty(); });
+    if (printed + (options.json ? 1 : 0) > 1) {
+        throw CLI::ValidationError("--report",
+                                   "only one report can go to stdout: name a file, as in " +
+                                       options.reports.front().name + "=FILE");
+    }
+}
+
+void add_reports(CLI::App &app, CheckOptions &options)
+{
+    app.add_flag("--json", options.json,
+                 "Print the report as JSON, of several edits each on a line, and ask nothing: as "
+                 "--report json");
+    app.add_option_function<std::vector<std::string>>(
+           "--report",
+           [&options](const std::vector<std::string> &texts) {
+               for (const auto &text : texts) {
+                   options.reports.push_back(read_report(text));
+               }
+           },
+           "Report as text, json, sarif, junit, gitlab (code quality) or github (annotations), to "
+           "FILE or instead of the text on stdout; may be given several times")
+        ->type_name("FORMAT[=FILE]")
+        ->allow_extra_args(false);
+}
+
 void add_check_switches(CLI::App &app, CheckOptions &options)
 {
     auto *yes = app.add_flag_callback(
@@ -190,8 +252,6 @@ void add_check_switches(CLI::App &app, CheckOptions &options)
     app.add_flag("--calls", options.calls, "As --explain, with each rule's client calls by name");
     app.add_flag("--reads", options.reads,
                  "As --explain, with each place of the configuration that a rule read");
-    app.add_flag("--json", options.json,
-                 "Print the report as JSON, of several edits each on a line, and ask nothing");
     app.add_flag("--check-running", options.check_running,
                  "Check the running configuration against the data model as well: without this "
                  "it is trusted, and only what the change makes of it is checked");
@@ -240,6 +300,7 @@ void add_check(CLI::App &program, CheckOptions &options)
     app->footer(std::string(kCheckExamples) + kExitCodes);
     add_check_inputs(*app, options);
     add_check_switches(*app, options);
+    add_reports(*app, options);
     add_check_limits(*app, options);
 }
 
@@ -330,6 +391,7 @@ int run_command(CLI::App &app, const Commands &commands, const Console &console)
     if (check.in_turn && !has_edits) {
         throw CLI::RequiresError("--in-turn", "--edit or --edits");
     }
+    require_one_on_stdout(check);
     return run_check(check, console);
 }
 
