@@ -126,7 +126,11 @@ void require_separate_files(const CheckOptions &options, const std::vector<std::
     for (const auto &edit : edits) {
         inputs.push_back({options.edits_from.empty() ? "--edit" : "an edit", edit});
     }
-    require_separate({{"--trace-file", options.trace_file}}, inputs);
+    std::vector<NamedFile> outputs{{"--trace-file", options.trace_file}};
+    for (const auto &report : options.reports) {
+        outputs.push_back({"--report " + report.name, report.file});
+    }
+    require_separate(outputs, inputs);
     require_not_printed_to(inputs);
 }
 

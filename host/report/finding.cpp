@@ -29,6 +29,12 @@ bool fits(std::string_view pattern, std::string_view text)
     return false;
 }
 
+std::string guarded_by(const std::string &rule)
+{
+    const Rule *known = find_rule(rule);
+    return known == nullptr ? "" : known->guards;
+}
+
 Finding finding_of(const RuleRun &run)
 {
     const bool is_warning = run.answer.verdict == engine::Verdict::kWarning;
@@ -39,6 +45,7 @@ Finding finding_of(const RuleRun &run)
     finding.path = run.path;
     finding.text = text_of(run.answer);
     finding.help = resolution_of(run.rule, run.answer.text);
+    finding.about = guarded_by(run.rule);
     if (run.evidence) {
         finding.evidence = *run.evidence;
     }
@@ -49,6 +56,7 @@ Finding finding_of(const engine::Problem &problem)
 {
     Finding finding;
     finding.id = engine::names_of(problem.fault).identifier;
+    finding.about = engine::names_of(problem.fault).sentence;
     finding.path = problem.path;
     finding.text = problem.message;
     finding.help = problem.hint;
@@ -61,6 +69,8 @@ Finding finding_of(const Death &death)
     Finding finding;
     finding.kind = Finding::Kind::kDeath;
     finding.id = death.rule.empty() ? "plugin-died" : death.rule;
+    finding.about = death.rule.empty() ? "The plug-in came to an end that it should not come to."
+                                       : guarded_by(death.rule);
     finding.path = death.path;
     finding.text = sentence(death);
     return finding;
@@ -72,6 +82,7 @@ Finding finding_of(const UncheckedLink &unchecked)
     finding.kind = Finding::Kind::kUncheckedLink;
     finding.severity = Severity::kNote;
     finding.id = "unchecked-link";
+    finding.about = "No bandwidth check looks at a PON link that the change touches.";
     finding.path = unchecked.missing;
     finding.text =
         "PON link " + unchecked.link + " has no entry here, and no bandwidth check looks at it";
