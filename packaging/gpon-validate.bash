@@ -31,7 +31,7 @@ _gpon_validate()
     if [ -z "$words" ]; then
         case $command in
         check)
-            words="--running --edit --edits --in-turn --card --plugin --yes --no --warnings-as-errors --all --explain --calls --reads --json
+            words="--running --edit --edits --in-turn --card --plugin --yes --no --warnings-as-errors --all --new-only --explain --calls --reads --json
                 --check-running --no-reuse --in-process --timeout --max-size --trace --trace-file --color --config --help"
             if [[ $current != -* ]]; then
                 compopt -o filenames

@@ -71,7 +71,8 @@ Policy policy_of(const CheckOptions &options)
 {
     using Mode = engine::ReadLog::Mode;
     Policy policy;
-    policy.all = options.all;
+    policy.all = options.all || options.new_only;
+    policy.tell_new = options.new_only;
     policy.idle_timeout = options.timeout;
     policy.in_process = options.in_process;
     policy.keep_plugin = options.is_series();

@@ -106,6 +106,15 @@ void take_yes(const std::string &given, CheckOptions &options)
     }
 }
 
+/** @param given  As above. */
+void take_all(const std::string &given, CheckOptions &options)
+{
+    if (given != "true" && given != "false" && given != "full") {
+        throw CLI::ValidationError("--all", given + " is not full");
+    }
+    options.all = given != "false";
+}
+
 void add_check_switches(CLI::App &app, CheckOptions &options)
 {
     auto *yes = app.add_flag("--yes", options.yes,
@@ -117,7 +126,13 @@ void add_check_switches(CLI::App &app, CheckOptions &options)
     app.add_flag("--warnings-as-errors", options.warnings_as_errors,
                  "A warning rejects the change, and nobody is asked")
         ->excludes(yes);
-    app.add_flag("--all", options.all, "Show every objection, not the first one only");
+    app.add_flag("--all", options.shown,
+                 "Show every objection, not the first one only; with --all=full nothing of a long "
+                 "list is left out")
+        ->each([&options](const std::string &given) { take_all(given, options); });
+    app.add_flag("--new-only", options.new_only,
+                 "As --all, and tell apart what the running configuration draws on its own: it is "
+                 "counted, not shown. The result stays what it is");
     app.add_flag("--explain", options.explain,
                  "Show which rules ran, why, what they read, and how long everything took");
     app.add_flag("--calls", options.calls, "As --explain, with each rule's client calls by name");

@@ -41,6 +41,8 @@ struct CheckOptions {
     std::vector<std::string> confirmed_rules; /**< Their warnings are confirmed, no others. */
     bool warnings_as_errors = false;
     bool all = false;
+    std::string shown;     /**< As --all was given; full: nothing of a long list is left out. */
+    bool new_only = false; /**< Nothing that the running configuration draws on its own. */
     bool explain = false;
     bool calls = false;
     bool reads = false;

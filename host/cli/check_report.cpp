@@ -31,6 +31,7 @@ ReportSettings settings_of(const CheckOptions &options)
     settings.is_series = options.is_series();
     settings.explains = options.explains();
     settings.detail = {options.calls, options.reads};
+    settings.text = {options.shown == "full", options.new_only};
     std::error_code unknown; // Then file names stay as they are.
     settings.working_folder = std::filesystem::current_path(unknown).string();
     return settings;
@@ -162,6 +163,7 @@ void print_report(Outcome &outcome, const CheckOptions &options, const Console &
 void note_need(Outcome &outcome, const CheckOptions &options)
 {
     outcome.warnings_are_errors = options.warnings_as_errors;
+    outcome.assumes_card = options.card.empty();
     // Only a change that could be committed is worth a question.
     if (outcome.result() == Result::kNotConfirmed) {
         outcome.confirmation.needed = true;

@@ -126,9 +126,12 @@ std::string resolution_of(const std::string &rule, const std::string &text)
     if (known == nullptr) {
         return {};
     }
-    for (const auto &said : known->texts) {
-        if (fits(said.text, text)) {
-            return said.resolve;
+    // Some texts are lines, of which the first will do.
+    for (const auto &part : {text, text.substr(0, text.find('\n'))}) {
+        for (const auto &said : known->texts) {
+            if (fits(said.text, part)) {
+                return said.resolve;
+            }
         }
     }
     return {};
