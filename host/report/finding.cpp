@@ -3,6 +3,8 @@
 #include "report/report_text.h"
 #include "rules/rules.h"
 
+#include <algorithm>
+#include <sstream>
 #include <string_view>
 
 namespace host
@@ -35,6 +37,33 @@ std::string guarded_by(const std::string &rule)
     return known == nullptr ? "" : known->guards;
 }
 
+/** Some rules end their texts with a newline, which means nothing. */
+std::string without_end(std::string text)
+{
+    text.erase(text.find_last_not_of(" \n") + 1);
+    return text;
+}
+
+const RuleText *text_that_fits(const Rule &rule, std::string_view said)
+{
+    const auto found = std::find_if(rule.texts.begin(), rule.texts.end(),
+                                    [said](const RuleText &text) { return fits(text.text, said); });
+    return found == rule.texts.end() ? nullptr : &*found;
+}
+
+/** Some rules object to several things at once: a line for each. */
+std::string resolution_of_lines(const Rule &rule, const std::string &said)
+{
+    std::string resolution;
+    std::istringstream lines(said);
+    for (std::string line; std::getline(lines, line);) {
+        if (const RuleText *text = text_that_fits(rule, line); text != nullptr) {
+            resolution += (resolution.empty() ? "" : " ") + text->resolve;
+        }
+    }
+    return resolution;
+}
+
 Finding finding_of(const RuleRun &run)
 {
     const bool is_warning = run.answer.verdict == engine::Verdict::kWarning;
@@ -43,7 +72,7 @@ Finding finding_of(const RuleRun &run)
     finding.severity = is_warning ? Severity::kWarning : Severity::kError;
     finding.id = run.rule;
     finding.path = run.path;
-    finding.text = text_of(run.answer);
+    finding.text = without_end(text_of(run.answer));
     finding.help = resolution_of(run.rule, run.answer.text);
     finding.about = guarded_by(run.rule);
     if (run.evidence) {
@@ -126,15 +155,8 @@ std::string resolution_of(const std::string &rule, const std::string &text)
     if (known == nullptr) {
         return {};
     }
-    // Some texts are lines, of which the first will do.
-    for (const auto &part : {text, text.substr(0, text.find('\n'))}) {
-        for (const auto &said : known->texts) {
-            if (fits(said.text, part)) {
-                return said.resolve;
-            }
-        }
-    }
-    return {};
+    const RuleText *whole = text_that_fits(*known, without_end(text));
+    return whole != nullptr ? whole->resolve : resolution_of_lines(*known, text);
 }
 
 } // namespace host

@@ -1,7 +1,10 @@
 #include "report/finding_place.h"
 
+#include "report/printable.h"
+
 #include <openssl/evp.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <filesystem>
@@ -67,6 +70,13 @@ std::string path_in(const std::string &folder, const std::string &file)
 bool leads_out(std::string_view path)
 {
     return path.starts_with('/') || path == ".." || path.starts_with("../");
+}
+
+std::string on_one_line(const std::string &text)
+{
+    std::string line = text;
+    std::replace(line.begin(), line.end(), '\n', ' ');
+    return printable(line);
 }
 
 std::string percent_encoded(char byte)

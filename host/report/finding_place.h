@@ -29,6 +29,9 @@ std::string path_in(const std::string &folder, const std::string &file);
 /** Whether a path leads out of the folder that it is relative to. */
 bool leads_out(std::string_view path);
 
+/** A text of several lines for a reader that shows only one. */
+std::string on_one_line(const std::string &text);
+
 /** A byte as `%` and two digits. */
 std::string percent_encoded(char byte);
 

@@ -1,6 +1,5 @@
 #include "report/report_gitlab.h"
 
-#include "report/printable.h"
 #include "report/report_json.h"
 
 namespace host
@@ -27,8 +26,8 @@ const char *severity_of(const Finding &finding)
 /** It is shown on one line, and nothing else is shown. */
 std::string description_of(const Finding &finding)
 {
-    return printable(finding.path.empty() ? finding.text
-                                          : finding.text + " (" + finding.path + ")");
+    return on_one_line(finding.path.empty() ? finding.text
+                                            : finding.text + " (" + finding.path + ")");
 }
 
 } // namespace

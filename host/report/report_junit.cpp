@@ -1,5 +1,6 @@
 #include "report/report_junit.h"
 
+#include "report/finding_place.h"
 #include "report/printable.h"
 #include "report/report_text.h"
 
@@ -45,7 +46,7 @@ void judge(JunitCase &judged, Result result)
         const End end = end_of(finding, result);
         if (end > judged.end) {
             judged.end = end;
-            judged.reason = finding.text;
+            judged.reason = on_one_line(finding.text);
             judged.type = finding.id;
         }
     }
