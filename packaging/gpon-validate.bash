@@ -20,6 +20,7 @@ _gpon_validate()
         mapfile -t COMPREPLY < <(compgen -d -- "$current")
         return
         ;;
+    --report) words="text json sarif junit gitlab github" ;;
     --trace) words="fine progress decisions" ;;
     --color) words="auto always never" ;;
     --format) words="xml json" ;;
@@ -32,7 +33,7 @@ _gpon_validate()
         case $command in
         check)
             words="--running --edit --edits --in-turn --card --plugin --yes --no --warnings-as-errors --all --new-only --explain --calls --reads --json
-                --check-running --no-reuse --in-process --timeout --max-size --trace --trace-file --color --config --help"
+                --report --check-running --no-reuse --in-process --timeout --max-size --trace --trace-file --color --config --help"
             if [[ $current != -* ]]; then
                 compopt -o filenames
                 mapfile -t COMPREPLY < <(compgen -f -- "$current")

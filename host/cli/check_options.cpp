@@ -16,11 +16,18 @@ constexpr const char *kCheckExamples =
     "  gpon-validate check --running running.xml --edit change.xml --yes\n"
     "  gpon-validate check --running running.json candidate.json --all --explain\n"
     "  gpon-validate check --running running.xml --edit first.xml --edit second.xml --in-turn\n"
+    "  gpon-validate check --running running.xml --edits changes --report sarif=gpon.sarif\n"
     "  find changes -name '*.xml' | gpon-validate check --running running.xml --edits - --json\n"
     "\n";
 
 constexpr std::array<Choice<int>, 6> kTraceLevels{
     {{"fine", 10}, {"progress", 11}, {"decisions", 12}, {"10", 10}, {"11", 11}, {"12", 12}}};
+constexpr std::array<Choice<ReportFormat>, 6> kReportFormats{{{"text", ReportFormat::kText},
+                                                              {"json", ReportFormat::kJson},
+                                                              {"sarif", ReportFormat::kSarif},
+                                                              {"junit", ReportFormat::kJunit},
+                                                              {"gitlab", ReportFormat::kGitlab},
+                                                              {"github", ReportFormat::kGithub}}};
 constexpr std::array<Choice<ColorChoice>, 3> kColors{{{"auto", ColorChoice::kAuto},
                                                       {"always", ColorChoice::kAlways},
                                                       {"never", ColorChoice::kNever}}};
@@ -51,6 +58,39 @@ void add_check_inputs(CLI::App &app, CheckOptions &options)
         ->excludes(edit)
         ->excludes(edits);
     add_card(app, options);
+}
+
+ReportOption read_report(const std::string &text)
+{
+    ReportOption report;
+    const auto sign = text.find('=');
+    report.name = text.substr(0, sign);
+    report.format = chosen("--report", kReportFormats, report.name);
+    if (sign != std::string::npos) {
+        report.file = text.substr(sign + 1);
+        if (report.file.empty()) {
+            throw CLI::ValidationError("--report", "no file is named behind " + text);
+        }
+    }
+    return report;
+}
+
+void add_reports(CLI::App &app, CheckOptions &options)
+{
+    app.add_flag("--json", options.json,
+                 "Print the report as JSON, of several edits each on a line, and ask nothing: as "
+                 "--report json");
+    app.add_option_function<std::vector<std::string>>(
+           "--report",
+           [&options](const std::vector<std::string> &texts) {
+               for (const auto &text : texts) {
+                   options.reports.push_back(read_report(text));
+               }
+           },
+           "Report as text, json, sarif, junit, gitlab (code quality) or github (annotations), to "
+           "FILE or instead of the text on stdout; may be given several times")
+        ->type_name("FORMAT[=FILE]")
+        ->allow_extra_args(false);
 }
 
 /** @param given  As CLI11 tells it: the word behind =, or whether the flag is on. */
@@ -98,8 +138,6 @@ void add_check_switches(CLI::App &app, CheckOptions &options)
     app.add_flag("--calls", options.calls, "As --explain, with each rule's client calls by name");
     app.add_flag("--reads", options.reads,
                  "As --explain, with each place of the configuration that a rule read");
-    app.add_flag("--json", options.json,
-                 "Print the report as JSON, of several edits each on a line, and ask nothing");
     app.add_flag("--check-running", options.check_running,
                  "Check the running configuration against the data model as well: without this "
                  "it is trusted, and only what the change makes of it is checked");
@@ -150,7 +188,20 @@ void add_check(CLI::App &program, CheckOptions &options)
     app->footer(std::string(kCheckExamples) + kExitCodes);
     add_check_inputs(*app, options);
     add_check_switches(*app, options);
+    add_reports(*app, options);
     add_check_limits(*app, options);
+}
+
+void require_one_on_stdout(const CheckOptions &options)
+{
+    const auto printed =
+        std::count_if(options.reports.begin(), options.reports.end(),
+                      [](const ReportOption &report) { return report.file.empty(); });
+    if (printed + (options.json ? 1 : 0) > 1) {
+        throw CLI::ValidationError("--report",
+                                   "only one report can go to stdout: name a file, as in " +
+                                       options.reports.front().name + "=FILE");
+    }
 }
 
 } // namespace host

@@ -77,7 +77,7 @@ Datastore Datastore::parse(std::shared_ptr<const Schema> schema, const Source &s
     Datastore tree(std::move(schema));
     auto *context = tree.m_schema->context();
     ly_err_clean(context, nullptr);
-    const Document document(source, Content::kConfiguration);
+    const Document document(*tree.m_schema, source, Content::kConfiguration);
     if (document.parse(context, LYD_PARSE_STRICT, tree.m_root) != LY_SUCCESS) {
         auto problems = take_problems(*tree.m_schema, source.name);
         const TextPlaces places(*tree.m_schema, source);
@@ -85,6 +85,9 @@ Datastore Datastore::parse(std::shared_ptr<const Schema> schema, const Source &s
             places.add_column(problem);
         }
         throw InputError(std::move(problems));
+    }
+    if (tree.m_root == nullptr && document.envelope().is_answer()) {
+        return tree;
     }
     require_one_root(tree.m_root, *tree.m_schema, source);
     require_short_texts(*tree.m_schema, tree.m_root, source);

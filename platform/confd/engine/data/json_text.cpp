@@ -1,5 +1,6 @@
 #include "engine/data/json_text.h"
 
+#include "engine/data/json_envelope.h"
 #include "engine/data/text_iterator.h"
 
 #include <nlohmann/json.hpp>
@@ -186,14 +187,7 @@ bool MetadataReader::parse_error(std::size_t position, const std::string & /*las
                                  const nlohmann::detail::exception &failure)
 {
     m_faults.require_none(); // What was found before it ended.
-    // Such as "[json.exception.parse_error.101] parse error at line 1, column 2: syntax error ..."
-    const std::string_view text = failure.what();
-    const auto reason = text.find(": ");
-    const auto place = place_of(m_text, position > 0 ? position - 1 : 0);
-    throw InputError({{Fault::kMalformed, m_source.name, place.line, "",
-                       "Malformed JSON in column " + std::to_string(place.column) +
-                           std::string(text.substr(reason != text.npos ? reason : text.size())),
-                       ""}});
+    fail_as_malformed(m_source, m_text, position, failure.what());
 }
 
 /** Of the data, without module names. */
@@ -211,17 +205,21 @@ std::string MetadataReader::path() const
 
 } // namespace
 
-std::optional<std::string> normalise_json(const Source &source, std::string_view text,
-                                          Content content)
+std::optional<std::string> normalise_json(const RawText &raw, Envelope &envelope)
 {
-    auto escapes = read_escapes(source, text);
+    auto text = raw.text;
+    auto data = cut_out_data(raw, envelope);
+    if (data) {
+        text = *data;
+    }
+    auto escapes = read_escapes(raw.source, text);
     if (escapes.resolved) {
         text = *escapes.resolved;
     }
     if (escapes.hide_at_sign || text.find("\"@") != std::string_view::npos) {
-        MetadataReader(source, text, content).read();
+        MetadataReader(raw.source, text, raw.content).read();
     }
-    return std::move(escapes.resolved);
+    return escapes.resolved ? std::move(escapes.resolved) : std::move(data);
 }
 
 } // namespace engine

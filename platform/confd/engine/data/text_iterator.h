@@ -4,8 +4,11 @@
  */
 #pragma once
 
+#include "engine/data/source.h"
+
 #include <cstddef>
 #include <iterator>
+#include <string_view>
 
 namespace engine
 {
@@ -45,6 +48,32 @@ public:
 private:
     const char *m_at;
     const char **m_reached;
+};
+
+/** Counts lines and characters of a text that is gone through once. */
+class PlaceCounter
+{
+public:
+    explicit PlaceCounter(std::string_view text) : m_text(text) {}
+
+    /** @param offset  Not before the one of the last call. */
+    TextPlace at(std::size_t offset)
+    {
+        for (; m_offset < offset; ++m_offset) {
+            const auto byte = static_cast<unsigned char>(m_text[m_offset]);
+            if (byte == '\n') {
+                m_place = {m_place.line + 1, 1};
+            } else if ((byte & 0xC0U) != 0x80U) {
+                ++m_place.column;
+            }
+        }
+        return m_place;
+    }
+
+private:
+    const std::string_view m_text;
+    std::size_t m_offset = 0;
+    TextPlace m_place;
 };
 
 } // namespace engine
