@@ -41,7 +41,7 @@ struct Policy {
     /** All rules are asked about all their nodes, whether the change calls for it or not. */
     bool everything = false;
     /** Only these requests of those that are called for; empty: all. Reuses no answers. */
-    std::vector<RuleFilter> only;
+    std::vector<RuleFilter> only{};
     /** Rules that remark are asked about the running configuration as well. */
     bool tell_new = false;
     /** What the report tells of what the rules read. */
