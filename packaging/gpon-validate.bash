@@ -5,12 +5,12 @@ _gpon_validate()
     local current=$2 previous=$3 command=${COMP_WORDS[1]} words=
     COMPREPLY=()
     if [ "$COMP_CWORD" -eq 1 ]; then
-        words="check audit points generate --help --version"
+        words="check audit points generate --config --help --version"
         mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
         return
     fi
     case $previous in
-    --running | --edit | --card | --plugin | --trace-file | --output | -o)
+    --config | --running | --edit | --card | --plugin | --trace-file | --output | -o)
         compopt -o filenames
         mapfile -t COMPREPLY < <(compgen -f -- "$current")
         return
@@ -32,8 +32,8 @@ _gpon_validate()
     if [ -z "$words" ]; then
         case $command in
         check)
-            words="--running --edit --edits --in-turn --card --plugin --yes --no --all --explain --calls --reads --json
-                --report --check-running --no-reuse --in-process --timeout --max-size --trace --trace-file --color --help"
+            words="--running --edit --edits --in-turn --card --plugin --yes --no --warnings-as-errors --all --new-only --explain --calls --reads --json
+                --report --check-running --no-reuse --in-process --timeout --max-size --trace --trace-file --color --config --help"
             if [[ $current != -* ]]; then
                 compopt -o filenames
                 mapfile -t COMPREPLY < <(compgen -f -- "$current")

@@ -51,6 +51,22 @@ void add_phase(std::vector<Phase> &phases, const Phase &phase)
     }
 }
 
+bool Confirmation::covers(const std::string &rule) const
+{
+    return answer.value_or(false) || std::find(rules.begin(), rules.end(), rule) != rules.end();
+}
+
+std::set<std::string> Outcome::unconfirmed_rules() const
+{
+    std::set<std::string> left;
+    for (const auto &run : runs) {
+        if (run.answer.verdict == engine::Verdict::kWarning && !confirmation.covers(run.rule)) {
+            left.insert(run.rule);
+        }
+    }
+    return left;
+}
+
 bool Outcome::has(engine::Verdict verdict) const
 {
     return std::any_of(runs.begin(), runs.end(),
@@ -91,16 +107,14 @@ Result Outcome::result() const
     if (death) {
         return Result::kPluginDied;
     }
-    if (has(engine::Verdict::kRejected)) {
+    const bool warns = has(engine::Verdict::kWarning);
+    if (has(engine::Verdict::kRejected) || (warns && warnings_are_errors)) {
         return Result::kRejected;
     }
     if (!completed) {
         return Result::kNotChecked;
     }
-    if (has(engine::Verdict::kWarning) && !confirmation.answer.value_or(false)) {
-        return Result::kNotConfirmed;
-    }
-    return Result::kAccepted;
+    return unconfirmed_rules().empty() ? Result::kAccepted : Result::kNotConfirmed;
 }
 
 std::vector<engine::Problem> problems_of(const std::exception &failure)

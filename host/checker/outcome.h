@@ -10,6 +10,7 @@
 #include <chrono>
 #include <cstddef>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -70,6 +71,9 @@ struct RuleRun {
     const engine::ValidationPoint *point = nullptr;
     bool is_reused = false;             /**< The answer is of an earlier check, and still holds. */
     std::optional<Evidence> evidence{}; /**< Of a remark, nothing for an answer that accepts. */
+    /** The node that it was asked about and what changed, as long as the check lasts. */
+    const lyd_node *instance = nullptr;
+    const engine::Change *change = nullptr;
 };
 
 /** Answers of one rule that were used again, and accept: nothing else is worth telling of them. */
@@ -105,8 +109,12 @@ void add_phase(std::vector<Phase> &phases, const Phase &phase);
 /** The operator's answer to the warnings. */
 struct Confirmation {
     bool needed = false;
-    std::optional<bool> answer; /**< Nothing when there was nobody to ask, or no answer came. */
-    bool by_option = false;     /**< The answer was given on the command line. */
+    std::optional<bool> answer;     /**< Nothing when there was nobody to ask, or no answer came. */
+    bool by_option = false;         /**< The answer was given on the command line. */
+    std::vector<std::string> rules; /**< Whose warnings are confirmed, whatever the answer. */
+
+    /** Whether a warning of this rule stands in the way no longer. */
+    bool covers(const std::string &rule) const;
 };
 
 /** A PON link that the change touches and no bandwidth check looks at. */
@@ -129,8 +137,10 @@ struct Outcome {
     std::optional<Death> death;
     std::string plugin_output; /**< What the plug-in wrote in its own process, or the end of it. */
     Confirmation confirmation;
+    bool warnings_are_errors = false; /**< A warning rejects the change; nobody is asked. */
     std::vector<Phase> phases;
-    int transaction = 0; /**< Of the check, for Checker::commit. */
+    bool assumes_card = false; /**< Nobody told the capabilities of the card. */
+    int transaction = 0;       /**< Of the check, for Checker::commit. */
     /**
      * Every planned request was answered, or one was rejected and that was enough, and the plug-in
      * came to its proper end. Without this nothing is accepted.
@@ -138,6 +148,8 @@ struct Outcome {
     bool completed = false;
 
     bool has(engine::Verdict verdict) const;
+    /** Rules whose warnings nobody has confirmed. */
+    std::set<std::string> unconfirmed_rules() const;
     /** Requests that were answered, now or before. */
     std::size_t answered() const;
     /** Rules that answered. */

@@ -38,6 +38,9 @@ Outcome check(const CheckOptions &options, const Console &console, CheckReports 
     }
     // Not before all inputs were read.
     watcher.open_traces();
+    if (inputs.running) {
+        watcher.loading(*inputs.running);
+    }
     Checker checker(inputs.card, std::move(inputs.running), options.plugin, options.check_running);
     Outcome outcome = checker.check(change, policy_of(options), watcher);
     if (console.ends_process) {
@@ -87,17 +90,6 @@ int run_one(const CheckOptions &options, const Console &console)
 int run_check(const CheckOptions &options, const Console &console)
 {
     return options.is_series() ? run_series(options, console) : run_one(options, console);
-}
-
-int report_usage_error(const std::string &message, const Console &console)
-{
-    Outcome outcome;
-    outcome.problems = {
-        {engine::Fault::kInvalidOption, "", 0, "", message, "see gpon-validate check --help"}};
-    CheckOptions options;
-    options.json = true;
-    print_report(outcome, options, console);
-    return static_cast<int>(outcome.result());
 }
 
 } // namespace host

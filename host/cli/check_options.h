@@ -13,6 +13,11 @@
 #include <string>
 #include <vector>
 
+namespace CLI
+{
+class App;
+}
+
 namespace host
 {
 
@@ -32,7 +37,12 @@ struct CheckOptions {
     std::string card;           /**< Empty: the default card. */
     std::string plugin;         /**< Empty: see Plugin. */
     std::optional<bool> answer; /**< To warnings, given beforehand. */
+    std::string yes; /**< As it was given; what it means stands in `answer` and the next. */
+    std::vector<std::string> confirmed_rules; /**< Their warnings are confirmed, no others. */
+    bool warnings_as_errors = false;
     bool all = false;
+    std::string shown;     /**< As --all was given; full: nothing of a long list is left out. */
+    bool new_only = false; /**< Nothing that the running configuration draws on its own. */
     bool explain = false;
     bool calls = false;
     bool reads = false;
@@ -53,5 +63,11 @@ struct CheckOptions {
     /** Whether there is a report for each of several edits, however many there are in the end. */
     bool is_series() const { return edits.size() > 1 || !edits_from.empty() || in_turn; }
 };
+
+/** Two reports on stdout could not be told apart. @throws CLI::ValidationError */
+void require_one_on_stdout(const CheckOptions &options);
+
+/** Adds the command with its options. */
+void add_check(CLI::App &program, CheckOptions &options);
 
 } // namespace host

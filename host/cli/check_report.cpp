@@ -31,6 +31,7 @@ ReportSettings settings_of(const CheckOptions &options)
     settings.is_series = options.is_series();
     settings.explains = options.explains();
     settings.detail = {options.calls, options.reads};
+    settings.text = {options.shown == "full", options.new_only};
     std::error_code unknown; // Then file names stay as they are.
     settings.working_folder = std::filesystem::current_path(unknown).string();
     return settings;
@@ -76,7 +77,8 @@ void CheckReports::add(Outcome &outcome, Place place)
 {
     print(m_printed->findings(outcome, place));
     // Whoever reads another format is no operator: the answer is given beforehand or not at all.
-    if (outcome.confirmation.needed && !m_options.answer && m_console.ask && m_is_read_by_people) {
+    if (outcome.result() == Result::kNotConfirmed && !m_options.answer && m_console.ask &&
+        m_is_read_by_people) {
         outcome.confirmation.answer = m_console.ask();
     }
     print(m_printed->conclusion(outcome, place));
@@ -160,11 +162,14 @@ void print_report(Outcome &outcome, const CheckOptions &options, const Console &
 
 void note_need(Outcome &outcome, const CheckOptions &options)
 {
+    outcome.warnings_are_errors = options.warnings_as_errors;
+    outcome.assumes_card = options.card.empty();
     // Only a change that could be committed is worth a question.
     if (outcome.result() == Result::kNotConfirmed) {
         outcome.confirmation.needed = true;
         outcome.confirmation.answer = options.answer;
         outcome.confirmation.by_option = options.answer.has_value();
+        outcome.confirmation.rules = options.confirmed_rules;
     }
 }
 

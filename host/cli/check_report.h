@@ -67,7 +67,7 @@ private:
 /** Prints the report of what is no check, or could not become one. */
 void print_report(Outcome &outcome, const CheckOptions &options, const Console &console);
 
-/** Applies --yes and --no to an outcome that is to be confirmed. */
+/** Applies --yes, --no and --warnings-as-errors to an outcome. */
 void note_need(Outcome &outcome, const CheckOptions &options);
 
 } // namespace host

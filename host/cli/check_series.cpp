@@ -67,6 +67,9 @@ bool Series::open()
         m_reports.allow_files(m_edits);
         CardInputs inputs = read_card(m_options);
         m_watcher.open_traces();
+        if (inputs.running) {
+            m_watcher.loading(*inputs.running);
+        }
         m_checker = std::make_unique<Checker>(inputs.card, std::move(inputs.running),
                                               m_options.plugin, m_options.check_running);
         m_load_phases = m_checker->load_phases();

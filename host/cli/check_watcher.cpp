@@ -13,8 +13,18 @@ CheckWatcher::CheckWatcher(const CheckOptions &options, const Console &console,
                            CheckReports &reports)
     : m_options(options), m_console(console), m_reports(reports),
       m_is_live(options.trace_level && options.trace_file.empty()),
-      m_progress(console.err_is_terminal ? &console.err : nullptr)
+      m_progress(console.err_is_terminal && !is_dumb_terminal() ? &console.err : nullptr)
 {
+}
+
+void CheckWatcher::loading(const engine::Source &running)
+{
+    constexpr std::size_t kBig = std::size_t{8} << 20U;
+    constexpr std::size_t kMebibyte = std::size_t{1} << 20U;
+    if (running.text.size() >= kBig) {
+        m_progress.show("loading " + printable(running.name) + " (" +
+                        std::to_string(running.text.size() / kMebibyte) + " MiB)");
+    }
 }
 
 void CheckWatcher::begin(const Place &place, const std::string &edit)

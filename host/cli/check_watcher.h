@@ -21,6 +21,8 @@ class CheckWatcher : public CheckListener
 public:
     CheckWatcher(const CheckOptions &options, const Console &console, CheckReports &reports);
 
+    /** A big configuration takes its time. */
+    void loading(const engine::Source &running);
     /** The checks that follow are of this edit. */
     void begin(const Place &place, const std::string &edit);
 

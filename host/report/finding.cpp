@@ -123,6 +123,9 @@ void append_remarks(std::vector<Finding> &findings, const Outcome &outcome, engi
     for (const auto &run : outcome.runs) {
         if (run.answer.verdict == verdict) {
             findings.push_back(finding_of(run));
+            if (outcome.warnings_are_errors) {
+                findings.back().severity = Severity::kError;
+            }
         }
     }
 }

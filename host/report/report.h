@@ -6,6 +6,7 @@
 
 #include "checker/outcome.h"
 #include "report/report_explain.h"
+#include "report/report_remarks.h"
 
 #include <map>
 #include <memory>
@@ -36,6 +37,7 @@ struct ReportSettings {
     bool is_series = false; /**< Of several edits: each has its part. */
     bool explains = false;  /**< With the part that tells how the answer came about. */
     ExplanationDetail detail;
+    TextDetail text;
     bool for_terminal = false;  /**< Nothing in it steers a terminal. */
     bool is_colored = false;    /**< As text. */
     std::string working_folder; /**< File names of users are relative to it. */

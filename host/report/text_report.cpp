@@ -28,7 +28,7 @@ std::string TextReport::findings(const Outcome &outcome, Place place)
                             std::to_string(place.total) + ": " + printable(outcome.change))
             << '\n';
     }
-    print_findings(out, outcome, style);
+    print_findings(out, outcome, style, m_settings.text);
     return out.str();
 }
 
