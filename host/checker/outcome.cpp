@@ -1,5 +1,7 @@
 #include "checker/outcome.h"
 
+#include "engine/data/document.h"
+
 #include <algorithm>
 #include <array>
 #include <new>
@@ -115,6 +117,16 @@ Result Outcome::result() const
         return Result::kNotChecked;
     }
     return unconfirmed_rules().empty() ? Result::kAccepted : Result::kNotConfirmed;
+}
+
+std::vector<SkippedPart> skipped_in(const engine::Schema &schema, const engine::Source &source,
+                                    engine::Content content)
+{
+    std::vector<SkippedPart> parts;
+    for (auto &nodes : engine::skipped_nodes(schema, source, content)) {
+        parts.push_back({source.name, std::move(nodes)});
+    }
+    return parts;
 }
 
 std::vector<engine::Problem> problems_of(const std::exception &failure)

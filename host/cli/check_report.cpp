@@ -1,6 +1,7 @@
 #include "cli/check_report.h"
 
 #include "report/printable.h"
+#include "report/report_diff.h"
 #include "report/report_explain.h"
 #include "report/report_json.h"
 #include "report/report_text.h"
@@ -29,6 +30,10 @@ void report_as_text(Outcome &outcome, const CheckOptions &options, const Console
         const std::string heading = "Edit " + std::to_string(place.number) + " of " +
                                     std::to_string(place.total) + ": " + printable(outcome.change);
         console.out << (place.number > 1 ? "\n" : "") << style.strong(heading) << '\n';
+    }
+    if (outcome.differences) {
+        print_differences(console.out, *outcome.differences, style);
+        console.out << '\n';
     }
     print_findings(console.out, outcome, style);
     if (outcome.result() == Result::kNotConfirmed && !options.answer && console.ask) {
