@@ -135,8 +135,8 @@ std::vector<engine::Problem> problems_of(const std::exception &failure)
         return input->problems();
     }
     const bool no_memory = dynamic_cast<const std::bad_alloc *>(&failure) != nullptr;
-    return {
-        {engine::Fault::kInternal, "", 0, "", no_memory ? "out of memory" : failure.what(), ""}};
+    return {{engine::Fault::kInternal, "", 0, "",
+             no_memory ? "out of memory" : engine::shortened(failure.what()), ""}};
 }
 
 std::vector<RuleSummary> summarise(const std::vector<RuleRun> &runs)

@@ -149,7 +149,8 @@ struct Outcome {
     Confirmation confirmation;
     bool warnings_are_errors = false; /**< A warning rejects the change; nobody is asked. */
     std::vector<Phase> phases;
-    int transaction = 0; /**< Of the check, for Checker::commit. */
+    bool assumes_card = false; /**< Nobody told the capabilities of the card. */
+    int transaction = 0;       /**< Of the check, for Checker::commit. */
     /**
      * Every planned request was answered, or one was rejected and that was enough, and the plug-in
      * came to its proper end. Without this nothing is accepted.

@@ -4,6 +4,8 @@
 #include "checker/recorder.h"
 #include "checker/supervisor.h"
 
+#include <stdexcept>
+#include <string_view>
 #include <vector>
 
 namespace host
@@ -16,7 +18,7 @@ bool is_remark(const engine::Answer &answer)
     return answer.verdict != engine::Verdict::kAccepted;
 }
 
-/** What came of asking about the running configuration. @throws As Child. */
+/** What came of asking about the running configuration. */
 Outcome ask(engine::Framework &framework, const engine::Transaction &transaction,
             const std::vector<engine::Request> &requests, const std::string &plugin,
             const Policy &policy)
@@ -28,14 +30,20 @@ Outcome ask(engine::Framework &framework, const engine::Transaction &transaction
     ChildWork child;
     child.idle_timeout = policy.idle_timeout;
     child.on_line = [&](std::string_view line) { replay_event(line, key, recorder); };
+    child.on_output = [](std::string_view) {};
+    child.on_tick = [] {};
     child.work = [&](int line_fd) {
         // The nodes of the requests are committed: they outlast the change.
         framework.end(transaction.handle());
         EventWriter writer(line_fd, key);
         ask_plugin({framework.begin(), requests, plugin, true}, writer);
     };
-    const ChildEnd end = run_in_child(child);
-    outcome.completed = recorder.has_ended() && end.signal == 0 && end.exit_status == 0;
+    try {
+        const ChildEnd end = run_in_child(child);
+        outcome.completed = recorder.has_ended() && end.signal == 0 && end.exit_status == 0;
+    } catch (const std::runtime_error &) {
+        outcome.completed = false; // The change has its verdict: that this failed is no part of it.
+    }
     return outcome;
 }
 

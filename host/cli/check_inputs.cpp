@@ -75,7 +75,8 @@ Policy policy_of(const CheckOptions &options)
 {
     using Mode = engine::ReadLog::Mode;
     Policy policy;
-    policy.all = options.all;
+    policy.all = options.all || options.new_only;
+    policy.tell_new = options.new_only;
     policy.differences = options.differences;
     policy.idle_timeout = options.timeout;
     policy.in_process = options.in_process;
@@ -141,7 +142,11 @@ std::vector<NamedFile> named_inputs(const CheckOptions &options,
 void require_separate_files(const CheckOptions &options, const std::vector<std::string> &edits)
 {
     const auto inputs = named_inputs(options, edits);
-    require_separate({{"--trace-file", options.trace_file}}, inputs);
+    std::vector<NamedFile> outputs{{"--trace-file", options.trace_file}};
+    for (const auto &report : options.reports) {
+        outputs.push_back({"--report " + report.name, report.file});
+    }
+    require_separate(outputs, inputs);
     require_not_printed_to(inputs);
 }
 

@@ -44,7 +44,8 @@ public:
     void make();
     std::string print(std::optional<engine::Format> format) const
     {
-        return m_candidate.print(format.value_or(m_format)) + "\n";
+        const auto text = m_candidate.print(format.value_or(m_format));
+        return text + (text.ends_with('\n') ? "" : "\n");
     }
 
     std::vector<Difference> differences;

@@ -61,11 +61,14 @@ std::string value_text(const Difference &difference)
     return text + (difference.is_default ? " (default)" : "");
 }
 
-/** Whether nothing is to be said of the node but what is below it, in one place. */
+/** Whether nothing is to be said of the node but what is below it, in one place. An entry that came
+ *  or went is worth a line. */
 bool is_way(const Difference &difference)
 {
-    return difference.kind == Kind::kInside && difference.below.size() == 1 &&
-           difference.below.front().kind == Kind::kInside;
+    const bool may_be = difference.kind == Kind::kInside || difference.step.back() != '}';
+    return may_be && difference.below.size() == 1 &&
+           difference.below.front().kind == difference.kind &&
+           !difference.below.front().below.empty();
 }
 
 void print(std::ostream &out, const Differences &differences, std::size_t depth, const Style &style)

@@ -280,7 +280,9 @@ bool TextPlaces::fits(const TextNode &node, std::uint32_t number, const Step &st
         return false;
     }
     if (step.value) {
-        const bool is_inner = number + 1 < node.end || !step.below.empty();
+        const bool has_value =
+            node.schema == nullptr || node.schema->is_leaf() || node.schema->is_leaf_list();
+        const bool is_inner = !has_value || number + 1 < node.end || !step.below.empty();
         return is_inner ? has_below(number, step.below) : m_text->value_of(node) == *step.value;
     }
     if (step.keys.empty()) {

@@ -17,8 +17,9 @@ constexpr char kSeparator = '\f';
 class XmlNodesReader
 {
 public:
-    XmlNodesReader(const Schema &schema, std::string_view text)
-        : m_text(text), m_space(schema.module()->ns), m_builder(schema),
+    /** @param start  Place of the text in a longer one. */
+    XmlNodesReader(std::string_view text, TextPlace start, TextNodesBuilder &builder)
+        : m_text(text), m_start(start), m_space(builder.schema().module()->ns), m_builder(builder),
           m_parser(XML_ParserCreateNS("UTF-8", kSeparator), XML_ParserFree)
     {
         if (m_parser == nullptr) {
@@ -44,7 +45,8 @@ public:
                                int) { static_cast<XmlNodesReader *>(self)->stop(); });
     }
 
-    TextNodes read()
+    /** @return What stands behind the root element; empty: nothing, or nothing that can be read. */
+    std::string_view read()
     {
         constexpr std::size_t kChunk = std::size_t{16} << 20U; // A length is an int.
         auto status = XML_STATUS_OK;
@@ -60,10 +62,22 @@ public:
         if (XML_GetErrorCode(m_parser.get()) == XML_ERROR_NO_MEMORY) {
             throw std::bad_alloc();
         }
-        if (status != XML_STATUS_OK) {
-            m_builder.result().failure = place();
+        if (status == XML_STATUS_OK) {
+            return {};
         }
-        return std::move(m_builder.result());
+        if (XML_GetErrorCode(m_parser.get()) == XML_ERROR_JUNK_AFTER_DOC_ELEMENT) {
+            return m_text.substr(static_cast<std::size_t>(XML_GetCurrentByteIndex(m_parser.get())));
+        }
+        m_builder.result().failure = place();
+        return {};
+    }
+
+    /** Where the parser is. */
+    TextPlace place() const
+    {
+        const auto line = static_cast<unsigned>(XML_GetCurrentLineNumber(m_parser.get()));
+        const std::size_t column = XML_GetCurrentColumnNumber(m_parser.get()) + 1;
+        return {m_start.line + line - 1, line == 1 ? m_start.column + column - 1 : column};
     }
 
 private:
@@ -89,12 +103,6 @@ private:
         XML_StopParser(m_parser.get(), XML_FALSE);
     }
 
-    TextPlace place() const
-    {
-        return {static_cast<unsigned>(XML_GetCurrentLineNumber(m_parser.get())),
-                XML_GetCurrentColumnNumber(m_parser.get()) + 1};
-    }
-
     void begin(std::string_view name)
     {
         const auto separator = std::min(name.find(kSeparator), name.size());
@@ -104,8 +112,9 @@ private:
     }
 
     const std::string_view m_text;
+    const TextPlace m_start;
     const std::string_view m_space;
-    TextNodesBuilder m_builder;
+    TextNodesBuilder &m_builder;
     std::unique_ptr<XML_ParserStruct, decltype(&XML_ParserFree)> m_parser;
     bool m_is_stopped = false;
     std::exception_ptr m_thrown;
@@ -113,9 +122,21 @@ private:
 
 } // namespace
 
+// libyang reads several root elements, which are no XML document.
 TextNodes read_xml_nodes(const Schema &schema, std::string_view text)
 {
-    return XmlNodesReader(schema, text).read();
+    TextNodesBuilder builder(schema);
+    TextPlace start;
+    for (auto left = text; !left.empty();) {
+        XmlNodesReader reader(left, start, builder);
+        const auto behind = reader.read();
+        if (behind.size() == left.size()) {
+            break;
+        }
+        start = reader.place();
+        left = behind;
+    }
+    return std::move(builder.result());
 }
 
 } // namespace engine
