@@ -96,6 +96,8 @@ Checker::Checker(const fm::Card &card, std::optional<engine::Source> running, st
     m_framework =
         std::make_unique<engine::Framework>(load_running(running, check_running, m_load_phases));
     m_running_source = running ? std::move(*running) : engine::Source{};
+    m_running_skipped =
+        skipped_in(m_framework->schema(), m_running_source, engine::Content::kConfiguration);
     m_respondent = std::make_unique<Respondent>(*m_framework, [this](const Change &change) {
         std::vector<Phase> untold;
         return std::ref(prepare(change, untold));
@@ -118,6 +120,7 @@ Outcome Checker::check(const Change &change, const Policy &policy, CheckListener
     outcome.running = m_running_source.name;
     outcome.form = change.form;
     outcome.change = change.source.name;
+    outcome.skipped = std::exchange(m_running_skipped, {});
     try {
         examine(change, policy, listener, outcome);
     } catch (const std::exception &failure) {
@@ -195,6 +198,14 @@ void Checker::examine(const Change &change, const Policy &policy, CheckListener 
     const auto start = std::chrono::steady_clock::now();
     engine::Transaction &transaction = prepare(change, outcome.phases);
     outcome.transaction = transaction.handle();
+    const auto content =
+        change.form == ChangeForm::kEdit ? engine::Content::kEdit : engine::Content::kConfiguration;
+    for (auto &part : skipped_in(m_framework->schema(), change.source, content)) {
+        outcome.skipped.push_back(std::move(part));
+    }
+    if (policy.differences) {
+        outcome.differences = differences_of(transaction.changes());
+    }
     ask({change, transaction, std::chrono::steady_clock::now() - start}, policy, listener, outcome);
 }
 
