@@ -32,6 +32,8 @@ struct Policy {
     bool reuse = false;
     /** All rules are asked about all their nodes, whether the change calls for it or not. */
     bool everything = false;
+    /** The report tells how often each client call was made. */
+    bool counts_calls = true;
     /** What the report tells of what the rules read. */
     engine::ReadLog::Mode reads = engine::ReadLog::Mode::kOff;
 };

@@ -7,6 +7,7 @@
 #include "checker/unchecked_links.h"
 #include "engine/data/defaults.h"
 #include "engine/data/yang_check.h"
+#include "engine/session/hooks.h"
 
 #include <algorithm>
 #include <stdexcept>
@@ -197,6 +198,7 @@ void Checker::ask(const Candidate &candidate, const Policy &policy, CheckListene
     using Mode = engine::ReadLog::Mode;
     engine::ReadLog::instance().set_mode(
         std::max(policy.reads, policy.reuse ? Mode::kPlaces : Mode::kOff));
+    engine::Hooks::instance().set_counting(policy.counts_calls);
     const Questions questions{transaction, requests, m_plugin, policy.all};
     timed(outcome.phases, "rules", [&] {
         if (policy.in_process) {
