@@ -16,6 +16,8 @@ TEST_F(CommandLine, IsRefusedWithExitCode3)
         {{"check", "--quite-another", "a"}, "is no option of gpon-validate check\nSee "},
         {{"check", "a", "--yes=onu_snmp_rt_warn,vlan_limit_chekc"}, "mean vlan_limit_check?"},
         {{"check", "a", "--yes", "--warnings-as-errors"}, "excludes"},
+        {{"check", "--rule", "vlan_limit_check", "a"}, "a is no path of the card"},
+        {{"check", "--edit", "a", "--in-turn", "--rule", "vlan_limit_check"}, "excludes"},
         {{"check", "a", "--config", "/nowhere.toml"}, "/nowhere.toml was not readable"},
         {{"check"}, "A configuration"},
         {{"check", "--edit", "a", "b"}, "excludes"},
