@@ -36,7 +36,7 @@ struct Policy {
     bool everything = false;
     /** Only these requests, whether the change calls for them or not; empty: all that it calls
      *  for. What comes of them is no verdict on the change. */
-    std::vector<RuleFilter> only;
+    std::vector<RuleFilter> only{};
     /** Rules that remark are asked about the running configuration as well. */
     bool tell_new = false;
     /** The outcome tells what the change does. */
