@@ -102,7 +102,7 @@ TEST_F(Check, ReportsAFaultyFileBeforeThePluginIsCalled)
     for (const auto &[before, after] : {std::pair{broken, running}, std::pair{running, broken}}) {
         const ProgramRun done = check("lib_init=exit:9\n", {"--running", before, after});
         EXPECT_EQ(done.code, 3) << done;
-        EXPECT_THAT(done.out, AllOf(HasSubstr("broken.xml:2: "), HasSubstr("\nNot checked.\n")));
+        EXPECT_THAT(done.out, AllOf(HasSubstr("broken.xml:2:1: "), HasSubstr("\nNot checked.\n")));
     }
     const ProgramRun folder = check("", {path(".")});
     EXPECT_EQ(folder.code, 3) << folder;
