@@ -8,6 +8,7 @@
 #include "checker/unchecked_links.h"
 #include "engine/data/defaults.h"
 #include "engine/data/yang_check.h"
+#include "engine/session/hooks.h"
 
 #include <algorithm>
 #include <stdexcept>
@@ -227,6 +228,7 @@ void Checker::ask(const Candidate &candidate, const Policy &policy, CheckListene
     using Mode = engine::ReadLog::Mode;
     engine::ReadLog::instance().set_mode(
         std::max(policy.reads, reuses ? Mode::kPlaces : Mode::kOff));
+    engine::Hooks::instance().set_counting(policy.counts_calls);
     const Questions questions{transaction, requests, m_plugin, policy.all};
     timed(outcome.phases, "rules", [&] {
         if (policy.in_process) {

@@ -82,6 +82,7 @@ Policy policy_of(const CheckOptions &options)
     policy.in_process = options.in_process;
     policy.keep_plugin = options.is_series();
     policy.reuse = options.is_series() && options.reuses();
+    policy.counts_calls = options.explains();
     policy.reads = options.reads ? Mode::kPaths : options.explains() ? Mode::kPlaces : Mode::kOff;
     return policy;
 }
