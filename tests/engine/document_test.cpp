@@ -148,7 +148,7 @@ TEST(Document, RefusesWhatItWouldHaveToIgnoreAroundTheData)
          "Invalid test-option maybe"},
         {edit + data + "</edit-config>" + edit + data + "</edit-config>",
          "junk after document element"},
-        {"<config>" + described("a") + "</config>", "config"},
+        {"<config>" + described("a") + "</config>", "Missing XML namespace"},
         {"<data>" + described("a") + "</data>", "data holds a whole configuration"},
         {"{\"data\":" + described_json("a") + "}", "data holds a whole configuration"},
         {"{\"edit-config\":{\"config\":[]}}", "config is not an array"},

@@ -44,7 +44,6 @@ TEST_F(CommandLine, IsRefusedWithExitCode3)
         {{"check", "a", "--default-operation", "create"}, "create is none of merge, replace, none"},
         {{"diff"}, "A change: --edit or CANDIDATE"},
         {{"diff", "a", "--format", "xml"}, "--format requires --output"},
-        {{"diff", "a", "--json", "--output", "-"}, "stdout has the JSON report"},
         {{"generate", "-o", ""}, "--output: no file"},
         {{"generate", "--card", ""}, "--card: no file"},
         {{"generate", "--seed", "0x8"}, "--seed"},
