@@ -62,7 +62,7 @@ class Card:
             elif name == "onu" and element.find("{*}onu-id") is not None:
                 place = (port, element.findtext("{*}onu-id"))
                 self.profiles[place] = element.findtext("{*}profile-references/{*}line-profile")
-            if name in ("onu", "gpon", "service-port", "line-profile"):
+            if name in ("onu", "gpon", "service-port"):
                 element.clear()
 
     def places(self, count):
