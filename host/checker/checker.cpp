@@ -8,6 +8,7 @@
 #include "checker/unchecked_links.h"
 #include "engine/data/defaults.h"
 #include "engine/data/yang_check.h"
+#include "engine/session/hooks.h"
 
 #include <algorithm>
 #include <stdexcept>
@@ -79,6 +80,20 @@ std::vector<engine::Request> only(const std::vector<RuleFilter> &filters,
     return requests;
 }
 
+/** @throws engine::InputError  A place at which the rule is never asked. */
+void require_asked(const Outcome &outcome)
+{
+    if (outcome.only.empty() || outcome.planned != 0 || outcome.only.front().path.empty()) {
+        return;
+    }
+    const RuleFilter &wanted = outcome.only.front();
+    throw engine::InputError(
+        {{engine::Fault::kInvalidOption, "", 0, wanted.path,
+          wanted.rule + " is not asked about this node, or the candidate does not have it",
+          "`gpon-validate points " + wanted.rule +
+              "` tells where it is asked; a path is written as in reports"}});
+}
+
 void forget_reads(Outcome &outcome)
 {
     for (RuleRun &run : outcome.runs) {
@@ -96,6 +111,8 @@ Checker::Checker(const fm::Card &card, std::optional<engine::Source> running, st
     m_framework =
         std::make_unique<engine::Framework>(load_running(running, check_running, m_load_phases));
     m_running_source = running ? std::move(*running) : engine::Source{};
+    m_running_skipped =
+        skipped_in(m_framework->schema(), m_running_source, engine::Content::kConfiguration);
     m_respondent = std::make_unique<Respondent>(*m_framework, [this](const Change &change) {
         std::vector<Phase> untold;
         return std::ref(prepare(change, untold));
@@ -118,6 +135,7 @@ Outcome Checker::check(const Change &change, const Policy &policy, CheckListener
     outcome.running = m_running_source.name;
     outcome.form = change.form;
     outcome.change = change.source.name;
+    outcome.skipped = std::exchange(m_running_skipped, {});
     try {
         examine(change, policy, listener, outcome);
     } catch (const std::exception &failure) {
@@ -132,7 +150,7 @@ Outcome Checker::check(const Change &change, const Policy &policy, CheckListener
 
 void Checker::commit(const Outcome &outcome)
 {
-    if (!m_transaction || outcome.transaction != *m_transaction ||
+    if (!m_transaction || outcome.transaction != *m_transaction || !outcome.only.empty() ||
         outcome.result() != Result::kAccepted) {
         throw std::logic_error("only the last change that was checked and accepted is committed");
     }
@@ -195,6 +213,14 @@ void Checker::examine(const Change &change, const Policy &policy, CheckListener 
     const auto start = std::chrono::steady_clock::now();
     engine::Transaction &transaction = prepare(change, outcome.phases);
     outcome.transaction = transaction.handle();
+    const auto content =
+        change.form == ChangeForm::kEdit ? engine::Content::kEdit : engine::Content::kConfiguration;
+    for (auto &part : skipped_in(m_framework->schema(), change.source, content)) {
+        outcome.skipped.push_back(std::move(part));
+    }
+    if (policy.differences) {
+        outcome.differences = differences_of(transaction.changes());
+    }
     ask({change, transaction, std::chrono::steady_clock::now() - start}, policy, listener, outcome);
 }
 
@@ -207,15 +233,18 @@ void Checker::ask(const Candidate &candidate, const Policy &policy, CheckListene
     const bool reuses = policy.reuse && policy.only.empty();
     timed(outcome.phases, "compare", [&] {
         outcome.differs = !transaction.changes().empty();
-        plan.emplace(transaction, policy.everything);
+        plan.emplace(transaction, policy.everything || !policy.only.empty());
         requests = reuses ? m_answers.choose(transaction, *plan, policy.all)
                           : only(policy.only, plan->all_requests());
         outcome.planned = reuses ? m_answers.planned() : requests.size();
+        outcome.only = policy.only;
         outcome.unchecked_links = find_unchecked_links(transaction, *plan);
     });
+    require_asked(outcome);
     using Mode = engine::ReadLog::Mode;
     engine::ReadLog::instance().set_mode(
         std::max(policy.reads, reuses ? Mode::kPlaces : Mode::kOff));
+    engine::Hooks::instance().set_counting(policy.counts_calls);
     const Questions questions{transaction, requests, m_plugin, policy.all};
     timed(outcome.phases, "rules", [&] {
         if (policy.in_process) {

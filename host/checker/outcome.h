@@ -4,6 +4,8 @@
  */
 #pragma once
 
+#include "checker/difference.h"
+#include "engine/data/envelope.h"
 #include "engine/data/error.h"
 #include "engine/session/validation.h"
 
@@ -94,6 +96,12 @@ struct Death {
     std::string path; /**< What it was asked about. */
 };
 
+/** Requests of a rule. */
+struct RuleFilter {
+    std::string rule; /**< Opaque key. */
+    std::string path; /**< Node that it is asked about; empty: any. */
+};
+
 /** How the change that was checked was given. */
 enum class ChangeForm { kNone, kEdit, kCandidate };
 
@@ -123,13 +131,22 @@ struct UncheckedLink {
     std::string missing; /**< List in which it has no entry, such as /config/gpon{1/1}/pon-link. */
 };
 
+/** Nodes of another model in an input, which were skipped. */
+struct SkippedPart {
+    std::string file; /**< As the user named it. */
+    engine::SkippedNodes nodes;
+};
+
 struct Outcome {
     std::string running; /**< File names as the user gave them; empty: an empty configuration. */
     std::string change;
     ChangeForm form = ChangeForm::kNone;
     bool differs =
         false; /**< Whether the candidate is another configuration than the running one. */
-    std::size_t planned = 0; /**< Requests that the change calls for. */
+    std::vector<RuleFilter> only; /**< Nothing but this was asked: no verdict on the change. */
+    std::size_t planned = 0;      /**< Requests that the change calls for. */
+    std::optional<std::vector<Difference>> differences; /**< If the policy asks for them. */
+    std::vector<SkippedPart> skipped;
     std::vector<UncheckedLink> unchecked_links;
     std::vector<RuleRun> runs;             /**< In the order of asking. */
     std::vector<ReusedAnswers> reused;     /**< Besides those that are among the runs. */
@@ -159,6 +176,10 @@ struct Outcome {
     /** Not checked, unless there is a reason for another result. */
     Result result() const;
 };
+
+/** The nodes of other models that are skipped in an input. @throws engine::InputError */
+std::vector<SkippedPart> skipped_in(const engine::Schema &schema, const engine::Source &source,
+                                    engine::Content content);
 
 /** A failure as the problems of a report. */
 std::vector<engine::Problem> problems_of(const std::exception &failure);

@@ -3,6 +3,7 @@
 #include "cli/option_kinds.h"
 
 #include <array>
+#include <utility>
 
 namespace host
 {
@@ -16,6 +17,8 @@ constexpr const char *kCheckExamples =
     "  gpon-validate check --running running.xml --edit change.xml --yes\n"
     "  gpon-validate check --running running.json candidate.json --all --explain\n"
     "  gpon-validate check --running running.xml --edit first.xml --edit second.xml --in-turn\n"
+    "  ssh card get-config | gpon-validate check --running - --edit change.xml --skip-foreign "
+    "--diff\n"
     "  gpon-validate check --running running.xml --edits changes --report sarif=gpon.sarif\n"
     "  find changes -name '*.xml' | gpon-validate check --running running.xml --edits - --json\n"
     "\n";
@@ -28,35 +31,20 @@ constexpr std::array<Choice<ReportFormat>, 6> kReportFormats{{{"text", ReportFor
                                                               {"junit", ReportFormat::kJunit},
                                                               {"gitlab", ReportFormat::kGitlab},
                                                               {"github", ReportFormat::kGithub}}};
-constexpr std::array<Choice<ColorChoice>, 3> kColors{{{"auto", ColorChoice::kAuto},
-                                                      {"always", ColorChoice::kAlways},
-                                                      {"never", ColorChoice::kNever}}};
+
 void add_check_inputs(CLI::App &app, CheckOptions &options)
 {
-    app.add_option("--running", options.running, "Committed configuration, XML or JSON")
-        ->type_name("RUNNING")
-        ->check(file_name());
-    auto *edit = app.add_option("--edit", options.edits,
-                                "Change with the operations of NETCONF's edit-config, XML or JSON; "
-                                "may be given several times")
-                     ->type_name("EDIT")
-                     ->check(file_name())
-                     ->allow_extra_args(false);
-    auto *edits =
-        app.add_option(
-               "--edits", options.edits_from,
-               "Folder of such changes, or - for a list of their files on stdin, one a line")
-            ->type_name("DIR")
-            ->check(file_name())
-            ->excludes(edit);
+    const auto change = add_change(app, options);
+    app.add_option("--edits", options.edits_from,
+                   "Folder of such changes, or - for a list of their files on stdin, one a line")
+        ->type_name("DIR")
+        ->check(file_name())
+        ->excludes(change.edit)
+        ->excludes(change.candidate);
     app.add_flag("--in-turn", options.in_turn,
                  "Check each edit on top of those before it, as commits would; ends with the first "
                  "that is not accepted (if not given: each against RUNNING)");
-    app.add_option("CANDIDATE", options.candidate, "Whole configuration after the change")
-        ->type_name("")
-        ->check(file_name())
-        ->excludes(edit)
-        ->excludes(edits);
+    add_reading(app, options);
     add_card(app, options);
 }
 
@@ -115,6 +103,17 @@ void take_all(const std::string &given, CheckOptions &options)
     options.all = given != "false";
 }
 
+/** @param is_key  It is the first word of the option: the second is a path. */
+void take_rule(const std::string &word, bool is_key)
+{
+    if (is_key) {
+        require_rule(word);
+    } else if (word.rfind('/', 0) != 0) {
+        throw CLI::ValidationError(word + " is no path of the card, such as "
+                                          "/config/gpon{1/1}/pon-link{3}/upstream");
+    }
+}
+
 void add_check_switches(CLI::App &app, CheckOptions &options)
 {
     auto *yes = app.add_flag("--yes", options.yes,
@@ -130,9 +129,18 @@ void add_check_switches(CLI::App &app, CheckOptions &options)
                  "Show every objection, not the first one only; with --all=full nothing of a long "
                  "list is left out")
         ->each([&options](const std::string &given) { take_all(given, options); });
+    app.add_option("--rule", options.rule,
+                   "Ask this rule only, about all its nodes or the one of PATH, whether the change "
+                   "calls for it or not; CANDIDATE stands before it")
+        ->type_name("KEY [PATH]")
+        ->expected(1, 2)
+        ->each([is_key = true](const std::string &word) mutable {
+            take_rule(word, std::exchange(is_key, false));
+        });
     app.add_flag("--new-only", options.new_only,
                  "As --all, and tell apart what the running configuration draws on its own: it is "
                  "counted, not shown. The result stays what it is");
+    app.add_flag("--diff", options.differences, "Show what the change does, as the command diff");
     app.add_flag("--explain", options.explain,
                  "Show which rules ran, why, what they read, and how long everything took");
     app.add_flag("--calls", options.calls, "As --explain, with each rule's client calls by name");
@@ -160,11 +168,7 @@ void add_check_limits(CLI::App &app, CheckOptions &options)
         ->type_name("SECONDS")
         ->transform(decimal())
         ->check(CLI::Range(0, kLongestTimeout));
-    app.add_option("--max-size", options.max_size,
-                   "Largest size of an input in bytes, or with a unit such as MiB (512 MiB if not "
-                   "given)")
-        ->transform(CLI::AsSizeValue(false))
-        ->type_name("SIZE");
+    add_max_size(app, options);
     auto *trace = add_choice(
         app, "--trace", kTraceLevels, [&options](int level) { options.trace_level = level; },
         "Write the plug-in's traces from this level up: fine (10), progress (11), decisions (12)");
@@ -173,10 +177,7 @@ void add_check_limits(CLI::App &app, CheckOptions &options)
         ->type_name("FILE")
         ->check(file_name())
         ->needs(trace);
-    add_choice(
-        app, "--color", kColors, [&options](ColorChoice choice) { options.color = choice; },
-        "Colours: auto (on a terminal, unless NO_COLOR is set), always, never")
-        ->type_name("WHEN");
+    add_color(app, options);
 }
 
 } // namespace

@@ -118,6 +118,19 @@ Finding finding_of(const UncheckedLink &unchecked)
     return finding;
 }
 
+Finding finding_of(const SkippedPart &skipped)
+{
+    const auto &nodes = skipped.nodes;
+    Finding finding;
+    finding.kind = Finding::Kind::kSkipped;
+    finding.severity = Severity::kNote;
+    finding.id = "skipped-nodes";
+    finding.text = skipped_text(nodes);
+    finding.evidence.location = {skipped.file, nodes.place.line,
+                                 static_cast<unsigned>(nodes.place.column)};
+    return finding;
+}
+
 void append_remarks(std::vector<Finding> &findings, const Outcome &outcome, engine::Verdict verdict)
 {
     for (const auto &run : outcome.runs) {
@@ -140,6 +153,9 @@ std::vector<Finding> findings_of(const Outcome &outcome)
     }
     append_remarks(findings, outcome, engine::Verdict::kRejected);
     append_remarks(findings, outcome, engine::Verdict::kWarning);
+    for (const auto &skipped : outcome.skipped) {
+        findings.push_back(finding_of(skipped));
+    }
     for (const auto &unchecked : outcome.unchecked_links) {
         findings.push_back(finding_of(unchecked));
     }
@@ -147,6 +163,28 @@ std::vector<Finding> findings_of(const Outcome &outcome)
         findings.push_back(finding_of(*outcome.death));
     }
     return findings;
+}
+
+bool is_known(const Finding &finding)
+{
+    return finding.evidence.is_new == false;
+}
+
+std::string cause_of(const Finding &finding)
+{
+    const auto &cause = finding.evidence.cause;
+    if (!cause) {
+        return {};
+    }
+    std::string text = "because " + (cause->path == finding.path ? "it" : cause->path) + " " +
+                       (cause->operation == "changed" ? "" : "was ") + cause->operation;
+    if (cause->before && cause->after) {
+        return text + ": " + *cause->before + " → " + *cause->after;
+    }
+    if (cause->after) {
+        return text + ": " + *cause->after;
+    }
+    return text + (cause->before ? " (" + *cause->before + ")" : "");
 }
 
 std::string resolution_of(const std::string &rule, const std::string &text)

@@ -23,10 +23,9 @@ std::string MatchOverlapValidation::GetMatchString(const char * /*name*/, std::s
                                                    unsigned int onu, unsigned int gem, int vlan)
 {
     std::string match = std::move(interface);
-    for (const std::string &number :
-         {std::to_string(onu), std::to_string(gem), std::to_string(vlan)}) {
-        match.append(" ").append(number);
-    }
+    match.append(" ").append(std::to_string(onu));
+    match.append(" ").append(std::to_string(gem));
+    match.append(" ").append(std::to_string(vlan));
     return match;
 }
 

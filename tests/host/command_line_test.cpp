@@ -10,12 +10,14 @@ using CommandLine = ProgramTest;
 TEST_F(CommandLine, IsRefusedWithExitCode3)
 {
     const std::pair<std::vector<std::string>, const char *> refusals[] = {
-        {{}, "A command: check, audit, points or generate is required"},
+        {{}, "A command: check, diff, audit, points or generate is required"},
         {{"chekc"}, "chekc is no command\ndid you mean check?"},
         {{"check", "--runing", "a", "--edit", "b"}, "did you mean --running?"},
         {{"check", "--quite-another", "a"}, "is no option of gpon-validate check\nSee "},
         {{"check", "a", "--yes=onu_snmp_rt_warn,vlan_limit_chekc"}, "mean vlan_limit_check?"},
         {{"check", "a", "--yes", "--warnings-as-errors"}, "excludes"},
+        {{"check", "--rule", "vlan_limit_check", "a"}, "a is no path of the card"},
+        {{"check", "--edit", "a", "--in-turn", "--rule", "vlan_limit_check"}, "excludes"},
         {{"check", "a", "--config", "/nowhere.toml"}, "/nowhere.toml was not readable"},
         {{"check"}, "A configuration"},
         {{"check", "--edit", "a", "b"}, "excludes"},
@@ -37,6 +39,11 @@ TEST_F(CommandLine, IsRefusedWithExitCode3)
         {{"check", "a", "--card", ""}, "--card: no file"},
         {{"check", "a", "--plugin", ""}, "--plugin: no file"},
         {{"check", "a", "--trace", "fine", "--trace-file", ""}, "--trace-file: no file"},
+        {{"check", "--running", "-", "--edit", "-"}, "only one input can be stdin"},
+        {{"check", "-", "--card", "-"}, "only one input can be stdin"},
+        {{"check", "a", "--default-operation", "create"}, "create is none of merge, replace, none"},
+        {{"diff"}, "A change: --edit or CANDIDATE"},
+        {{"diff", "a", "--format", "xml"}, "--format requires --output"},
         {{"generate", "-o", ""}, "--output: no file"},
         {{"generate", "--card", ""}, "--card: no file"},
         {{"generate", "--seed", "0x8"}, "--seed"},

@@ -10,14 +10,13 @@
 using host::ReportFormat;
 using nlohmann::json;
 using testing::HasSubstr;
-using testing::Not;
 
 namespace
 {
 
 /** Bytes that mean something to one format or another, or to a terminal, and two that are no text.
  */
-constexpr const char *kHostile = "100% <a>\n::b,c ]]>&\x1b[31m \u202e\uffff\xff";
+constexpr const char *kHostile = "100% <a>\n::b,c ]]>&\x1b[31m \xe2\x80\xae\uffff\xff";
 
 host::RuleRun remark(const char *rule, const std::string &text, host::FileLocation place)
 {
@@ -114,10 +113,12 @@ TEST(SarifReport, LeadsToFilesInAndOutsideOfTheWorkingFolder)
 TEST(SarifReport, TellsTheCauseAndWhetherItIsNew)
 {
     auto outcome = rejected("a.xml", {remark("sp_gem_check", "No.", {"a.xml", 3, 7})});
-    outcome.runs[0].evidence->is_new = true;
+    outcome.runs[0].evidence->is_new = false;
     outcome.runs[0].evidence->cause = {"/config/a", "changed", "1", "2"};
     const json result = sarif_of({outcome}).at("results").at(0);
-    EXPECT_EQ(result.at("baselineState"), "new");
+    EXPECT_EQ(result.at("baselineState"), "unchanged");
+    EXPECT_EQ(result.at("message").at("text"), "No.\nbecause /config/a changed: 1 → 2");
+    EXPECT_THAT(report_of(ReportFormat::kGithub, {outcome}), HasSubstr("::notice file=a.xml,"));
     EXPECT_EQ(
         result.at("properties").at("cause"),
         json::parse(R"({"path": "/config/a", "operation": "changed", "old": "1", "new": "2"})"));
