@@ -28,7 +28,6 @@ std::size_t count_lines(std::string_view text)
 /** Where an attribute of a start tag, which is well-formed, begins. */
 std::size_t find_attribute(std::string_view tag, std::string_view name)
 {
-    constexpr auto kBlanks = " \t\r\n";
     auto at = tag.find_first_of(kBlanks);
     while ((at = tag.find_first_not_of(kBlanks, at)) != std::string_view::npos) {
         const auto end = tag.find_first_of(" \t\r\n=", at);
