@@ -27,7 +27,9 @@ Outcome ask(engine::Framework &framework, const engine::Transaction &transaction
     Outcome outcome;
     CheckListener nobody;
     Recorder recorder(requests, true, outcome, nobody);
+    EventBoard board;
     ChildWork child;
+    child.pulse = [&board] { return board.request(); };
     child.idle_timeout = policy.idle_timeout;
     child.on_line = [&](std::string_view line) { replay_event(line, key, recorder); };
     child.on_output = [](std::string_view) {};
@@ -35,7 +37,7 @@ Outcome ask(engine::Framework &framework, const engine::Transaction &transaction
     child.work = [&](int line_fd) {
         // The nodes of the requests are committed: they outlast the change.
         framework.end(transaction.handle());
-        EventWriter writer(line_fd, key);
+        EventWriter writer(line_fd, key, board);
         ask_plugin({framework.begin(), requests, plugin, true}, writer);
     };
     try {
