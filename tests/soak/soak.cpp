@@ -172,10 +172,10 @@ private:
     {
         std::ifstream in(expected_file);
         const auto expected = read_remarks(in);
-        if (!expected) {
+        const fs::path folder = expected_file.parent_path();
+        if (!expected || !test_support::is_ordinary(folder)) {
             return;
         }
-        const fs::path folder = expected_file.parent_path();
         m_cases.push_back(
             {folder.string(), test_support::read_golden_case(m_schema, folder), *expected});
     }
