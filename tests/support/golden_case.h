@@ -41,14 +41,15 @@ inline std::optional<std::filesystem::path> inherited(const std::filesystem::pat
  */
 inline bool is_ordinary(const std::filesystem::path &folder)
 {
-    constexpr std::string_view kOthers[] = {"--skip-foreign", "--default-operation", "--rule"};
+    constexpr std::string_view kOthers[] = {"--skip-foreign", "--default-operation", "--rule",
+                                            "--warnings-as-errors"};
     std::string word;
     for (std::ifstream arguments(folder / "arguments"); arguments >> word;) {
         if (std::find(std::begin(kOthers), std::end(kOthers), word) != std::end(kOthers)) {
             return false;
         }
     }
-    return !exists(folder / "stdin");
+    return !exists(folder / "stdin") && !exists(folder / "command");
 }
 
 /** @param checked  Whether YANG must allow the candidate; tests may hold what it forbids. */
