@@ -4,10 +4,13 @@ set -euo pipefail
 
 declare -A groups=(
     [program]="make g++ cmake ninja-build pkg-config libyang2-dev libspdlog-dev libcli11-dev nlohmann-json3-dev
-        libssl-dev libexpat1-dev"
-    [tests]="libgtest-dev libgmock-dev libbenchmark-dev python3 python3-jsonschema"
+        libssl-dev libexpat1-dev libpugixml-dev"
+    [tests]="libgtest-dev libgmock-dev libbenchmark-dev python3 python3-jsonschema
+        libxml2-utils"
     [powerpc]="g++-powerpc-linux-gnu qemu-user dpkg-dev perl googletest"
     [packages]="dpkg-dev file"
+    [test-reports]="python3 python3-jsonschema libxml2-utils"
+    [npm]="npm"
     [test-packages]="debootstrap lintian python3"
     [bench]="libyang-tools python3"
     [plot]="gnuplot-nox"

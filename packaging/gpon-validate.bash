@@ -5,12 +5,12 @@ _gpon_validate()
     local current=$2 previous=$3 command=${COMP_WORDS[1]} words=
     COMPREPLY=()
     if [ "$COMP_CWORD" -eq 1 ]; then
-        words="check audit points generate --help --version"
+        words="check diff audit points generate --config --help --version"
         mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
         return
     fi
     case $previous in
-    --running | --edit | --card | --plugin | --trace-file | --output | -o)
+    --config | --running | --edit | --card | --plugin | --trace-file | --output | -o)
         compopt -o filenames
         mapfile -t COMPREPLY < <(compgen -f -- "$current")
         return
@@ -20,9 +20,11 @@ _gpon_validate()
         mapfile -t COMPREPLY < <(compgen -d -- "$current")
         return
         ;;
+    --report) words="text json sarif junit gitlab github" ;;
     --trace) words="fine progress decisions" ;;
     --color) words="auto always never" ;;
     --format) words="xml json" ;;
+    --default-operation) words="merge replace none" ;;
     --timeout | --max-size | --links | --onus | --line-profiles | --bandwidth-profiles | --rg-profiles | \
         --service-ports | --seed)
         return
@@ -31,15 +33,24 @@ _gpon_validate()
     if [ -z "$words" ]; then
         case $command in
         check)
-            words="--running --edit --edits --in-turn --card --plugin --yes --no --all --explain --calls --reads --json
-                --check-running --no-reuse --in-process --timeout --max-size --trace --trace-file --color --help"
+            words="--running --edit --edits --in-turn --default-operation --skip-foreign --card --plugin --yes --no --warnings-as-errors --all --new-only --rule --diff --explain --calls --reads --json
+                --report --check-running --no-reuse --in-process --timeout --max-size --trace --trace-file --color --config --help"
             if [[ $current != -* ]]; then
                 compopt -o filenames
                 mapfile -t COMPREPLY < <(compgen -f -- "$current")
                 return
             fi
             ;;
-        audit) words="--running --edit --card --plugin --json --help" ;;
+        diff)
+            words="--running --edit --default-operation --skip-foreign --json --output --format --exit-code --max-size
+                --color --help"
+            if [[ $current != -* ]]; then
+                compopt -o filenames
+                mapfile -t COMPREPLY < <(compgen -f -- "$current")
+                return
+            fi
+            ;;
+        audit) words="--running --edit --default-operation --skip-foreign --card --plugin --json --help" ;;
         points)
             words="--json --help"
             [[ $current == -* ]] || words=$("${COMP_WORDS[0]}" points --json 2>/dev/null |

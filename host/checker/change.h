@@ -8,6 +8,8 @@
 #include "engine/data/source.h"
 
 #include <chrono>
+#include <string>
+#include <vector>
 
 namespace host
 {
@@ -32,6 +34,13 @@ struct Policy {
     bool reuse = false;
     /** All rules are asked about all their nodes, whether the change calls for it or not. */
     bool everything = false;
+    /** Only these requests, whether the change calls for them or not; empty: all that it calls
+     *  for. What comes of them is no verdict on the change. */
+    std::vector<RuleFilter> only{};
+    /** Rules that remark are asked about the running configuration as well. */
+    bool tell_new = false;
+    /** The outcome tells what the change does. */
+    bool differences = false;
     /** The report tells how often each client call was made. */
     bool counts_calls = true;
     /** What the report tells of what the rules read. */

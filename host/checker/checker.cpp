@@ -1,5 +1,6 @@
 #include "checker/checker.h"
 
+#include "checker/evidence.h"
 #include "checker/model_schema.h"
 #include "checker/process_end.h"
 #include "checker/recorder.h"
@@ -63,6 +64,36 @@ void ask_in_process(const Questions &questions, CheckListener &listener, Outcome
     outcome.completed = recorder.has_ended();
 }
 
+std::vector<engine::Request> only(const std::vector<RuleFilter> &filters,
+                                  std::vector<engine::Request> requests)
+{
+    const auto is_wanted = [&filters](const engine::Request &request) {
+        return std::any_of(filters.begin(), filters.end(), [&](const RuleFilter &filter) {
+            return filter.rule == request.point->opaque &&
+                   (filter.path.empty() || filter.path == engine::path_of(request));
+        });
+    };
+    if (!filters.empty()) {
+        requests.erase(std::stable_partition(requests.begin(), requests.end(), is_wanted),
+                       requests.end());
+    }
+    return requests;
+}
+
+/** @throws engine::InputError  A place at which the rule is never asked. */
+void require_asked(const Outcome &outcome)
+{
+    if (outcome.only.empty() || outcome.planned != 0 || outcome.only.front().path.empty()) {
+        return;
+    }
+    const RuleFilter &wanted = outcome.only.front();
+    throw engine::InputError(
+        {{engine::Fault::kInvalidOption, "", 0, wanted.path,
+          wanted.rule + " is not asked about this node, or the candidate does not have it",
+          "`gpon-validate points " + wanted.rule +
+              "` tells where it is asked; a path is written as in reports"}});
+}
+
 void forget_reads(Outcome &outcome)
 {
     for (RuleRun &run : outcome.runs) {
@@ -80,6 +111,8 @@ Checker::Checker(const fm::Card &card, std::optional<engine::Source> running, st
     m_framework =
         std::make_unique<engine::Framework>(load_running(running, check_running, m_load_phases));
     m_running_source = running ? std::move(*running) : engine::Source{};
+    m_running_skipped =
+        skipped_in(m_framework->schema(), m_running_source, engine::Content::kConfiguration);
     m_respondent = std::make_unique<Respondent>(*m_framework, [this](const Change &change) {
         std::vector<Phase> untold;
         return std::ref(prepare(change, untold));
@@ -102,6 +135,7 @@ Outcome Checker::check(const Change &change, const Policy &policy, CheckListener
     outcome.running = m_running_source.name;
     outcome.form = change.form;
     outcome.change = change.source.name;
+    outcome.skipped = std::exchange(m_running_skipped, {});
     try {
         examine(change, policy, listener, outcome);
     } catch (const std::exception &failure) {
@@ -116,11 +150,12 @@ Outcome Checker::check(const Change &change, const Policy &policy, CheckListener
 
 void Checker::commit(const Outcome &outcome)
 {
-    if (!m_transaction || outcome.transaction != *m_transaction ||
+    if (!m_transaction || outcome.transaction != *m_transaction || !outcome.only.empty() ||
         outcome.result() != Result::kAccepted) {
         throw std::logic_error("only the last change that was checked and accepted is committed");
     }
     m_answers.commit(m_framework->transaction(*m_transaction));
+    m_running_remarks.forget();
     m_framework->commit(*m_transaction);
     m_respondent->note_commit(*m_transaction);
     m_transaction.reset();
@@ -178,6 +213,14 @@ void Checker::examine(const Change &change, const Policy &policy, CheckListener 
     const auto start = std::chrono::steady_clock::now();
     engine::Transaction &transaction = prepare(change, outcome.phases);
     outcome.transaction = transaction.handle();
+    const auto content =
+        change.form == ChangeForm::kEdit ? engine::Content::kEdit : engine::Content::kConfiguration;
+    for (auto &part : skipped_in(m_framework->schema(), change.source, content)) {
+        outcome.skipped.push_back(std::move(part));
+    }
+    if (policy.differences) {
+        outcome.differences = differences_of(transaction.changes());
+    }
     ask({change, transaction, std::chrono::steady_clock::now() - start}, policy, listener, outcome);
 }
 
@@ -187,17 +230,20 @@ void Checker::ask(const Candidate &candidate, const Policy &policy, CheckListene
     const engine::Transaction &transaction = candidate.transaction;
     std::optional<engine::Plan> plan;
     std::vector<engine::Request> requests;
+    const bool reuses = policy.reuse && policy.only.empty();
     timed(outcome.phases, "compare", [&] {
         outcome.differs = !transaction.changes().empty();
-        plan.emplace(transaction, policy.everything);
-        requests =
-            policy.reuse ? m_answers.choose(transaction, *plan, policy.all) : plan->all_requests();
-        outcome.planned = policy.reuse ? m_answers.planned() : requests.size();
+        plan.emplace(transaction, policy.everything || !policy.only.empty());
+        requests = reuses ? m_answers.choose(transaction, *plan, policy.all)
+                          : only(policy.only, plan->all_requests());
+        outcome.planned = reuses ? m_answers.planned() : requests.size();
+        outcome.only = policy.only;
         outcome.unchecked_links = find_unchecked_links(transaction, *plan);
     });
+    require_asked(outcome);
     using Mode = engine::ReadLog::Mode;
     engine::ReadLog::instance().set_mode(
-        std::max(policy.reads, policy.reuse ? Mode::kPlaces : Mode::kOff));
+        std::max(policy.reads, reuses ? Mode::kPlaces : Mode::kOff));
     engine::Hooks::instance().set_counting(policy.counts_calls);
     const Questions questions{transaction, requests, m_plugin, policy.all};
     timed(outcome.phases, "rules", [&] {
@@ -206,13 +252,37 @@ void Checker::ask(const Candidate &candidate, const Policy &policy, CheckListene
         } else {
             m_respondent->ask(questions, candidate, policy, listener, outcome);
         }
-        if (policy.reuse) {
+        if (reuses) {
             m_answers.finish(outcome);
         }
         if (policy.reads == Mode::kOff) {
             forget_reads(outcome);
         }
     });
+    explain(candidate, policy, outcome);
+}
+
+void Checker::explain(const Candidate &candidate, const Policy &policy, Outcome &outcome)
+{
+    const bool has_remarks =
+        outcome.has(engine::Verdict::kRejected) || outcome.has(engine::Verdict::kWarning);
+    if (has_remarks) {
+        timed(outcome.phases, "places", [&] {
+            const auto &change = candidate.change;
+            add_evidence(outcome, m_framework->schema(), change.form,
+                         change.form == ChangeForm::kNone ? m_running_source : change.source);
+        });
+    }
+    if (has_remarks && policy.tell_new) {
+        timed(outcome.phases, "running", [&] {
+            m_running_remarks.compare(*m_framework, candidate.transaction, m_plugin, policy,
+                                      outcome);
+        });
+    }
+    for (RuleRun &run : outcome.runs) {
+        run.instance = nullptr;
+        run.change = nullptr;
+    }
 }
 
 void Checker::end_transaction()

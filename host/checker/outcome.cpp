@@ -1,5 +1,7 @@
 #include "checker/outcome.h"
 
+#include "engine/data/document.h"
+
 #include <algorithm>
 #include <array>
 #include <new>
@@ -51,6 +53,22 @@ void add_phase(std::vector<Phase> &phases, const Phase &phase)
     }
 }
 
+bool Confirmation::covers(const std::string &rule) const
+{
+    return answer.value_or(false) || std::find(rules.begin(), rules.end(), rule) != rules.end();
+}
+
+std::set<std::string> Outcome::unconfirmed_rules() const
+{
+    std::set<std::string> left;
+    for (const auto &run : runs) {
+        if (run.answer.verdict == engine::Verdict::kWarning && !confirmation.covers(run.rule)) {
+            left.insert(run.rule);
+        }
+    }
+    return left;
+}
+
 bool Outcome::has(engine::Verdict verdict) const
 {
     return std::any_of(runs.begin(), runs.end(),
@@ -91,16 +109,24 @@ Result Outcome::result() const
     if (death) {
         return Result::kPluginDied;
     }
-    if (has(engine::Verdict::kRejected)) {
+    const bool warns = has(engine::Verdict::kWarning);
+    if (has(engine::Verdict::kRejected) || (warns && warnings_are_errors)) {
         return Result::kRejected;
     }
     if (!completed) {
         return Result::kNotChecked;
     }
-    if (has(engine::Verdict::kWarning) && !confirmation.answer.value_or(false)) {
-        return Result::kNotConfirmed;
+    return unconfirmed_rules().empty() ? Result::kAccepted : Result::kNotConfirmed;
+}
+
+std::vector<SkippedPart> skipped_in(const engine::Schema &schema, const engine::Source &source,
+                                    engine::Content content)
+{
+    std::vector<SkippedPart> parts;
+    for (auto &nodes : engine::skipped_nodes(schema, source, content)) {
+        parts.push_back({source.name, std::move(nodes)});
     }
-    return Result::kAccepted;
+    return parts;
 }
 
 std::vector<engine::Problem> problems_of(const std::exception &failure)
@@ -109,8 +135,8 @@ std::vector<engine::Problem> problems_of(const std::exception &failure)
         return input->problems();
     }
     const bool no_memory = dynamic_cast<const std::bad_alloc *>(&failure) != nullptr;
-    return {
-        {engine::Fault::kInternal, "", 0, "", no_memory ? "out of memory" : failure.what(), ""}};
+    return {{engine::Fault::kInternal, "", 0, "",
+             no_memory ? "out of memory" : engine::shortened(failure.what()), ""}};
 }
 
 std::vector<RuleSummary> summarise(const std::vector<RuleRun> &runs)

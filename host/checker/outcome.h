@@ -4,12 +4,15 @@
  */
 #pragma once
 
+#include "checker/difference.h"
+#include "engine/data/envelope.h"
 #include "engine/data/error.h"
 #include "engine/session/validation.h"
 
 #include <chrono>
 #include <cstddef>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -70,6 +73,9 @@ struct RuleRun {
     const engine::ValidationPoint *point = nullptr;
     bool is_reused = false;             /**< The answer is of an earlier check, and still holds. */
     std::optional<Evidence> evidence{}; /**< Of a remark, nothing for an answer that accepts. */
+    /** The node that it was asked about and what changed, as long as the check lasts. */
+    const lyd_node *instance = nullptr;
+    const engine::Change *change = nullptr;
 };
 
 /** Answers of one rule that were used again, and accept: nothing else is worth telling of them. */
@@ -90,6 +96,12 @@ struct Death {
     std::string path; /**< What it was asked about. */
 };
 
+/** Requests of a rule. */
+struct RuleFilter {
+    std::string rule; /**< Opaque key. */
+    std::string path; /**< Node that it is asked about; empty: any. */
+};
+
 /** How the change that was checked was given. */
 enum class ChangeForm { kNone, kEdit, kCandidate };
 
@@ -105,8 +117,12 @@ void add_phase(std::vector<Phase> &phases, const Phase &phase);
 /** The operator's answer to the warnings. */
 struct Confirmation {
     bool needed = false;
-    std::optional<bool> answer; /**< Nothing when there was nobody to ask, or no answer came. */
-    bool by_option = false;     /**< The answer was given on the command line. */
+    std::optional<bool> answer;     /**< Nothing when there was nobody to ask, or no answer came. */
+    bool by_option = false;         /**< The answer was given on the command line. */
+    std::vector<std::string> rules; /**< Whose warnings are confirmed, whatever the answer. */
+
+    /** Whether a warning of this rule stands in the way no longer. */
+    bool covers(const std::string &rule) const;
 };
 
 /** A PON link that the change touches and no bandwidth check looks at. */
@@ -115,13 +131,22 @@ struct UncheckedLink {
     std::string missing; /**< List in which it has no entry, such as /config/gpon{1/1}/pon-link. */
 };
 
+/** Nodes of another model in an input, which were skipped. */
+struct SkippedPart {
+    std::string file; /**< As the user named it. */
+    engine::SkippedNodes nodes;
+};
+
 struct Outcome {
     std::string running; /**< File names as the user gave them; empty: an empty configuration. */
     std::string change;
     ChangeForm form = ChangeForm::kNone;
     bool differs =
         false; /**< Whether the candidate is another configuration than the running one. */
-    std::size_t planned = 0; /**< Requests that the change calls for. */
+    std::vector<RuleFilter> only; /**< Nothing but this was asked: no verdict on the change. */
+    std::size_t planned = 0;      /**< Requests that the change calls for. */
+    std::optional<std::vector<Difference>> differences; /**< If the policy asks for them. */
+    std::vector<SkippedPart> skipped;
     std::vector<UncheckedLink> unchecked_links;
     std::vector<RuleRun> runs;             /**< In the order of asking. */
     std::vector<ReusedAnswers> reused;     /**< Besides those that are among the runs. */
@@ -129,8 +154,10 @@ struct Outcome {
     std::optional<Death> death;
     std::string plugin_output; /**< What the plug-in wrote in its own process, or the end of it. */
     Confirmation confirmation;
+    bool warnings_are_errors = false; /**< A warning rejects the change; nobody is asked. */
     std::vector<Phase> phases;
-    int transaction = 0; /**< Of the check, for Checker::commit. */
+    bool assumes_card = false; /**< Nobody told the capabilities of the card. */
+    int transaction = 0;       /**< Of the check, for Checker::commit. */
     /**
      * Every planned request was answered, or one was rejected and that was enough, and the plug-in
      * came to its proper end. Without this nothing is accepted.
@@ -138,6 +165,8 @@ struct Outcome {
     bool completed = false;
 
     bool has(engine::Verdict verdict) const;
+    /** Rules whose warnings nobody has confirmed. */
+    std::set<std::string> unconfirmed_rules() const;
     /** Requests that were answered, now or before. */
     std::size_t answered() const;
     /** Rules that answered. */
@@ -147,6 +176,10 @@ struct Outcome {
     /** Not checked, unless there is a reason for another result. */
     Result result() const;
 };
+
+/** The nodes of other models that are skipped in an input. @throws engine::InputError */
+std::vector<SkippedPart> skipped_in(const engine::Schema &schema, const engine::Source &source,
+                                    engine::Content content);
 
 /** A failure as the problems of a report. */
 std::vector<engine::Problem> problems_of(const std::exception &failure);

@@ -16,7 +16,4 @@ namespace host
  */
 int run_check(const CheckOptions &options, const Console &console);
 
-/** The JSON report of a check whose command line is at fault. @return Exit code. */
-int report_usage_error(const std::string &message, const Console &console);
-
 } // namespace host

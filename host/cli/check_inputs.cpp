@@ -1,6 +1,5 @@
 #include "cli/check_inputs.h"
 
-#include "cli/output_file.h"
 #include "engine/data/error.h"
 
 #include <algorithm>
@@ -19,9 +18,12 @@ using engine::Fault;
 
 constexpr const char *kStdin = "-";
 
-[[noreturn]] void refuse(Fault fault, const std::string &name, const std::string &message)
+constexpr const char *kCardHint = "a card is a JSON object, such as { \"max_pon_links\": 16 }";
+
+[[noreturn]] void refuse(Fault fault, const std::string &name, const std::string &message,
+                         const char *hint = "")
 {
-    throw engine::InputError({{fault, name, 0, "", message, ""}});
+    throw engine::InputError({{fault, name, 0, "", message, hint}});
 }
 
 std::vector<std::string> files_in(const std::string &folder)
@@ -44,7 +46,7 @@ std::vector<std::string> files_in(const std::string &folder)
 
 std::vector<std::string> files_named_on_stdin(const CheckOptions &options)
 {
-    std::istringstream lines(read_input("/dev/stdin", options).text);
+    std::istringstream lines(read_input(kStdin, options).text);
     std::vector<std::string> files;
     for (std::string line; std::getline(lines, line);) {
         if (line.ends_with('\r')) {
@@ -61,14 +63,24 @@ std::vector<std::string> files_named_on_stdin(const CheckOptions &options)
 
 engine::Source read_input(const std::string &path, const CheckOptions &options)
 {
-    return engine::read_source(path, {options.max_size, options.timeout});
+    const bool is_stdin = path == kStdin;
+    auto source =
+        engine::read_source(is_stdin ? "/dev/stdin" : path, {options.max_size, options.timeout});
+    source.name = is_stdin ? "stdin" : path;
+    source.reading = {options.skip_foreign, options.default_operation};
+    return source;
 }
 
 Policy policy_of(const CheckOptions &options)
 {
     using Mode = engine::ReadLog::Mode;
     Policy policy;
-    policy.all = options.all;
+    policy.all = options.all || options.new_only;
+    if (!options.rule.empty()) {
+        policy.only = {{options.rule.front(), options.rule.size() > 1 ? options.rule[1] : ""}};
+    }
+    policy.tell_new = options.new_only;
+    policy.differences = options.differences;
     policy.idle_timeout = options.timeout;
     policy.in_process = options.in_process;
     policy.keep_plugin = options.is_series();
@@ -86,7 +98,7 @@ CardInputs read_card(const CheckOptions &options)
         try {
             inputs.card = fm::parse_card(source.text);
         } catch (const std::exception &failure) {
-            refuse(Fault::kInvalidCard, options.card, failure.what());
+            refuse(Fault::kInvalidCard, options.card, failure.what(), kCardHint);
         }
     }
     if (!options.running.empty()) {
@@ -115,7 +127,8 @@ std::vector<std::string> list_edits(const CheckOptions &options)
     return edits;
 }
 
-void require_separate_files(const CheckOptions &options, const std::vector<std::string> &edits)
+std::vector<NamedFile> named_inputs(const CheckOptions &options,
+                                    const std::vector<std::string> &edits)
 {
     std::vector<NamedFile> inputs{{"--running", options.running},
                                   {"CANDIDATE", options.candidate},
@@ -124,7 +137,20 @@ void require_separate_files(const CheckOptions &options, const std::vector<std::
     for (const auto &edit : edits) {
         inputs.push_back({options.edits_from.empty() ? "--edit" : "an edit", edit});
     }
-    require_separate({{"--trace-file", options.trace_file}}, inputs);
+    for (auto &input : inputs) {
+        input.path = input.path == kStdin ? "/dev/stdin" : input.path;
+    }
+    return inputs;
+}
+
+void require_separate_files(const CheckOptions &options, const std::vector<std::string> &edits)
+{
+    const auto inputs = named_inputs(options, edits);
+    std::vector<NamedFile> outputs{{"--trace-file", options.trace_file}};
+    for (const auto &report : options.reports) {
+        outputs.push_back({"--report " + report.name, report.file});
+    }
+    require_separate(outputs, inputs);
     require_not_printed_to(inputs);
 }
 

@@ -9,11 +9,22 @@
 namespace host
 {
 
-CheckWatcher::CheckWatcher(const CheckOptions &options, const Console &console)
-    : m_options(options), m_console(console),
+CheckWatcher::CheckWatcher(const CheckOptions &options, const Console &console,
+                           CheckReports &reports)
+    : m_options(options), m_console(console), m_reports(reports),
       m_is_live(options.trace_level && options.trace_file.empty()),
-      m_progress(console.err_is_terminal ? &console.err : nullptr)
+      m_progress(console.err_is_terminal && !is_dumb_terminal() ? &console.err : nullptr)
 {
+}
+
+void CheckWatcher::loading(const engine::Source &running)
+{
+    constexpr std::size_t kBig = std::size_t{8} << 20U;
+    constexpr std::size_t kMebibyte = std::size_t{1} << 20U;
+    if (running.text.size() >= kBig) {
+        m_progress.show("loading " + printable(running.name) + " (" +
+                        std::to_string(running.text.size() / kMebibyte) + " MiB)");
+    }
 }
 
 void CheckWatcher::begin(const Place &place, const std::string &edit)
@@ -40,7 +51,10 @@ void CheckWatcher::process_ends(const Outcome &outcome)
     m_progress.clear();
     Outcome last = outcome;
     close_traces(last);
-    print_report(last, m_options, m_console, m_place);
+    m_reports.add(last, m_place);
+    RunSummary summary;
+    summary.worst = last.result();
+    static_cast<void>(m_reports.finish(summary));
 }
 
 void CheckWatcher::finish(const Outcome &outcome)

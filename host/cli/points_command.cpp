@@ -2,7 +2,7 @@
 
 #include "checker/model_schema.h"
 #include "checker/outcome.h"
-#include "report/printable.h"
+#include "cli/usage_error.h"
 #include "report/report_json.h"
 #include "rules/rules.h"
 
@@ -164,9 +164,7 @@ int points_of_key(const std::vector<KeyPoints> &groups, const PointsOptions &opt
         return known.key == options.key;
     });
     if (group == groups.end()) {
-        console.err << "gpon-validate: no rule has the key " << printable(options.key)
-                    << "; `gpon-validate points` lists them all\n";
-        return static_cast<int>(Result::kNotChecked);
+        return report_usage_error(unknown_rule(options.key), options.json, console);
     }
     if (options.json) {
         console.out << print_json(json_of(*group), console.out_is_terminal);

@@ -20,6 +20,14 @@ void Progress::within(const std::string &part)
     tick();
 }
 
+void Progress::show(const std::string &work)
+{
+    if (m_terminal != nullptr) {
+        m_shown = true;
+        *m_terminal << kWipe << work << std::flush;
+    }
+}
+
 void Progress::at(std::size_t number, std::size_t total, const std::string &rule)
 {
     if (m_terminal == nullptr) {

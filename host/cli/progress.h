@@ -23,6 +23,8 @@ public:
 
     /** What all that follows is part of, such as an edit of many. */
     void within(const std::string &part);
+    /** Shows at once what will take long. */
+    void show(const std::string &work);
     /** Request `number` of `total` is being made. */
     void at(std::size_t number, std::size_t total, const std::string &rule);
     /** Shows it if the work takes long enough by now; to be called every now and then. */

@@ -19,9 +19,10 @@ struct Finding {
     enum class Kind {
         kRejection,
         kWarning,
-        kProblem,      /**< A fault of an input. */
-        kDeath,        /**< The plug-in came to an end that it should not have come to. */
-        kUncheckedLink /**< A link that no bandwidth check looks at. */
+        kProblem,       /**< A fault of an input. */
+        kDeath,         /**< The plug-in came to an end that it should not have come to. */
+        kUncheckedLink, /**< A link that no bandwidth check looks at. */
+        kSkipped        /**< Nodes of another model in an input. */
 
     };
 
@@ -29,14 +30,21 @@ struct Finding {
     Severity severity = Severity::kError;
     /** Opaque key of a rule, identifier of a fault, or the kind's own name; never empty. */
     std::string id;
-    std::string path; /**< Node in the card; may be empty. */
-    std::string text; /**< As the card says it; never empty. */
-    std::string help; /**< The way to resolve it; may be empty. */
+    std::string path;  /**< Node in the card; may be empty. */
+    std::string text;  /**< As the card says it; never empty. */
+    std::string help;  /**< The way to resolve it; may be empty. */
+    std::string about; /**< What all of this id have in common; may be empty. */
     Evidence evidence;
 };
 
 /** All that a report of this outcome tells of, in the order of telling. */
 std::vector<Finding> findings_of(const Outcome &outcome);
+
+/** What called for a remark, such as `because it changed: 1 → 2`; may be empty. */
+std::string cause_of(const Finding &finding);
+
+/** Whether the running configuration draws it as well. */
+bool is_known(const Finding &finding);
 
 /**
  * The way to resolve a remark, by the rule's texts: what varies in them stands in braces.

@@ -1,5 +1,8 @@
 #include "report/report_json.h"
 
+#include "report/assumptions.h"
+#include "report/finding.h"
+#include "report/report_diff.h"
 #include "report/report_reads.h"
 #include "report/report_text.h"
 
@@ -60,15 +63,41 @@ std::int64_t microseconds(std::chrono::nanoseconds time)
     return std::chrono::duration_cast<std::chrono::microseconds>(time).count();
 }
 
+Json cause(const std::optional<ChangedNode> &changed)
+{
+    if (!changed) {
+        return {};
+    }
+    Json json{{"path", changed->path}, {"operation", changed->operation}};
+    if (changed->before) {
+        json["before"] = *changed->before;
+    }
+    if (changed->after) {
+        json["after"] = *changed->after;
+    }
+    return json;
+}
+
+void add_evidence(Json &remark, const Evidence &evidence)
+{
+    const auto &[file, line, column] = evidence.location;
+    remark["cause"] = cause(evidence.cause);
+    remark["location"] = {{"file", file}, {"line", line}, {"column", column}};
+    remark["new"] = evidence.is_new ? Json(*evidence.is_new) : Json();
+}
+
 Json remarks(const Outcome &outcome, engine::Verdict verdict)
 {
     Json array = Json::array();
     for (const auto &run : outcome.runs) {
         if (run.answer.verdict == verdict) {
-            array.push_back({{"rule", run.rule},
-                             {"path", run.path},
-                             {"result", run.answer.result},
-                             {"text", run.answer.text}});
+            Json remark{{"rule", run.rule},
+                        {"path", run.path},
+                        {"result", run.answer.result},
+                        {"text", run.answer.text},
+                        {"resolution", resolution_of(run.rule, run.answer.text)}};
+            add_evidence(remark, run.evidence.value_or(Evidence{}));
+            array.push_back(std::move(remark));
         }
     }
     return array;
@@ -87,21 +116,10 @@ Json confirmation(const Confirmation &confirmation)
 {
     Json json{{"needed", confirmation.needed}};
     json["answer"] = confirmation.answer ? Json(*confirmation.answer ? "yes" : "no") : Json();
-    return json;
-}
-
-Json problems(const std::vector<engine::Problem> &found)
-{
-    Json array = Json::array();
-    for (const auto &problem : found) {
-        array.push_back({{"fault", engine::names_of(problem.fault).identifier},
-                         {"source", problem.source},
-                         {"line", problem.line},
-                         {"path", problem.path},
-                         {"message", problem.message},
-                         {"hint", problem.hint}});
+    if (!confirmation.rules.empty()) {
+        json["rules"] = confirmation.rules;
     }
-    return array;
+    return json;
 }
 
 Json death(const Outcome &outcome)
@@ -152,6 +170,35 @@ Json explanation(const Outcome &outcome)
 
 } // namespace
 
+Json json_problems(const std::vector<engine::Problem> &found)
+{
+    Json array = Json::array();
+    for (const auto &problem : found) {
+        array.push_back({{"fault", engine::names_of(problem.fault).identifier},
+                         {"source", problem.source},
+                         {"line", problem.line},
+                         {"column", problem.column},
+                         {"path", problem.path},
+                         {"message", problem.message},
+                         {"hint", problem.hint}});
+    }
+    return array;
+}
+
+Json json_skipped(const std::vector<SkippedPart> &skipped)
+{
+    Json array = Json::array();
+    for (const auto &[file, nodes] : skipped) {
+        array.push_back({{"source", file},
+                         {"line", nodes.place.line},
+                         {"column", nodes.place.column},
+                         {"model", nodes.space},
+                         {"name", nodes.name},
+                         {"nodes", nodes.count}});
+    }
+    return array;
+}
+
 Json json_report(const Outcome &outcome, bool with_explanation)
 {
     Json json{{"result", word_for(outcome.result())},
@@ -161,13 +208,27 @@ Json json_report(const Outcome &outcome, bool with_explanation)
         json[outcome.form == ChangeForm::kEdit ? "edit" : "candidate"] = outcome.change;
     }
     json["differs"] = outcome.differs;
+    for (const auto &filter : outcome.only) {
+        json["only"] = {{"rule", filter.rule}, {"path", filter.path}};
+    }
     json["rules-ran"] = outcome.rules();
     json["requests-made"] = outcome.answered();
     json["rejections"] = remarks(outcome, engine::Verdict::kRejected);
     json["warnings"] = remarks(outcome, engine::Verdict::kWarning);
     json["unchecked-links"] = unchecked_links(outcome);
+    if (const auto assumed = assumed_capabilities(outcome); !assumed.empty()) {
+        for (const auto &[name, value] : assumed) {
+            json["assumed"][name] = value;
+        }
+    }
     json["confirmation"] = confirmation(outcome.confirmation);
-    json["problems"] = problems(outcome.problems);
+    json["problems"] = json_problems(outcome.problems);
+    if (!outcome.skipped.empty()) {
+        json["skipped"] = json_skipped(outcome.skipped);
+    }
+    if (outcome.differences) {
+        json["changes"] = json_differences(*outcome.differences);
+    }
     if (outcome.death) {
         json["death"] = death(outcome);
     }

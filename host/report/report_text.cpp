@@ -1,5 +1,6 @@
 #include "report/report_text.h"
 
+#include "report/assumptions.h"
 #include "report/printable.h"
 
 #include <csignal>
@@ -28,20 +29,6 @@ std::vector<std::string> lines_of(const std::string &text)
 std::string plural(std::size_t count, const std::string &noun)
 {
     return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
-}
-
-void print_runs(std::ostream &out, const Outcome &outcome, engine::Verdict verdict,
-                const Style &style)
-{
-    for (const auto &run : outcome.runs) {
-        if (run.answer.verdict != verdict) {
-            continue;
-        }
-        out << "  " << style.strong(printable(run.path)) << " (" << run.rule << ")\n";
-        for (const auto &line : lines_of(text_of(run.answer))) {
-            out << "    " << printable(line) << '\n';
-        }
-    }
 }
 
 void print_plugin_output(std::ostream &out, const std::string &output)
@@ -74,6 +61,9 @@ std::string cause_of(const Death &death)
 
 std::string accepted_sentence(const Outcome &outcome)
 {
+    if (!outcome.only.empty()) {
+        return "No objection (" + plural(outcome.answered(), "request") + ").";
+    }
     std::string text = outcome.confirmation.needed ? "Accepted after confirmation. " : "Accepted. ";
     if (!outcome.differs) {
         text += "The candidate does not differ from the running configuration. ";
@@ -85,12 +75,19 @@ std::string accepted_sentence(const Outcome &outcome)
            plural(outcome.answered(), "request") + ").";
 }
 
-std::string not_confirmed_sentence(const Confirmation &confirmation)
+std::string not_confirmed_sentence(const Outcome &outcome)
 {
-    if (confirmation.answer) {
+    if (outcome.confirmation.answer) {
         return "Not confirmed.";
     }
-    return "Not confirmed: nobody answered. Answer beforehand with --yes or --no.";
+    if (outcome.confirmation.rules.empty()) {
+        return "Not confirmed: nobody answered. Answer beforehand with --yes or --no.";
+    }
+    std::string left;
+    for (const auto &rule : outcome.unconfirmed_rules()) {
+        left += (left.empty() ? "" : ", ") + rule;
+    }
+    return "Not confirmed: nobody answered, and --yes does not name " + left + ".";
 }
 
 } // namespace
@@ -125,6 +122,20 @@ const char *words_for(Result result)
     return "unknown";
 }
 
+std::string skipped_text(const engine::SkippedNodes &nodes)
+{
+    return "skipped " + plural(nodes.count, "node") + " of another model, " + nodes.space +
+           (nodes.count == 1 ? ": " : ", beginning with ") + nodes.name;
+}
+
+void print_skipped(std::ostream &out, const std::vector<SkippedPart> &skipped, const Style &style)
+{
+    for (const auto &[file, nodes] : skipped) {
+        out << style.strong(printable(file)) << ':' << nodes.place.line << ':' << nodes.place.column
+            << ": " << printable(skipped_text(nodes)) << '\n';
+    }
+}
+
 std::string sentence(const Death &death)
 {
     std::string text = death.kind == Death::Kind::kTimeout ? "The plug-in was stopped in "
@@ -141,13 +152,7 @@ void print_problems(std::ostream &out, const std::vector<engine::Problem> &probl
                     const Style &style)
 {
     for (const auto &problem : problems) {
-        if (!problem.source.empty()) {
-            out << style.strong(printable(problem.source)) << ':';
-        }
-        if (problem.line != 0) {
-            out << problem.line << ':';
-        }
-        out << (problem.source.empty() && problem.line == 0 ? "" : " ");
+        out << location_text({problem.source, problem.line, problem.column}, style);
         if (!problem.path.empty()) {
             out << printable(problem.path) << ": ";
         }
@@ -158,17 +163,12 @@ void print_problems(std::ostream &out, const std::vector<engine::Problem> &probl
     }
 }
 
-void print_findings(std::ostream &out, const Outcome &outcome, const Style &style)
+void print_findings(std::ostream &out, const Outcome &outcome, const Style &style,
+                    const TextDetail &detail)
 {
     print_problems(out, outcome.problems, style);
-    if (outcome.has(engine::Verdict::kRejected)) {
-        out << style.bad("Objections:") << '\n';
-        print_runs(out, outcome, engine::Verdict::kRejected, style);
-    }
-    if (outcome.has(engine::Verdict::kWarning)) {
-        out << style.warning("Warnings:") << '\n';
-        print_runs(out, outcome, engine::Verdict::kWarning, style);
-    }
+    print_skipped(out, outcome.skipped, style);
+    print_remarks(out, findings_of(outcome), style, detail);
     for (const auto &unchecked : outcome.unchecked_links) {
         out << style.warning("Not covered by a bandwidth check:") << " PON link "
             << printable(unchecked.link) << " has no entry under " << printable(unchecked.missing)
@@ -184,6 +184,16 @@ void print_findings(std::ostream &out, const Outcome &outcome, const Style &styl
 
 void print_conclusion(std::ostream &out, const Outcome &outcome, const Style &style)
 {
+    for (const auto &filter : outcome.only) {
+        out << "Only " << filter.rule << " was asked" << (filter.path.empty() ? "" : " at ")
+            << printable(filter.path) << ": this is no verdict on the change.\n";
+    }
+    const auto assumed = assumed_capabilities(outcome);
+    for (const auto &[name, value] : assumed) {
+        out << (name == assumed.front().first ? "Assumed, because there is no --card: " : ", ")
+            << name << ' ' << value;
+    }
+    out << (assumed.empty() ? "" : ".\n");
     if (outcome.confirmation.by_option) {
         out << "Proceed? [yes,no] " << (*outcome.confirmation.answer ? "yes" : "no") << '\n';
     }
@@ -192,10 +202,13 @@ void print_conclusion(std::ostream &out, const Outcome &outcome, const Style &st
         out << style.good(accepted_sentence(outcome)) << '\n';
         break;
     case Result::kRejected:
-        out << style.bad("Rejected.") << '\n';
+        out << style.bad(outcome.has(engine::Verdict::kRejected)
+                             ? "Rejected."
+                             : "Rejected: warnings count as errors.")
+            << '\n';
         break;
     case Result::kNotConfirmed:
-        out << style.warning(not_confirmed_sentence(outcome.confirmation)) << '\n';
+        out << style.warning(not_confirmed_sentence(outcome)) << '\n';
         break;
     case Result::kNotChecked:
         out << style.bad("Not checked.") << '\n';

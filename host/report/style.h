@@ -11,8 +11,11 @@ namespace host
 
 enum class ColorChoice { kAuto, kAlways, kNever };
 
-/** Whether to use colours; `kAuto` asks for a terminal and respects NO_COLOR. */
+/** Whether to use colours; `kAuto` asks for a terminal and respects NO_COLOR and TERM=dumb. */
 bool wants_color(ColorChoice choice, bool is_terminal);
+
+/** Whether the terminal knows no control sequences (TERM=dumb). */
+bool is_dumb_terminal();
 
 /** Puts a text into a colour, or leaves it alone. */
 class Style

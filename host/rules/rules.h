@@ -18,10 +18,13 @@ struct RuleText {
 };
 
 struct Rule {
-    std::string key; /**< Opaque key in the data model. */
+    std::string key;    /**< Opaque key in the data model. */
+    bool warns = false; /**< What it objects to may be confirmed. */
     std::string guards;
     std::string why;
     std::string reads;
+    /** Capabilities of the card, by their names in its file, that its answers hang on. */
+    std::vector<std::string> capabilities;
     std::vector<RuleText> texts;
 };
 

@@ -1,5 +1,6 @@
 #include "match_overlap_validation.h"
 
+#include <cstdint>
 #include <utility>
 
 // The signatures with texts by value are the published ones.
@@ -23,9 +24,10 @@ std::string MatchOverlapValidation::GetMatchString(const char * /*name*/, std::s
                                                    unsigned int onu, unsigned int gem, int vlan)
 {
     std::string match = std::move(interface);
-    match.append(" ").append(std::to_string(onu));
-    match.append(" ").append(std::to_string(gem));
-    match.append(" ").append(std::to_string(vlan));
+    for (const std::int64_t part : {std::int64_t{onu}, std::int64_t{gem}, std::int64_t{vlan}}) {
+        match += ' ';
+        match += std::to_string(part);
+    }
     return match;
 }
 

@@ -8,15 +8,16 @@ packaging=$1
 shift
 
 # Only where an option is introduced, at the start of a line; texts mention others.
-helped=$({ "$@" --help; for command in check audit points generate; do "$@" "$command" --help; done; } |
+helped=$({ "$@" --help; for command in check diff audit points generate; do "$@" "$command" --help; done; } |
     grep -oE '^ +(-[a-z],)?--[a-z-]+' | grep -oE -- '--[a-z-]+' | sort -u)
 [ "$(wc -l <<< "$helped")" -gt 20 ] || { echo "--help tells too few options: $helped"; exit 1; }
 
 status=0
+# Not behind a pipe: there the status would be that of a shell of its own.
 compare() {
-    diff -u --label "--help" <(echo "$helped") --label "$1" <(sort -u) || status=1
+    diff -u --label "--help" <(echo "$helped") --label "$1" <(sort -u <<< "$2") || status=1
 }
-sed 's/\\-/-/g' "$packaging/gpon-validate.1" | grep -oE -- '--[a-z]+(-[a-z]+)*' | compare "man page"
-grep -oE -- '(^|[ "])--[a-z]+(-[a-z]+)*' "$packaging/gpon-validate.bash" | grep -oE -- '--[a-z-]+' | compare "completion"
+compare "man page" "$(sed 's/\\-/-/g' "$packaging/gpon-validate.1" | grep -oE -- '--[a-z]+(-[a-z]+)*')"
+compare "completion" "$(grep -oE -- '(^|[ "])--[a-z]+(-[a-z]+)*' "$packaging/gpon-validate.bash" | grep -oE -- '--[a-z-]+')"
 echo "$(wc -l <<< "$helped") options compared."
 exit $status

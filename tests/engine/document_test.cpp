@@ -1,4 +1,5 @@
 /** What a text may contain, read as a configuration and as an edit. */
+#include "engine/data/encoding.h"
 #include "engine/data/error.h"
 #include "engine/edit/edit.h"
 #include "support/card_xml.h"
@@ -82,6 +83,87 @@ TEST(Document, TakesWhatXmlAndJsonAllow)
     }
 }
 
+/** Of what stands around the data, and of other encodings: where a fault is does not change. */
+TEST(Document, ReadsWhatStandsAroundTheData)
+{
+    const auto nc = [](const std::string &name, const std::string &inside) {
+        return "<n:" + name + " xmlns:n='urn:ietf:params:xml:ns:netconf:base:1.0'>" + inside +
+               "</n:" + name + ">";
+    };
+    const auto utf16 = [](const std::string &text) {
+        std::string wide = "\xFE\xFF";
+        for (const char c : text) {
+            wide += {'\0', c};
+        }
+        return wide;
+    };
+    const std::string data = described("a", "speed='1'");
+    const std::string json = described_json("a", ",\"@\":{\"speed\":1}");
+    struct Row {
+        std::string text;
+        bool is_edit;
+        unsigned line;
+    };
+    const Row rows[] = {
+        {nc("config", data), true, 2},
+        {nc("rpc", "\n" + nc("edit-config", nc("target", "<b/>") + nc("config", data))), true, 3},
+        {"<rpc a='b'><edit-config><config>" + data + "</config></edit-config></rpc>", true, 2},
+        {nc("data", "\n<x xmlns='urn:x'>\n</x>" + data) + "\n]]>]]>\n", false, 4},
+        {"<data xmlns='urn:ietf:params:xml:ns:yang:ietf-restconf'>" + data + "</data>", false, 2},
+        {"{\"data\":{\"x:y\":[\n{}],\"x:z\":1 ,\n" + json.substr(1) + "}", false, 5},
+        {"{\"ietf-netconf:rpc\":{\"edit-config\":{\"config\":" + json + "}}}", true, 3},
+        {utf16("<?xml version='1.0' encoding='UTF-16'?>\n" + data), true, 3},
+        {"<?xml version='1.0' encoding='iso-8859-1'?>" + described("\xE4", "speed='1'"), true, 2},
+    };
+    for (const auto &[text, is_edit, line] : rows) {
+        SCOPED_TRACE(text);
+        engine::Source source{"test.xml", text, {true, ""}};
+        engine::convert_to_utf8(source);
+        const auto problems = problems_of(
+            [&](const std::string &) {
+                is_edit ? engine::apply_edit(checked_config(""), source)
+                        : Datastore::parse(schema(), source);
+            },
+            text);
+        ASSERT_THAT(problems, SizeIs(1));
+        EXPECT_THAT(problems[0].message, HasSubstr("speed"));
+        EXPECT_EQ(problems[0].line, line);
+    }
+}
+
+TEST(Document, RefusesWhatItWouldHaveToIgnoreAroundTheData)
+{
+    const std::string edit = "<edit-config xmlns='urn:ietf:params:xml:ns:netconf:base:1.0'>";
+    const std::string data = "<config>" + described("a") + "</config>";
+    const struct {
+        std::string text, message;
+    } rows[] = {
+        {edit + data + "<config/></edit-config>", "A second config"},
+        {edit + "<confirmed/>" + data + "</edit-config>", "Unknown element confirmed"},
+        {edit + "<config xmlns='urn:olt:gpon:base'/></edit-config>",
+         "Unknown element config of urn:olt:gpon:base"},
+        {edit + "<target/></edit-config>", "There is no config"},
+        {edit + "text" + data + "</edit-config>", "Text beside the data"},
+        {edit + "<test-option>maybe</test-option>" + data + "</edit-config>",
+         "Invalid test-option maybe"},
+        {edit + data + "</edit-config>" + edit + data + "</edit-config>",
+         "junk after document element"},
+        {"<config>" + described("a") + "</config>", "Missing XML namespace"},
+        {"<data>" + described("a") + "</data>", "data holds a whole configuration"},
+        {"{\"data\":" + described_json("a") + "}", "data holds a whole configuration"},
+        {"{\"edit-config\":{\"config\":[]}}", "config is not an array"},
+        {"{\"edit-config\":{\"config\":1}}", "config is not an object"},
+        {"{\"edit-config\":{\"default-operation\":1,\"config\":{}}}", "Invalid default-operation"},
+        {"{\"config\":{\"x:y\":1}}", "Node of another model, x"},
+        {"{\"ietf-netconf:get\":{}}", "Unknown element get"},
+    };
+    for (const auto &[text, message] : rows) {
+        const auto problems = problems_of(edited, text);
+        ASSERT_FALSE(problems.empty()) << text;
+        EXPECT_THAT(problems[0].message, HasSubstr(message)) << text;
+    }
+}
+
 /** What was left out takes no line away, and adds none. */
 TEST(Document, TellsLinesOfTheText)
 {
@@ -109,48 +191,49 @@ TEST(Document, RefusesWhatWouldBeIgnored)
         "<config a='b' xmlns='urn:ietf:params:xml:ns:netconf:base:1.0'>" + described("a");
     const struct {
         std::string text;
-        unsigned line;
+        unsigned line, column;
         std::string path, message;
     } rows[] = {
         // Behind the data.
-        {described("a") + "\n\0 "s, 4, "", "NUL byte in column 1"},
-        {described("a\0b"s), 3, "", "NUL byte in column 15"},
-        {described_json("a") + "\n \0"s, 4, "", "NUL byte in column 2"},
-        {described_json("a") + "\n{}", 4, "", "Text behind the end of the data in column 1"},
-        {described_json("\xC3\xA4") + " x", 3, "", "Text behind the end of the data in column 24"},
+        {described("a") + "\n\0 "s, 4, 1, "", "NUL byte"},
+        {described("a\0b"s), 3, 15, "", "NUL byte"},
+        {described_json("a") + "\n \0"s, 4, 2, "", "NUL byte"},
+        {described_json("a") + "\n{}", 4, 1, "", "Text behind the end of the data"},
+        {described_json("\xC3\xA4") + " x", 3, 24, "", "Text behind the end of the data"},
         // Attributes and metadata.
-        {described("a", "operation='delete'"), 2, "/config/interface", "attribute operation"},
-        {described("a", "\nyang:operation\n=\n'delete'"), 3, "/config/interface",
+        {described("a", "operation='delete'"), 2, 12, "/config/interface", "attribute operation"},
+        {described("a", "\nyang:operation\n=\n'delete'"), 3, 1, "/config/interface",
          "attribute yang:operation"},
-        {described("a", "xml:base='b'"), 2, "/config/interface", "attribute xml:base"},
-        {described("a", "xmlns:x='urn:x' x:y='1'"), 2, "/config/interface", "attribute x:y"},
-        {described_json("a", ",\"@description\":{\"yang:operation\":\"delete\"}"), 3,
+        {described("a", "xml:base='b'"), 2, 12, "/config/interface", "attribute xml:base"},
+        {described("a", "xmlns:x='urn:x' x:y='1'"), 2, 28, "/config/interface", "attribute x:y"},
+        {described_json("a", ",\"@description\":{\"yang:operation\":\"delete\"}"), 3, 35,
          link + "/description", "metadata yang:operation"},
-        {described_json("a", ",\n\"\\u0040\":{\"operation\":\"delete\"}"), 4, link,
+        {described_json("a", ",\n\"\\u0040\":{\"operation\":\"delete\"}"), 4, 11, link,
          "metadata operation"},
-        {wrapped + "</config>", 1, "", "attribute a"},
+        {wrapped + "</config>", 1, 9, "", "attribute a"},
         // Not a text, or not in UTF-8.
-        {described("\xE4"), 3, "", "Not UTF-8: byte 0xE4 in column 14"},
-        {described("\xC3\xA4\xED\xA0\x80"), 3, "", "Not UTF-8: byte 0xED in column 15"},
-        {described_json("\xC0\x80"), 3, "", "Not UTF-8: byte 0xC0 in column 16"},
-        {described("a\xF0\x9F\x98"), 3, "", "Not UTF-8: byte 0xF0 in column 15"},
-        {"\xFF\xFE<\0"s, 1, "", "UTF-16"},
-        {"<\0c\0"s, 1, "", "UTF-16"},
-        {"<?xml version='1.0' encoding='ISO-8859-1'?>\n" + described("\xC3\xA4"), 1, "",
+        {described("\xE4"), 3, 14, "", "Not UTF-8: byte 0xE4"},
+        {described("\xC3\xA4\xED\xA0\x80"), 3, 15, "", "Not UTF-8: byte 0xED"},
+        {described_json("\xC0\x80"), 3, 16, "", "Not UTF-8: byte 0xC0"},
+        {described("a\xF0\x9F\x98"), 3, 15, "", "Not UTF-8: byte 0xF0"},
+        {"\xFF\xFE<\0"s, 1, 1, "", "UTF-16"},
+        {"<\0c\0"s, 1, 1, "", "UTF-16"},
+        {"<?xml version='1.0' encoding='ISO-8859-1'?>\n" + described("\xC3\xA4"), 1, 1, "",
          "encoding ISO-8859-1"},
-        {"<!DOCTYPE config [<!ENTITY a 'b'>]>\n" + described("&a;"), 1, "", "DOCTYPE"},
-        {described("<!-- -->&b;"), 3, "", "column 22: undefined entity"},
-        {described("<!-- --></b>"), 3, "", "column 24: mismatched tag"},
-        {described_json("a", ",\n\"@\":{]}"), 4, "", "Malformed JSON in column 6"},
-        {described_json("\\ud83d\\n"), 3, "", "Half of a surrogate pair in column 16"},
-        {described_json("\n \\udc00"), 4, "", "Half of a surrogate pair in column 2"},
+        {"<!DOCTYPE config [<!ENTITY a 'b'>]>\n" + described("&a;"), 1, 18, "", "DOCTYPE"},
+        {described("<!-- -->&b;"), 3, 22, "", "undefined entity"},
+        {described("<!-- --></b>"), 3, 24, "", "mismatched tag"},
+        {described_json("a", ",\n\"@\":{]}"), 4, 6, "", "Malformed JSON"},
+        {described_json("\\ud83d\\n"), 3, 16, "", "Half of a surrogate pair"},
+        {described_json("\n \\udc00"), 4, 2, "", "Half of a surrogate pair"},
     };
-    for (const auto &[text, line, path, message] : rows) {
+    for (const auto &[text, line, column, path, message] : rows) {
         SCOPED_TRACE(text);
         for (const auto &problems : {problems_of(parse, text), problems_of(edited, text)}) {
             ASSERT_FALSE(problems.empty());
             EXPECT_EQ(problems[0].source, "test.xml");
             EXPECT_EQ(problems[0].line, line);
+            EXPECT_EQ(problems[0].column, column);
             EXPECT_EQ(problems[0].path, path);
             EXPECT_THAT(problems[0].message, HasSubstr(message));
         }

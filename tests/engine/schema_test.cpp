@@ -59,6 +59,12 @@ TEST(Schema, GivesEachLeafTheTypeOfTheClientInterface)
     const auto *profile = node_at({"profile", "gpon", "tr069-acs-profile"});
     EXPECT_TRUE(profile->child("password")->type_storage.encrypted);
     EXPECT_FALSE(profile->child("url")->type_storage.encrypted);
+    const auto *onu = node_at({"interface", "gpon", "onu"});
+    EXPECT_TRUE(is_secret(*profile->child("password")));
+    EXPECT_TRUE(is_secret(*node_at({"interface", "gpon", "onu", "auth-method", "password"})))
+        << "a plain text";
+    EXPECT_FALSE(is_secret(*onu->child("onu-id")));
+    EXPECT_FALSE(is_secret(*node_at({"gpon", "onu-auth-method"})));
     const auto *mapping = node_at({"profile", "gpon", "service-profile", "vlan-mapping"});
     const auto *ethernet = mapping->child("uni")->child("ethernet");
     EXPECT_EQ(ethernet->info.shallow_type, C_LIST);

@@ -6,8 +6,8 @@
 # GPON_VALIDATE may be several words: an emulator, its options, and the program.
 # The folder holds README (why the case matters), expected.txt (stdout, then `exit N`), and one of
 # change.xml, change.json, candidate.xml, overbook.xml; running.xml and card.json stand there or in the folder
-# above. `arguments` may hold further words of the command line, and `stdin` what the program reads. With --update
-# expected.txt is written instead of compared.
+# above. `command` may name another command than check, `arguments` hold further words of the command line, and
+# `stdin` what the program reads. With --update expected.txt is written instead of compared.
 set -uo pipefail
 
 update=no
@@ -38,11 +38,12 @@ inherited() {
 
 command_words() {
   words=(check)
+  [ -f command ] && words=("$(< command)")
   local running card
   running=$(inherited running.xml)
   card=$(inherited card.json)
   [ -n "$running" ] && words+=(--running "$running")
-  [ -n "$card" ] && words+=(--card "$card")
+  [ -n "$card" ] && [ "${words[0]}" = check ] && words+=(--card "$card")
   local inputs=${#words[@]}
   if [ -f candidate.xml ]; then
     words+=(candidate.xml)

@@ -10,9 +10,15 @@ using CommandLine = ProgramTest;
 TEST_F(CommandLine, IsRefusedWithExitCode3)
 {
     const std::pair<std::vector<std::string>, const char *> refusals[] = {
-        {{}, "A command: check, audit, points or generate is required"},
-        {{"chekc"}, "The following argument was not expected: chekc"},
-        {{"check", "--runing", "a"}, "--runing"},
+        {{}, "A command: check, diff, audit, points or generate is required"},
+        {{"chekc"}, "chekc is no command\ndid you mean check?"},
+        {{"check", "--runing", "a", "--edit", "b"}, "did you mean --running?"},
+        {{"check", "--quite-another", "a"}, "is no option of gpon-validate check\nSee "},
+        {{"check", "a", "--yes=onu_snmp_rt_warn,vlan_limit_chekc"}, "mean vlan_limit_check?"},
+        {{"check", "a", "--yes", "--warnings-as-errors"}, "excludes"},
+        {{"check", "--rule", "vlan_limit_check", "a"}, "a is no path of the card"},
+        {{"check", "--edit", "a", "--in-turn", "--rule", "vlan_limit_check"}, "excludes"},
+        {{"check", "a", "--config", "/nowhere.toml"}, "/nowhere.toml was not readable"},
         {{"check"}, "A configuration"},
         {{"check", "--edit", "a", "b"}, "excludes"},
         {{"check", "--edits", "a", "b"}, "excludes"},
@@ -33,6 +39,11 @@ TEST_F(CommandLine, IsRefusedWithExitCode3)
         {{"check", "a", "--card", ""}, "--card: no file"},
         {{"check", "a", "--plugin", ""}, "--plugin: no file"},
         {{"check", "a", "--trace", "fine", "--trace-file", ""}, "--trace-file: no file"},
+        {{"check", "--running", "-", "--edit", "-"}, "only one input can be stdin"},
+        {{"check", "-", "--card", "-"}, "only one input can be stdin"},
+        {{"check", "a", "--default-operation", "create"}, "create is none of merge, replace, none"},
+        {{"diff"}, "A change: --edit or CANDIDATE"},
+        {{"diff", "a", "--format", "xml"}, "--format requires --output"},
         {{"generate", "-o", ""}, "--output: no file"},
         {{"generate", "--card", ""}, "--card: no file"},
         {{"generate", "--seed", "0x8"}, "--seed"},
@@ -40,7 +51,7 @@ TEST_F(CommandLine, IsRefusedWithExitCode3)
         {{"generate", "--onus", "0"}, "--onus"},
         {{"generate", "--links", "1", "--onus", "1", "--service-ports", "3501"}, "no room"},
         {{"generate", "-o", "/proc/card.xml"}, "/proc/card.xml"},
-        {{"points", "bw_check"}, "no rule has the key bw_check"},
+        {{"points", "bw_check"}, "no rule has the key bw_check\n`gpon-validate points` lists"},
     };
     for (const auto &[words, complaint] : refusals) {
         SCOPED_TRACE(testing::PrintToString(words));
@@ -48,6 +59,22 @@ TEST_F(CommandLine, IsRefusedWithExitCode3)
         EXPECT_EQ(done.code, 3) << done;
         EXPECT_THAT(done.err, HasSubstr(complaint));
         EXPECT_EQ(done.out, "");
+    }
+}
+
+TEST_F(CommandLine, TakesDefaultsFromAFile)
+{
+    const std::pair<std::string, const char *> files[] = {
+        {"[check]\ncard = \"nowhere.json\"\n", "nowhere.json: "},
+        {"[check]\nyes = \"vlan_limit\"\n", "no rule has the key vlan_limit"},
+        {"[check]\ncrad = \"card.json\"\n", "check.crad"},
+        {"[chekc]\n", "chekc"}};
+    for (const auto &[text, complaint] : files) {
+        SCOPED_TRACE(text);
+        const std::string defaults = file("defaults.toml", text);
+        const ProgramRun done = run({"check", "--config", defaults, "--running", "/dev/null"});
+        EXPECT_EQ(done.code, 3) << done;
+        EXPECT_THAT(done.out + done.err, HasSubstr(complaint));
     }
 }
 

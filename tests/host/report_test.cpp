@@ -121,7 +121,9 @@ TEST(Result, IsTheWorstThatHappened)
     EXPECT_EQ(exit_code(outcome), 3) << "nothing was completed";
     outcome.completed = true;
     outcome.runs = {run_of("small", "", Verdict::kWarning)};
-    outcome.confirmation = {true, true, false};
+    outcome.confirmation.rules = {"other"};
+    EXPECT_EQ(exit_code(outcome), 2) << "of another rule's warning nothing was confirmed";
+    outcome.confirmation.rules = {"small"};
     EXPECT_EQ(exit_code(outcome), 0);
     outcome.runs.push_back(run_of("small", "", Verdict::kRejected));
     EXPECT_EQ(exit_code(outcome), 1);

@@ -19,12 +19,14 @@ void free_input(ly_in *input)
 
 } // namespace
 
-Document::Document(const Source &source, Content content)
-    : m_source(source), m_format(format_of(source.text)), m_text(without_mark(source.text))
+Document::Document(const Schema &schema, const Source &source, Content content)
+    : m_source(source), m_format(format_of(source.text)), m_envelope(source, content),
+      m_text(without_mark(source.text))
 {
     require_utf8(source);
-    auto normalised = m_format == Format::kJson ? normalise_json(source, m_text, content)
-                                                : normalise_xml(source, m_text, content);
+    const RawText raw{schema, source, m_text, content};
+    auto normalised = m_format == Format::kJson ? normalise_json(raw, m_envelope)
+                                                : normalise_xml(raw, m_envelope);
     if (normalised) {
         m_normalised = std::move(*normalised);
         m_text = m_normalised;
@@ -50,11 +52,16 @@ LY_ERR Document::parse(const ly_ctx *context, std::uint32_t options, lyd_node *&
         const auto place = place_of(m_text, behind);
         lyd_free_all(std::exchange(root, nullptr));
         throw InputError(
-            {{Fault::kMalformed, m_source.name, place.line, "",
-              "Text behind the end of the data in column " + std::to_string(place.column),
-              "a file holds one configuration or edit"}});
+            {{Fault::kMalformed, m_source.name, place.line, "", "Text behind the end of the data",
+              "a file holds one configuration or edit", static_cast<unsigned>(place.column)}});
     }
     return result;
+}
+
+std::vector<SkippedNodes> skipped_nodes(const Schema &schema, const Source &source, Content content)
+{
+    return source.reading.skip_foreign ? Document(schema, source, content).envelope().skipped()
+                                       : std::vector<SkippedNodes>();
 }
 
 } // namespace engine

@@ -13,6 +13,7 @@ enum class Fault {
     kMalformed,         /**< Text that is no XML or JSON, or not one document. */
     kNoConfiguration,   /**< A document without a configuration, or an edit, in it. */
     kUnknownNode,       /**< A name that the model does not know there. */
+    kForeignNode,       /**< A node of another model. */
     kInvalidValue,      /**< A value that the type does not take. */
     kUnknownAttribute,  /**< An attribute or metadata that means nothing to us. */
     kInvalidAttribute,  /**< An operation or a place that an edit cannot ask for. */
@@ -36,6 +37,7 @@ enum class Fault {
 struct FaultNames {
     const char *identifier; /**< In reports, such as `unknown-node`; it never changes. */
     const char *error_tag;  /**< Of NETCONF (RFC 6241, appendix A). */
+    const char *sentence;   /**< What such an input is, for people. */
 };
 
 FaultNames names_of(Fault fault);

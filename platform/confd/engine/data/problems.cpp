@@ -1,6 +1,7 @@
 #include "engine/data/problems.h"
 
 #include "engine/data/allowed_values.h"
+#include "engine/data/closest_name.h"
 #include "engine/data/path.h"
 
 #include <algorithm>
@@ -30,6 +31,14 @@ std::string quoted_after(const std::string &text, const std::string &marker)
     return text.substr(begin, end - begin);
 }
 
+/** The first name that libyang puts into quotes; empty when there is none. */
+std::string quoted_name(const std::string &text)
+{
+    const auto begin = text.find('"') + 1;
+    const auto end = begin != 0 ? text.find('"', begin) : std::string::npos;
+    return end != std::string::npos ? text.substr(begin, end - begin) : "";
+}
+
 /** The schema node of a data path, whose keys do not matter; null at the root or when unknown. */
 const SchemaNode *schema_of(const Schema &schema, const std::string &data_path)
 {
@@ -54,7 +63,8 @@ const SchemaNode *schema_of(const Schema &schema, const std::string &data_path)
 }
 
 /** Only what was read from a file has a line; then a fault of a leaf is one of its value. */
-std::string hint_for(const Schema &schema, const FaultLocation &location, Fault fault)
+std::string hint_for(const Schema &schema, const FaultLocation &location, Fault fault,
+                     const std::string &message)
 {
     if (location.line == 0) {
         return {};
@@ -70,7 +80,7 @@ std::string hint_for(const Schema &schema, const FaultLocation &location, Fault 
         return hint_of_values(*node);
     }
     if (fault == Fault::kUnknownNode) {
-        return hint_of_names(*node);
+        return hint_of_names(*node, quoted_name(message));
     }
     // A node that holds no value has none of its own that could be wrong: it is an attribute's.
     return fault == Fault::kInvalidValue
@@ -167,7 +177,7 @@ Problem problem_of(const Schema &schema, const ly_err_item &item, const std::str
     problem.line = location.line;
     problem.path = brace_path(location.data.empty() ? location.schema : location.data);
     problem.message = item.msg != nullptr ? item.msg : "Invalid data";
-    problem.hint = hint_for(schema, location, problem.fault);
+    problem.hint = hint_for(schema, location, problem.fault, problem.message);
     return problem;
 }
 
@@ -193,13 +203,16 @@ std::string hint_of_values(const SchemaNode &leaf)
     return allowed.empty() ? "" : "allowed: " + allowed;
 }
 
-std::string hint_of_names(const SchemaNode &above)
+std::string hint_of_names(const SchemaNode &above, const std::string &written)
 {
-    std::string names;
+    std::vector<std::string> names;
+    std::string list;
     for (const auto *child = above.first_child(); child != nullptr; child = child->next_sibling()) {
-        names += (names.empty() ? "known here: " : ", ") + child->name;
+        names.push_back(child->name);
+        list += (list.empty() ? "known here: " : ", ") + child->name;
     }
-    return names;
+    const auto meant = did_you_mean(written, names);
+    return meant + (meant.empty() || list.empty() ? "" : " ") + list;
 }
 
 std::string root_hint(const Schema &schema)

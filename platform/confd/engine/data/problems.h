@@ -46,7 +46,7 @@ std::vector<Problem> take_problems(const Schema &schema, const std::string &sour
 std::string hint_of_values(const SchemaNode &leaf);
 
 /** Hint for one who wrote a name that is not known below this node. */
-std::string hint_of_names(const SchemaNode &above);
+std::string hint_of_names(const SchemaNode &above, const std::string &written);
 
 /** How a configuration begins, for the one who gave something else. */
 std::string root_hint(const Schema &schema);

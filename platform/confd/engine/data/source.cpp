@@ -1,5 +1,6 @@
 #include "engine/data/source.h"
 
+#include "engine/data/encoding.h"
 #include "engine/data/error.h"
 
 #include <fcntl.h>
@@ -21,13 +22,13 @@ namespace
 {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-constexpr const char *kFileHint = "a file with a configuration or an edit is required";
-constexpr const char *kEncodingHint = "save the file as UTF-8";
+constexpr const char *kFileHint = "a file is required";
 
-[[noreturn]] void fail(Fault fault, const std::string &source, unsigned line,
+[[noreturn]] void fail(Fault fault, const std::string &source, const TextPlace &place,
                        const std::string &message, const std::string &hint)
 {
-    throw InputError({{fault, source, line, "", message, hint}});
+    throw InputError(
+        {{fault, source, place.line, "", message, hint, static_cast<unsigned>(place.column)}});
 }
 
 class FileDescriptor
@@ -38,7 +39,7 @@ public:
         : m_fd(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC))
     {
         if (m_fd < 0) {
-            fail(Fault::kUnreadable, path, 0, std::strerror(errno), kFileHint);
+            fail(Fault::kUnreadable, path, kNowhere, std::strerror(errno), kFileHint);
         }
     }
     ~FileDescriptor() { ::close(m_fd); }
@@ -71,6 +72,7 @@ public:
         reserve();
         while (read_chunk()) {
         }
+        convert_to_utf8(m_source);
         return std::move(m_source);
     }
 
@@ -80,13 +82,13 @@ private:
     void wait() const;
     [[noreturn]] void fail_for(int error) const
     {
-        fail(Fault::kUnreadable, m_source.name, 0, std::strerror(error), kFileHint);
+        fail(Fault::kUnreadable, m_source.name, kNowhere, std::strerror(error), kFileHint);
     }
     void require_size(std::size_t bytes) const
     {
         if (bytes > m_limits.max_bytes) {
-            fail(Fault::kTooLarge, m_source.name, 0, "Larger than " + size_text(m_limits.max_bytes),
-                 "");
+            fail(Fault::kTooLarge, m_source.name, kNowhere,
+                 "Larger than " + size_text(m_limits.max_bytes), "");
         }
     }
 
@@ -124,7 +126,7 @@ bool FileReader::read_chunk()
     const auto length = static_cast<std::size_t>(count);
     require_size(m_source.text.size() + length);
     m_source.text.append(m_chunk.data(), length);
-    if (std::memchr(m_chunk.data(), '\0', length) != nullptr) {
+    if (std::memchr(m_chunk.data(), '\0', length) != nullptr && !is_wide(m_source.text)) {
         require_utf8(m_source); // Throws, since a NUL is in it: a device may have no end.
     }
     return length > 0;
@@ -140,7 +142,7 @@ void FileReader::wait() const
     }
     if (count == 0) {
         const auto waited = std::chrono::duration_cast<std::chrono::seconds>(m_limits.idle_timeout);
-        fail(Fault::kUnreadable, m_source.name, 0,
+        fail(Fault::kUnreadable, m_source.name, kNowhere,
              "No data for " + std::to_string(waited.count()) + " s", "nobody writes to this pipe");
     }
 }
@@ -200,9 +202,8 @@ std::size_t find_not_utf8(std::string_view text)
 
 bool is_utf16(std::string_view text)
 {
-    const auto mark = text.substr(0, 2);
     const bool has_nul = text.size() >= 2 && (text[0] == '\0') != (text[1] == '\0');
-    return mark == "\xFF\xFE" || mark == "\xFE\xFF" || has_nul;
+    return is_wide(text) || has_nul;
 }
 
 } // namespace
@@ -247,19 +248,17 @@ void require_utf8(const Source &source)
         return;
     }
     if (is_utf16(text)) {
-        fail(Fault::kMalformed, source.name, 1, "The text is UTF-16", kEncodingHint);
+        fail(Fault::kMalformed, source.name, TextPlace{}, "The text is UTF-16", kEncodingHint);
     }
     const auto place = place_of(text, fault);
-    const std::string column = " in column " + std::to_string(place.column);
     if (fault == nul) {
-        fail(Fault::kMalformed, source.name, place.line, "NUL byte" + column,
-             "the file is not a text");
+        fail(Fault::kMalformed, source.name, place, "NUL byte", "the file is not a text");
     }
     std::array<char, 8> byte{};
     std::snprintf(byte.data(), byte.size(), "0x%02X",
                   static_cast<unsigned>(static_cast<unsigned char>(text[fault])));
-    fail(Fault::kMalformed, source.name, place.line,
-         "Not UTF-8: byte " + std::string(byte.data()) + column, kEncodingHint);
+    fail(Fault::kMalformed, source.name, place, "Not UTF-8: byte " + std::string(byte.data()),
+         kEncodingHint);
 }
 
 } // namespace engine

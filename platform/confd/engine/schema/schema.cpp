@@ -4,6 +4,20 @@
 
 namespace engine
 {
+namespace
+{
+
+bool is_encrypted(const confd_type &type)
+{
+    return type.encrypted || std::any_of(type.members.begin(), type.members.end(), is_encrypted);
+}
+
+bool ends_with(std::string_view text, std::string_view end)
+{
+    return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
+}
+
+} // namespace
 
 const SchemaNode *SchemaNode::child(std::string_view child_name) const
 {
@@ -60,6 +74,12 @@ const char *Schema::name_of(std::uint32_t tag) const
 {
     const auto found = m_names.find(tag);
     return found != m_names.end() ? found->second.c_str() : nullptr;
+}
+
+bool is_secret(const SchemaNode &node)
+{
+    const confd_type &type = node.type_storage;
+    return is_encrypted(type) || (type.vtype == C_BUF && ends_with(node.name, "password"));
 }
 
 const SchemaNode *shared_by(const ValidationPoint &point, const Dependency &dependency)

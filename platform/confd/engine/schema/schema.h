@@ -132,6 +132,16 @@ struct SchemaNode : confd_cs_node {
     std::string path() const;
 };
 
+/**
+ * Whether what a leaf or leaf-list holds must not be shown: texts that are stored encrypted, and
+ * those whose name says that they are a password, such as that of an ONU, which a model keeps as it
+ * is.
+ */
+bool is_secret(const SchemaNode &node);
+
+/** What stands in place of a secret value. */
+inline constexpr const char *kMaskedValue = "***";
+
 /** What a model demands, as far as it does not stand at its nodes. */
 struct ModelRules {
     /**
