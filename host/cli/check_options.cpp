@@ -68,16 +68,6 @@ void take_yes(const std::string &given, CheckOptions &options)
 
 void add_check_switches(CLI::App &app, CheckOptions &options)
 {
-    auto *yes = app.add_flag("--yes", options.yes,
-                             "Confirm all warnings; with --yes=RULE,... only those of these rules")
-                    ->each([&options](const std::string &given) { take_yes(given, options); });
-    app.add_flag_callback(
-           "--no", [&options] { options.answer = false; }, "Confirm no warning")
-        ->excludes(yes);
-    app.add_flag("--warnings-as-errors", options.warnings_as_errors,
-                 "A warning rejects the change, and nobody is asked")
-        ->excludes(yes);
-    app.add_flag("--all", options.all, "Show every objection, not the first one only");
     app.add_flag("--explain", options.explain,
                  "Show which rules ran, why, what they read, and how long everything took");
     app.add_flag("--calls", options.calls, "As --explain, with each rule's client calls by name");
@@ -96,7 +86,35 @@ void add_check_switches(CLI::App &app, CheckOptions &options)
                  "kills it kills this program");
 }
 
-void add_check_limits(CLI::App &app, CheckOptions &options)
+void add_traces(CLI::App &app, CheckOptions &options)
+{
+    auto *trace = add_choice(
+        app, "--trace", kTraceLevels, [&options](int level) { options.trace_level = level; },
+        "Write the plug-in's traces from this level up: fine (10), progress (11), decisions (12)");
+    trace->type_name("LEVEL");
+    app.add_option("--trace-file", options.trace_file, "Where to write them instead of to stderr")
+        ->type_name("FILE")
+        ->check(file_name())
+        ->needs(trace);
+}
+
+} // namespace
+
+void add_answers(CLI::App &app, CheckOptions &options)
+{
+    auto *yes = app.add_flag("--yes", options.yes,
+                             "Confirm all warnings; with --yes=RULE,... only those of these rules")
+                    ->each([&options](const std::string &given) { take_yes(given, options); });
+    app.add_flag_callback(
+           "--no", [&options] { options.answer = false; }, "Confirm no warning")
+        ->excludes(yes);
+    app.add_flag("--warnings-as-errors", options.warnings_as_errors,
+                 "A warning rejects the change, and nobody is asked")
+        ->excludes(yes);
+    app.add_flag("--all", options.all, "Show every objection, not the first one only");
+}
+
+void add_limits(CLI::App &app, CheckOptions &options)
 {
     constexpr int kLongestTimeout = 1000000;
     app.add_option_function<int>(
@@ -112,21 +130,15 @@ void add_check_limits(CLI::App &app, CheckOptions &options)
                    "given)")
         ->transform(CLI::AsSizeValue(false))
         ->type_name("SIZE");
-    auto *trace = add_choice(
-        app, "--trace", kTraceLevels, [&options](int level) { options.trace_level = level; },
-        "Write the plug-in's traces from this level up: fine (10), progress (11), decisions (12)");
-    trace->type_name("LEVEL");
-    app.add_option("--trace-file", options.trace_file, "Where to write them instead of to stderr")
-        ->type_name("FILE")
-        ->check(file_name())
-        ->needs(trace);
+}
+
+void add_color(CLI::App &app, CheckOptions &options)
+{
     add_choice(
         app, "--color", kColors, [&options](ColorChoice choice) { options.color = choice; },
         "Colours: auto (on a terminal, unless NO_COLOR is set), always, never")
         ->type_name("WHEN");
 }
-
-} // namespace
 
 void add_check(CLI::App &program, CheckOptions &options)
 {
@@ -134,8 +146,11 @@ void add_check(CLI::App &program, CheckOptions &options)
         program.add_subcommand("check", "Check a change against the data model and all rules");
     app->footer(std::string(kCheckExamples) + kExitCodes);
     add_check_inputs(*app, options);
+    add_answers(*app, options);
     add_check_switches(*app, options);
-    add_check_limits(*app, options);
+    add_limits(*app, options);
+    add_traces(*app, options);
+    add_color(*app, options);
 }
 
 } // namespace host

@@ -53,6 +53,13 @@ struct CheckOptions {
     bool is_series() const { return edits.size() > 1 || !edits_from.empty() || in_turn; }
 };
 
+/** --yes, --no, --warnings-as-errors and --all. */
+void add_answers(CLI::App &app, CheckOptions &options);
+/** --timeout and --max-size. */
+void add_limits(CLI::App &app, CheckOptions &options);
+/** --color. */
+void add_color(CLI::App &app, CheckOptions &options);
+
 /** Adds the command with its options. */
 void add_check(CLI::App &program, CheckOptions &options);
 

@@ -3,6 +3,7 @@
 #include "report/report_text.h"
 #include "rules/rules.h"
 
+#include <algorithm>
 #include <string_view>
 
 namespace host
@@ -27,6 +28,18 @@ bool fits(std::string_view pattern, std::string_view text)
         }
     }
     return false;
+}
+
+/** Null: no text of the rule fits. */
+const RuleText *find_text(const std::string &rule, const std::string &text)
+{
+    const Rule *known = find_rule(rule);
+    if (known == nullptr) {
+        return nullptr;
+    }
+    const auto said = std::find_if(known->texts.begin(), known->texts.end(),
+                                   [&](const RuleText &each) { return fits(each.text, text); });
+    return said != known->texts.end() ? &*said : nullptr;
 }
 
 Finding finding_of(const RuleRun &run)
@@ -111,16 +124,14 @@ std::vector<Finding> findings_of(const Outcome &outcome)
 
 std::string resolution_of(const std::string &rule, const std::string &text)
 {
-    const Rule *known = find_rule(rule);
-    if (known == nullptr) {
-        return {};
-    }
-    for (const auto &said : known->texts) {
-        if (fits(said.text, text)) {
-            return said.resolve;
-        }
-    }
-    return {};
+    const RuleText *known = find_text(rule, text);
+    return known != nullptr ? known->resolve : std::string();
+}
+
+std::string pattern_of(const std::string &rule, const std::string &text)
+{
+    const RuleText *known = find_text(rule, text);
+    return known != nullptr ? known->text : text;
 }
 
 } // namespace host

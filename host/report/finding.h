@@ -44,4 +44,7 @@ std::vector<Finding> findings_of(const Outcome &outcome);
  */
 std::string resolution_of(const std::string &rule, const std::string &text);
 
+/** The rule's text that a remark is one of, with braces; the remark itself when none fits. */
+std::string pattern_of(const std::string &rule, const std::string &text);
+
 } // namespace host
