@@ -5,7 +5,7 @@ _gpon_validate()
     local current=$2 previous=$3 command=${COMP_WORDS[1]} words=
     COMPREPLY=()
     if [ "$COMP_CWORD" -eq 1 ]; then
-        words="check audit points generate --config --help --version"
+        words="check fleet audit points generate --config --help --version"
         mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
         return
     fi
@@ -15,7 +15,7 @@ _gpon_validate()
         mapfile -t COMPREPLY < <(compgen -f -- "$current")
         return
         ;;
-    --edits)
+    --edits | --list-from)
         compopt -o filenames
         mapfile -t COMPREPLY < <(compgen -d -- "$current")
         return
@@ -24,7 +24,7 @@ _gpon_validate()
     --color) words="auto always never" ;;
     --format) words="xml json" ;;
     --timeout | --max-size | --links | --onus | --line-profiles | --bandwidth-profiles | --rg-profiles | \
-        --service-ports | --seed)
+        --service-ports | --seed | --jobs | --shard | --edit-command)
         return
         ;;
     esac
@@ -33,6 +33,15 @@ _gpon_validate()
         check)
             words="--running --edit --edits --in-turn --card --plugin --yes --no --warnings-as-errors --all --explain --calls --reads --json
                 --check-running --no-reuse --in-process --timeout --max-size --trace --trace-file --color --config --help"
+            if [[ $current != -* ]]; then
+                compopt -o filenames
+                mapfile -t COMPREPLY < <(compgen -f -- "$current")
+                return
+            fi
+            ;;
+        fleet)
+            words="merge --list-from --edit --edit-command --plugin --output --jobs --resume --shard --check-running --yes --no
+                --warnings-as-errors --all --json --report --timeout --max-size --color --help"
             if [[ $current != -* ]]; then
                 compopt -o filenames
                 mapfile -t COMPREPLY < <(compgen -f -- "$current")

@@ -2,6 +2,7 @@
 
 #include "cli/check_inputs.h"
 #include "cli/check_report.h"
+#include "cli/fleet_reports.h"
 #include "cli/fleet_watcher.h"
 #include "cli/output_file.h"
 #include "fleet/fleet_run.h"
@@ -63,7 +64,11 @@ void require_separate_results(const FleetOptions &options, const CardList &list)
             inputs.push_back({"a file of the card " + card.name, *path});
         }
     }
-    require_separate({{"--output", options.output}}, inputs);
+    std::vector<NamedFile> outputs{{"--output", options.output}};
+    for (const auto &report : options.reports) {
+        outputs.push_back({"--report", report});
+    }
+    require_separate(outputs, inputs);
 }
 
 FleetPolicy policy_of(const FleetOptions &options)
@@ -92,9 +97,10 @@ FleetPolicy policy_of(const FleetOptions &options)
 
 using Sink = std::function<void(std::string_view)>;
 
-/** Reads the results in their order, for the summary, and passes them on. */
+/** Reads the results in their order, for the summary and reports, and passes them on. */
 template <typename Results, typename Read>
-FleetSummary summarise(const Results &results, const Read &read, const Sink &sink)
+FleetSummary summarise(const Results &results, const Read &read, FleetReports &reports,
+                       const Sink &sink)
 {
     FleetSummary summary;
     for (const auto &result : results) {
@@ -104,6 +110,7 @@ FleetSummary summarise(const Results &results, const Read &read, const Sink &sin
             throw std::runtime_error("the results were changed by another program");
         }
         summary.add(*line);
+        reports.add(*line);
         sink(text);
     }
     return summary;
@@ -111,10 +118,11 @@ FleetSummary summarise(const Results &results, const Read &read, const Sink &sin
 
 /** The results in their order, beside the file until all are there. */
 template <typename Results, typename Read>
-FleetSummary write_results(const std::string &path, const Results &results, const Read &read)
+FleetSummary write_results(const std::string &path, const Results &results, const Read &read,
+                           FleetReports &reports)
 {
     OutputFile file(path);
-    auto summary = summarise(results, read, [&file](std::string_view text) {
+    auto summary = summarise(results, read, reports, [&file](std::string_view text) {
         if (const int error = file.write(text); error != 0) {
             file.fail(error);
         }
@@ -172,10 +180,13 @@ int check_fleet(const FleetOptions &options, const Console &console)
         return tell_interrupted(end, options, console);
     }
     const auto read = [&](const StoredResult &result) { return file.reader().read(result); };
-    const FleetSummary summary = file.holds_just(end.results)
-                                     ? summarise(end.results, read, [](std::string_view) {})
-                                     : write_results(options.output, end.results, read);
+    FleetReports reports(options);
+    const FleetSummary summary =
+        file.holds_just(end.results)
+            ? summarise(end.results, read, reports, [](std::string_view) {})
+            : write_results(options.output, end.results, read, reports);
     print_summary(summary, end.slowest, options, console);
+    reports.finish(summary);
     return static_cast<int>(summary.worst());
 }
 
@@ -189,10 +200,13 @@ int merge_fleet(const FleetOptions &options, const Console &console)
         parts.emplace_back(part);
     }
     const auto results = merge_results(list, parts);
-    const auto summary = write_results(options.output, results, [&parts](const PartResult &result) {
+    const auto read = [&parts](const PartResult &result) {
         return parts[result.part].read(result.result);
-    });
+    };
+    FleetReports reports(options);
+    const auto summary = write_results(options.output, results, read, reports);
     print_summary(summary, {}, options, console);
+    reports.finish(summary);
     return static_cast<int>(summary.worst());
 }
 

@@ -2,6 +2,7 @@
 
 #include "cli/option_kinds.h"
 
+#include <algorithm>
 #include <charconv>
 #include <string_view>
 
@@ -44,6 +45,15 @@ void take_shard(const std::string &text, Shard &shard)
     }
 }
 
+std::string file_of_report(const std::string &text)
+{
+    constexpr std::string_view kPage = "html=";
+    if (!text.starts_with(kPage) || text.size() == kPage.size()) {
+        throw CLI::ValidationError("--report", text + " is not html=FILE");
+    }
+    return text.substr(kPage.size());
+}
+
 void add_inputs(CLI::App &app, FleetOptions &options)
 {
     auto *list = app.add_option("LIST", options.list, "Cards, one a line; - is stdin")
@@ -76,6 +86,16 @@ void add_output(CLI::App &app, FleetOptions &options)
         ->type_name("RESULTS")
         ->check(file_name());
     app.add_flag("--json", options.check.json, "Print the summary as JSON");
+    app.add_option_function<std::vector<std::string>>(
+           "--report",
+           [&options](const std::vector<std::string> &texts) {
+               for (const auto &text : texts) {
+                   options.reports.push_back(file_of_report(text));
+               }
+           },
+           "Also write the results as html, a page that a browser can sort and filter")
+        ->type_name("FORMAT=FILE")
+        ->allow_extra_args(false);
     add_color(app, options.check);
 }
 

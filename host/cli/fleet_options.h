@@ -23,7 +23,8 @@ struct FleetOptions {
     unsigned jobs = 0; /**< 0: as many as there are processors. */
     bool resume = false;
     Shard shard;
-    std::vector<std::string> parts; /**< To be merged. */
+    std::vector<std::string> parts;   /**< To be merged. */
+    std::vector<std::string> reports; /**< Files for pages. */
 };
 
 /** Adds the command with its options, and `fleet merge`. */

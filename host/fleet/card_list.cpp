@@ -48,7 +48,7 @@ FleetCard from_tabs(std::string_view line)
         }
         line.remove_prefix(end + 1);
     }
-    throw BadLine{Fault::kMalformed, "there is more than four fields"};
+    throw BadLine{Fault::kMalformed, "there are more than four fields"};
 }
 
 FleetCard from_json(std::string_view line)

@@ -7,7 +7,6 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -136,15 +135,21 @@ ResultFile::ResultFile(const std::string &path, Mode mode)
     load();
 }
 
+/** Children do not inherit this lock: it ends with this process. */
 void ResultFile::lock()
 {
-    if (flock(m_file.get(), LOCK_EX | LOCK_NB) != 0) {
-        if (errno != EWOULDBLOCK) {
-            fail(errno);
-        }
-        refuse(Fault::kInvalidOption, m_path, "another run is writing this file",
-               "wait for its end, or name another file");
+    struct flock whole {
+    };
+    whole.l_type = F_WRLCK;
+    whole.l_whence = SEEK_SET;
+    if (fcntl(m_file.get(), F_SETLK, &whole) == 0) {
+        return;
     }
+    if (errno != EACCES && errno != EAGAIN) {
+        fail(errno);
+    }
+    refuse(Fault::kInvalidOption, m_path, "another run is writing this file",
+           "wait for its end, or name another file");
 }
 
 void ResultFile::load()
