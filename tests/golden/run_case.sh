@@ -6,8 +6,9 @@
 # GPON_VALIDATE may be several words: an emulator, its options, and the program.
 # The folder holds README (why the case matters), expected.txt (stdout, then `exit N`), and one of
 # change.xml, change.json, candidate.xml, overbook.xml; running.xml and card.json stand there or in the folder
-# above. `arguments` may hold further words of the command line, and `stdin` what the program reads. With --update
-# expected.txt is written instead of compared.
+# above. `arguments` may hold further words of the command line, and `stdin` what the program reads. A file `command`
+# holds all words instead, as a shell reads them; $scratch in it is an empty folder. With --update expected.txt is
+# written instead of compared.
 set -uo pipefail
 
 update=no
@@ -37,6 +38,12 @@ inherited() {
 }
 
 command_words() {
+  if [ -f command ]; then
+    scratch=$(mktemp -d)
+    trap 'rm -r "$scratch"' EXIT
+    eval "words=($(cat command))"
+    return
+  fi
   words=(check)
   local running card
   running=$(inherited running.xml)
