@@ -13,7 +13,7 @@ source_dirs := src platform model host tests bench fuzz
 linted := ^$(CURDIR)/($(shell echo $(source_dirs) | tr ' ' '|'))/
 
 .DEFAULT_GOAL := help
-.PHONY: help run program test test-powerpc sizes packages test-packages test-fleet bench bench-fleet plot mutants soak fuzz coverage \
+.PHONY: help run program test test-powerpc test-reports sizes packages test-packages test-fleet bench bench-fleet plot mutants soak fuzz coverage \
     docs api-docs build configure format lint clean
 
 help: ## Lists these commands
@@ -49,6 +49,14 @@ test-powerpc: ## Builds for the card's architecture and runs all tests under an 
 	cmake --preset powerpc
 	cmake --build --preset powerpc --parallel $(JOBS)
 	ctest --preset powerpc --parallel $(JOBS)
+
+# The multitool is run itself: its wrapper passes arguments through a shell.
+test-reports: program ## Checks reports of all golden cases in all formats, SARIF with its official validator (npm)
+	@cmake/install-deps.sh test-reports $(shell command -v npm >/dev/null || echo npm)
+	npm install --no-audit --no-fund --prefix $(build_dir)/npm @microsoft/sarif-multitool@5
+	@chmod u+x $(build_dir)/npm/node_modules/@microsoft/sarif-multitool-linux/Sarif.Multitool
+	tests/reports/check_reports.py --multitool \
+	    $(build_dir)/npm/node_modules/@microsoft/sarif-multitool-linux/Sarif.Multitool examples $(bin_dir)/gpon-validate
 
 sizes: program ## Tells the plug-in's size here and, after make test-powerpc, on the card's architecture
 	@cmake/sizes.sh "x86-64" strip $(build_dir)/lib/libgpon_card_valid.so \

@@ -4,10 +4,13 @@ set -euo pipefail
 
 declare -A groups=(
     [program]="make g++ cmake ninja-build pkg-config libyang2-dev libspdlog-dev libcli11-dev nlohmann-json3-dev
-        libssl-dev libexpat1-dev"
-    [tests]="libgtest-dev libgmock-dev libbenchmark-dev python3 python3-jsonschema xsltproc"
+        libssl-dev libexpat1-dev libpugixml-dev"
+    [tests]="libgtest-dev libgmock-dev libbenchmark-dev python3 python3-jsonschema
+        libxml2-utils xsltproc"
     [powerpc]="g++-powerpc-linux-gnu qemu-user dpkg-dev perl googletest"
     [packages]="dpkg-dev file"
+    [test-reports]="python3 python3-jsonschema libxml2-utils"
+    [npm]="npm"
     [test-packages]="debootstrap lintian python3"
     [test-fleet]="slurmctld slurmd slurm-client munge parallel openssh-server openssh-client"
     [bench]="libyang-tools python3"

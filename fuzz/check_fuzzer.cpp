@@ -18,6 +18,7 @@
 #include "engine/edit/edit.h"
 #include "finding.h"
 #include "fm_host.h"
+#include "report/report.h"
 #include "report/report_explain.h"
 #include "report/report_json.h"
 #include "report/report_text.h"
@@ -114,6 +115,14 @@ void print_reports(const host::Outcome &outcome)
     require(!out.str().empty(), "an empty report");
     const std::string json = host::print_json(host::json_report(outcome, true), false);
     require(nlohmann::json::accept(json), "a report that is no JSON:\n" + json);
+    using host::ReportFormat;
+    for (const auto format : {ReportFormat::kSarif, ReportFormat::kGitlab, ReportFormat::kJunit}) {
+        const auto report = host::make_report(format, {});
+        const std::string text = report->conclusion(outcome, {}) + report->end({});
+        require(format == ReportFormat::kJunit ? text.ends_with("</testsuites>\n")
+                                               : nlohmann::json::accept(text),
+                "a report of no form:\n" + text);
+    }
 }
 
 void ask(Configurations configurations, host::Outcome &outcome)

@@ -20,6 +20,7 @@ _gpon_validate()
         mapfile -t COMPREPLY < <(compgen -d -- "$current")
         return
         ;;
+    --report) words="text json sarif junit gitlab github" ;;
     --trace) words="fine progress decisions" ;;
     --color) words="auto always never" ;;
     --format) words="xml json" ;;
@@ -31,8 +32,8 @@ _gpon_validate()
     if [ -z "$words" ]; then
         case $command in
         check)
-            words="--running --edit --edits --in-turn --card --plugin --yes --no --warnings-as-errors --all --explain --calls --reads --json
-                --check-running --no-reuse --in-process --timeout --max-size --trace --trace-file --color --config --help"
+            words="--running --edit --edits --in-turn --card --plugin --yes --no --warnings-as-errors --all --new-only --explain --calls --reads --json
+                --report --check-running --no-reuse --in-process --timeout --max-size --trace --trace-file --color --config --help"
             if [[ $current != -* ]]; then
                 compopt -o filenames
                 mapfile -t COMPREPLY < <(compgen -f -- "$current")

@@ -112,6 +112,7 @@ once openssl from_debian openssl build_openssl
 once expat from_debian expat build_expat
 once fmt cmake_package fmtlib -DFMT_TEST=OFF -DFMT_DOC=OFF
 once spdlog cmake_package spdlog -DSPDLOG_FMT_EXTERNAL=ON -DSPDLOG_BUILD_EXAMPLE=OFF
+once pugixml cmake_package pugixml -DBUILD_SHARED_LIBS=ON
 once json cmake_package nlohmann-json3 -DJSON_BuildTests=OFF
 once cli11 cmake_package cli11 -DCLI11_BUILD_TESTS=OFF -DCLI11_BUILD_EXAMPLES=OFF -DCLI11_BUILD_DOCS=OFF
 once googletest build_with_cmake /usr/src/googletest "$folder/src/googletest/build"

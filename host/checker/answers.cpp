@@ -260,9 +260,10 @@ std::size_t AnswerStore::merge_runs(Outcome &outcome)
     for (std::size_t i = 0; i < m_choice->items.size(); ++i) {
         const Item &item = m_choice->items[i];
         if (item.known != nullptr) {
-            outcome.runs.push_back({item.request.point->opaque, item.known->path,
-                                    item.request.cause, item.known->answer, item.request.point,
-                                    true});
+            const Request &request = item.request;
+            outcome.runs.push_back({request.point->opaque, item.known->path, request.cause,
+                                    item.known->answer, request.point, true, std::nullopt,
+                                    request.instance, request.change});
         } else if (next != made.end()) {
             keep(*next, item);
             outcome.runs.push_back(std::move(*next++));

@@ -8,6 +8,8 @@
 #include "engine/data/source.h"
 
 #include <chrono>
+#include <string>
+#include <vector>
 
 namespace host
 {
@@ -16,6 +18,12 @@ namespace host
 struct Change {
     ChangeForm form = ChangeForm::kNone; /**< kNone: the running configuration itself. */
     engine::Source source;               /**< With the name under which reports mention it. */
+};
+
+/** Requests of a rule. */
+struct RuleFilter {
+    std::string rule; /**< Opaque key. */
+    std::string path; /**< Node that it is asked about; empty: any. */
 };
 
 /** How to check. */
@@ -32,6 +40,10 @@ struct Policy {
     bool reuse = false;
     /** All rules are asked about all their nodes, whether the change calls for it or not. */
     bool everything = false;
+    /** Only these requests of those that are called for; empty: all. Reuses no answers. */
+    std::vector<RuleFilter> only;
+    /** Rules that remark are asked about the running configuration as well. */
+    bool tell_new = false;
     /** What the report tells of what the rules read. */
     engine::ReadLog::Mode reads = engine::ReadLog::Mode::kOff;
 };

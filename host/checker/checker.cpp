@@ -1,5 +1,6 @@
 #include "checker/checker.h"
 
+#include "checker/evidence.h"
 #include "checker/model_schema.h"
 #include "checker/process_end.h"
 #include "checker/recorder.h"
@@ -62,6 +63,22 @@ void ask_in_process(const Questions &questions, CheckListener &listener, Outcome
     outcome.completed = recorder.has_ended();
 }
 
+std::vector<engine::Request> only(const std::vector<RuleFilter> &filters,
+                                  std::vector<engine::Request> requests)
+{
+    const auto is_wanted = [&filters](const engine::Request &request) {
+        return std::any_of(filters.begin(), filters.end(), [&](const RuleFilter &filter) {
+            return filter.rule == request.point->opaque &&
+                   (filter.path.empty() || filter.path == engine::path_of(request));
+        });
+    };
+    if (!filters.empty()) {
+        requests.erase(std::stable_partition(requests.begin(), requests.end(), is_wanted),
+                       requests.end());
+    }
+    return requests;
+}
+
 void forget_reads(Outcome &outcome)
 {
     for (RuleRun &run : outcome.runs) {
@@ -120,6 +137,7 @@ void Checker::commit(const Outcome &outcome)
         throw std::logic_error("only the last change that was checked and accepted is committed");
     }
     m_answers.commit(m_framework->transaction(*m_transaction));
+    m_running_remarks.forget();
     m_framework->commit(*m_transaction);
     m_respondent->note_commit(*m_transaction);
     m_transaction.reset();
@@ -186,17 +204,18 @@ void Checker::ask(const Candidate &candidate, const Policy &policy, CheckListene
     const engine::Transaction &transaction = candidate.transaction;
     std::optional<engine::Plan> plan;
     std::vector<engine::Request> requests;
+    const bool reuses = policy.reuse && policy.only.empty();
     timed(outcome.phases, "compare", [&] {
         outcome.differs = !transaction.changes().empty();
         plan.emplace(transaction, policy.everything);
-        requests =
-            policy.reuse ? m_answers.choose(transaction, *plan, policy.all) : plan->all_requests();
-        outcome.planned = policy.reuse ? m_answers.planned() : requests.size();
+        requests = reuses ? m_answers.choose(transaction, *plan, policy.all)
+                          : only(policy.only, plan->all_requests());
+        outcome.planned = reuses ? m_answers.planned() : requests.size();
         outcome.unchecked_links = find_unchecked_links(transaction, *plan);
     });
     using Mode = engine::ReadLog::Mode;
     engine::ReadLog::instance().set_mode(
-        std::max(policy.reads, policy.reuse ? Mode::kPlaces : Mode::kOff));
+        std::max(policy.reads, reuses ? Mode::kPlaces : Mode::kOff));
     const Questions questions{transaction, requests, m_plugin, policy.all};
     timed(outcome.phases, "rules", [&] {
         if (policy.in_process) {
@@ -204,13 +223,37 @@ void Checker::ask(const Candidate &candidate, const Policy &policy, CheckListene
         } else {
             m_respondent->ask(questions, candidate, policy, listener, outcome);
         }
-        if (policy.reuse) {
+        if (reuses) {
             m_answers.finish(outcome);
         }
         if (policy.reads == Mode::kOff) {
             forget_reads(outcome);
         }
     });
+    explain(candidate, policy, outcome);
+}
+
+void Checker::explain(const Candidate &candidate, const Policy &policy, Outcome &outcome)
+{
+    const bool has_remarks =
+        outcome.has(engine::Verdict::kRejected) || outcome.has(engine::Verdict::kWarning);
+    if (has_remarks) {
+        timed(outcome.phases, "places", [&] {
+            const auto &change = candidate.change;
+            add_evidence(outcome, m_framework->schema(), change.form,
+                         change.form == ChangeForm::kNone ? m_running_source : change.source);
+        });
+    }
+    if (has_remarks && policy.tell_new) {
+        timed(outcome.phases, "running", [&] {
+            m_running_remarks.compare(*m_framework, candidate.transaction, m_plugin, policy,
+                                      outcome);
+        });
+    }
+    for (RuleRun &run : outcome.runs) {
+        run.instance = nullptr;
+        run.change = nullptr;
+    }
 }
 
 void Checker::end_transaction()

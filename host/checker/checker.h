@@ -8,6 +8,7 @@
 #include "checker/change.h"
 #include "checker/check_listener.h"
 #include "checker/respondent.h"
+#include "checker/running_remarks.h"
 
 #include <fm_host.h>
 
@@ -84,6 +85,8 @@ private:
                  Outcome &outcome);
     void ask(const Candidate &candidate, const Policy &policy, CheckListener &listener,
              Outcome &outcome);
+    /** Adds what helps to understand its remarks. */
+    void explain(const Candidate &candidate, const Policy &policy, Outcome &outcome);
     void end_transaction();
 
     engine::Source m_running_source; /**< Faults have their places in it. */
@@ -92,6 +95,7 @@ private:
     std::unique_ptr<engine::Framework> m_framework;
     std::unique_ptr<Respondent> m_respondent;
     AnswerStore m_answers;
+    RunningRemarks m_running_remarks;
     std::optional<int> m_transaction; /**< Of the last check, as long as it can be committed. */
 };
 

@@ -78,6 +78,9 @@ struct RuleRun {
     const engine::ValidationPoint *point = nullptr;
     bool is_reused = false;             /**< The answer is of an earlier check, and still holds. */
     std::optional<Evidence> evidence{}; /**< Of a remark, nothing for an answer that accepts. */
+    /** The node that it was asked about and what changed, as long as the check lasts. */
+    const lyd_node *instance = nullptr;
+    const engine::Change *change = nullptr;
 };
 
 /** Answers of one rule that were used again, and accept: nothing else is worth telling of them. */
@@ -146,7 +149,8 @@ struct Outcome {
     Confirmation confirmation;
     bool warnings_are_errors = false; /**< A warning rejects the change; nobody is asked. */
     std::vector<Phase> phases;
-    int transaction = 0; /**< Of the check, for Checker::commit. */
+    bool assumes_card = false; /**< Nobody told the capabilities of the card. */
+    int transaction = 0;       /**< Of the check, for Checker::commit. */
     /**
      * Every planned request was answered, or one was rejected and that was enough, and the plug-in
      * came to its proper end. Without this nothing is accepted.

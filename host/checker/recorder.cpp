@@ -24,8 +24,8 @@ void Recorder::after(std::size_t request, const engine::Answer &answer)
 {
     require(m_running == request, "an answer");
     const engine::Request &asked = m_requests[request];
-    m_outcome.runs.push_back(
-        {asked.point->opaque, engine::path_of(asked), asked.cause, answer, asked.point});
+    m_outcome.runs.push_back({asked.point->opaque, engine::path_of(asked), asked.cause, answer,
+                              asked.point, false, std::nullopt, asked.instance, asked.change});
     m_rejected = m_rejected || answer.verdict == engine::Verdict::kRejected;
     m_running.reset();
     ++m_answered;

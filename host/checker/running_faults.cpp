@@ -1,6 +1,7 @@
 #include "checker/running_faults.h"
 
 #include "engine/data/path.h"
+#include "engine/data/text_places.h"
 #include "engine/data/yang_check.h"
 
 #include <algorithm>
@@ -61,6 +62,7 @@ std::vector<Problem> name_running_faults(std::vector<Problem> faults,
                                          const std::vector<std::string> &touched)
 {
     const auto before = faults_of(running, source);
+    const engine::TextPlaces places(running.schema(), source);
     for (Problem &fault : faults) {
         const auto known = std::find_if(before.begin(), before.end(),
                                         [&fault](const auto &one) { return is_same(one, fault); });
@@ -70,7 +72,7 @@ std::vector<Problem> name_running_faults(std::vector<Problem> faults,
                    !is_touched(fault.path, touched)) {
             // Of faults other than leafrefs the check tells the first one only.
             fault.source = source.name;
-            fault.line = 0;
+            engine::TextPlaces::put(fault, places.of(fault.path));
         } else {
             continue;
         }

@@ -95,7 +95,7 @@ int run_audit(const CheckOptions &options, const Console &console)
         failure->problems = problems_of(caught);
     }
     if (failure) {
-        print_report(*failure, options, console, {});
+        print_report(*failure, options, console);
         return static_cast<int>(failure->result());
     }
     const auto findings = audit.findings();

@@ -27,9 +27,10 @@ const std::string &file_of(const CheckOptions &options)
     return options.edits.empty() ? options.candidate : options.edits.front();
 }
 
-Outcome check(const CheckOptions &options, const Console &console, CheckWatcher &watcher)
+Outcome check(const CheckOptions &options, const Console &console, CheckReports &reports,
+              CheckWatcher &watcher)
 {
-    require_separate_files(options, options.edits);
+    reports.allow_files(options.edits);
     CardInputs inputs = read_card(options);
     Change change{form_of(options), {}};
     if (change.form != ChangeForm::kNone) {
@@ -55,10 +56,11 @@ Outcome check(const CheckOptions &options, const Console &console, CheckWatcher 
 }
 
 /** Whatever comes in the way becomes a report, too. */
-Outcome check_or_explain(const CheckOptions &options, const Console &console, CheckWatcher &watcher)
+Outcome check_or_explain(const CheckOptions &options, const Console &console, CheckReports &reports,
+                         CheckWatcher &watcher)
 {
     try {
-        return check(options, console, watcher);
+        return check(options, console, reports, watcher);
     } catch (const std::exception &failure) {
         Outcome outcome;
         outcome.running = options.running;
@@ -71,13 +73,16 @@ Outcome check_or_explain(const CheckOptions &options, const Console &console, Ch
 
 int run_one(const CheckOptions &options, const Console &console)
 {
-    CheckWatcher watcher(options, console);
-    Outcome outcome = check_or_explain(options, console, watcher);
+    CheckReports reports(options, console);
+    CheckWatcher watcher(options, console, reports);
+    Outcome outcome = check_or_explain(options, console, reports, watcher);
     watcher.close_traces(outcome);
     watcher.finish(outcome);
     note_need(outcome, options);
-    print_report(outcome, options, console);
-    return static_cast<int>(outcome.result());
+    reports.add(outcome);
+    RunSummary summary;
+    summary.worst = outcome.result();
+    return static_cast<int>(reports.finish(summary));
 }
 
 } // namespace

@@ -19,9 +19,12 @@ using engine::Fault;
 
 constexpr const char *kStdin = "-";
 
-[[noreturn]] void refuse(Fault fault, const std::string &name, const std::string &message)
+constexpr const char *kCardHint = "a card is a JSON object, such as { \"max_pon_links\": 16 }";
+
+[[noreturn]] void refuse(Fault fault, const std::string &name, const std::string &message,
+                         const char *hint = "")
 {
-    throw engine::InputError({{fault, name, 0, "", message, ""}});
+    throw engine::InputError({{fault, name, 0, "", message, hint}});
 }
 
 std::vector<std::string> files_in(const std::string &folder)
@@ -68,7 +71,8 @@ Policy policy_of(const CheckOptions &options)
 {
     using Mode = engine::ReadLog::Mode;
     Policy policy;
-    policy.all = options.all;
+    policy.all = options.all || options.new_only;
+    policy.tell_new = options.new_only;
     policy.idle_timeout = options.timeout;
     policy.in_process = options.in_process;
     policy.keep_plugin = options.is_series();
@@ -85,7 +89,7 @@ CardInputs read_card(const CheckOptions &options)
         try {
             inputs.card = fm::parse_card(source.text);
         } catch (const std::exception &failure) {
-            refuse(Fault::kInvalidCard, options.card, failure.what());
+            refuse(Fault::kInvalidCard, options.card, failure.what(), kCardHint);
         }
     }
     if (!options.running.empty()) {
@@ -123,7 +127,11 @@ void require_separate_files(const CheckOptions &options, const std::vector<std::
     for (const auto &edit : edits) {
         inputs.push_back({options.edits_from.empty() ? "--edit" : "an edit", edit});
     }
-    require_separate({{"--trace-file", options.trace_file}}, inputs);
+    std::vector<NamedFile> outputs{{"--trace-file", options.trace_file}};
+    for (const auto &report : options.reports) {
+        outputs.push_back({"--report " + report.name, report.file});
+    }
+    require_separate(outputs, inputs);
     require_not_printed_to(inputs);
 }
 

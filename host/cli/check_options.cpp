@@ -16,11 +16,18 @@ constexpr const char *kCheckExamples =
     "  gpon-validate check --running running.xml --edit change.xml --yes\n"
     "  gpon-validate check --running running.json candidate.json --all --explain\n"
     "  gpon-validate check --running running.xml --edit first.xml --edit second.xml --in-turn\n"
+    "  gpon-validate check --running running.xml --edits changes --report sarif=gpon.sarif\n"
     "  find changes -name '*.xml' | gpon-validate check --running running.xml --edits - --json\n"
     "\n";
 
 constexpr std::array<Choice<int>, 6> kTraceLevels{
     {{"fine", 10}, {"progress", 11}, {"decisions", 12}, {"10", 10}, {"11", 11}, {"12", 12}}};
+constexpr std::array<Choice<ReportFormat>, 6> kReportFormats{{{"text", ReportFormat::kText},
+                                                              {"json", ReportFormat::kJson},
+                                                              {"sarif", ReportFormat::kSarif},
+                                                              {"junit", ReportFormat::kJunit},
+                                                              {"gitlab", ReportFormat::kGitlab},
+                                                              {"github", ReportFormat::kGithub}}};
 constexpr std::array<Choice<ColorChoice>, 3> kColors{{{"auto", ColorChoice::kAuto},
                                                       {"always", ColorChoice::kAlways},
                                                       {"never", ColorChoice::kNever}}};
@@ -53,6 +60,24 @@ void add_check_inputs(CLI::App &app, CheckOptions &options)
     add_card(app, options);
 }
 
+void add_reports(CLI::App &app, CheckOptions &options)
+{
+    app.add_flag("--json", options.json,
+                 "Print the report as JSON, of several edits each on a line, and ask nothing: as "
+                 "--report json");
+    app.add_option_function<std::vector<std::string>>(
+           "--report",
+           [&options](const std::vector<std::string> &texts) {
+               for (const auto &text : texts) {
+                   options.reports.push_back(read_report(text));
+               }
+           },
+           "Report as text, json, sarif, junit, gitlab (code quality) or github (annotations), to "
+           "FILE or instead of the text on stdout; may be given several times")
+        ->type_name("FORMAT[=FILE]")
+        ->allow_extra_args(false);
+}
+
 /** @param given  As CLI11 tells it: the word behind =, or whether the flag is on. */
 void take_yes(const std::string &given, CheckOptions &options)
 {
@@ -66,15 +91,25 @@ void take_yes(const std::string &given, CheckOptions &options)
     }
 }
 
+/** @param given  As above. */
+void take_all(const std::string &given, CheckOptions &options)
+{
+    if (given != "true" && given != "false" && given != "full") {
+        throw CLI::ValidationError("--all", given + " is not full");
+    }
+    options.all = given != "false";
+}
+
 void add_check_switches(CLI::App &app, CheckOptions &options)
 {
+    app.add_flag("--new-only", options.new_only,
+                 "As --all, and tell apart what the running configuration draws on its own: it is "
+                 "counted, not shown. The result stays what it is");
     app.add_flag("--explain", options.explain,
                  "Show which rules ran, why, what they read, and how long everything took");
     app.add_flag("--calls", options.calls, "As --explain, with each rule's client calls by name");
     app.add_flag("--reads", options.reads,
                  "As --explain, with each place of the configuration that a rule read");
-    app.add_flag("--json", options.json,
-                 "Print the report as JSON, of several edits each on a line, and ask nothing");
     app.add_flag("--check-running", options.check_running,
                  "Check the running configuration against the data model as well: without this "
                  "it is trusted, and only what the change makes of it is checked");
@@ -100,6 +135,21 @@ void add_traces(CLI::App &app, CheckOptions &options)
 
 } // namespace
 
+ReportOption read_report(const std::string &text)
+{
+    ReportOption report;
+    const auto sign = text.find('=');
+    report.name = text.substr(0, sign);
+    report.format = chosen("--report", kReportFormats, report.name);
+    if (sign != std::string::npos) {
+        report.file = text.substr(sign + 1);
+        if (report.file.empty()) {
+            throw CLI::ValidationError("--report", "no file is named behind " + text);
+        }
+    }
+    return report;
+}
+
 void add_answers(CLI::App &app, CheckOptions &options)
 {
     auto *yes = app.add_flag("--yes", options.yes,
@@ -111,7 +161,10 @@ void add_answers(CLI::App &app, CheckOptions &options)
     app.add_flag("--warnings-as-errors", options.warnings_as_errors,
                  "A warning rejects the change, and nobody is asked")
         ->excludes(yes);
-    app.add_flag("--all", options.all, "Show every objection, not the first one only");
+    app.add_flag("--all", options.shown,
+                 "Show every objection, not the first one only; with --all=full nothing of a long "
+                 "list is left out")
+        ->each([&options](const std::string &given) { take_all(given, options); });
 }
 
 void add_limits(CLI::App &app, CheckOptions &options)
@@ -148,9 +201,22 @@ void add_check(CLI::App &program, CheckOptions &options)
     add_check_inputs(*app, options);
     add_answers(*app, options);
     add_check_switches(*app, options);
+    add_reports(*app, options);
     add_limits(*app, options);
     add_traces(*app, options);
     add_color(*app, options);
+}
+
+void require_one_on_stdout(const CheckOptions &options)
+{
+    const auto printed =
+        std::count_if(options.reports.begin(), options.reports.end(),
+                      [](const ReportOption &report) { return report.file.empty(); });
+    if (printed + (options.json ? 1 : 0) > 1) {
+        throw CLI::ValidationError("--report",
+                                   "only one report can go to stdout: name a file, as in " +
+                                       options.reports.front().name + "=FILE");
+    }
 }
 
 } // namespace host

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "engine/data/source.h"
+#include "report/report.h"
 #include "report/style.h"
 
 #include <chrono>
@@ -20,6 +21,13 @@ class App;
 namespace host
 {
 
+/** A report that is asked for. */
+struct ReportOption {
+    ReportFormat format = ReportFormat::kText;
+    std::string name; /**< Of the format, as it was given. */
+    std::string file; /**< Empty: stdout. */
+};
+
 struct CheckOptions {
     std::string running;            /**< Empty: the card has no configuration yet. */
     std::vector<std::string> edits; /**< At most one of these three. */
@@ -33,12 +41,15 @@ struct CheckOptions {
     std::vector<std::string> confirmed_rules; /**< Their warnings are confirmed, no others. */
     bool warnings_as_errors = false;
     bool all = false;
+    std::string shown;     /**< As --all was given; full: nothing of a long list is left out. */
+    bool new_only = false; /**< Nothing that the running configuration draws on its own. */
     bool explain = false;
     bool calls = false;
     bool reads = false;
     bool json = false;
-    bool check_running = false; /**< Against the data model; otherwise it is trusted. */
-    bool no_reuse = false;      /**< Answers to one edit are not used for the next. */
+    std::vector<ReportOption> reports; /**< At most one to stdout, and none if `json`. */
+    bool check_running = false;        /**< Against the data model; otherwise it is trusted. */
+    bool no_reuse = false;             /**< Answers to one edit are not used for the next. */
     bool in_process = false;
     std::chrono::seconds timeout{60}; /**< For one rule, and for a silent input; 0: none. */
     std::size_t max_size = engine::ReadLimits().max_bytes; /**< Of each input, in bytes. */
@@ -59,6 +70,11 @@ void add_answers(CLI::App &app, CheckOptions &options);
 void add_limits(CLI::App &app, CheckOptions &options);
 /** --color. */
 void add_color(CLI::App &app, CheckOptions &options);
+/** FORMAT or FORMAT=FILE. @throws CLI::ValidationError */
+ReportOption read_report(const std::string &text);
+
+/** Two reports on stdout could not be told apart. @throws CLI::ValidationError */
+void require_one_on_stdout(const CheckOptions &options);
 
 /** Adds the command with its options. */
 void add_check(CLI::App &program, CheckOptions &options);

@@ -4,12 +4,9 @@
 #include "cli/check_inputs.h"
 #include "cli/check_report.h"
 #include "cli/check_watcher.h"
-#include "report/printable.h"
 #include "report/report_text.h"
 
-#include <map>
 #include <memory>
-#include <ostream>
 #include <utility>
 
 namespace host
@@ -17,17 +14,12 @@ namespace host
 namespace
 {
 
-std::string edits_text(std::size_t count)
-{
-    return std::to_string(count) + (count == 1 ? " edit" : " edits");
-}
-
 class Series
 {
 public:
     Series(const CheckOptions &options, const Console &console)
         : m_options(options), m_console(console), m_policy(policy_of(options)),
-          m_watcher(options, console)
+          m_reports(options, console), m_watcher(options, console, m_reports)
     {
     }
 
@@ -37,9 +29,9 @@ public:
             check_all();
             finish();
             close_traces();
-            conclude();
+            sum_up();
         }
-        return static_cast<int>(m_worst);
+        return static_cast<int>(m_reports.finish(m_summary));
     }
 
 private:
@@ -50,17 +42,17 @@ private:
     void note(Outcome &outcome, const Place &place);
     void finish();
     void close_traces();
-    void conclude();
+    void sum_up();
 
     const CheckOptions &m_options;
     const Console &m_console;
     Policy m_policy;
+    CheckReports m_reports;
     CheckWatcher m_watcher;
     std::vector<std::string> m_edits;
     std::unique_ptr<Checker> m_checker;
     std::vector<Phase> m_load_phases; /**< Part of the first report. */
-    Result m_worst = Result::kAccepted;
-    std::map<Result, std::size_t> m_counts;
+    RunSummary m_summary;
     std::size_t m_reported = 0;
 };
 
@@ -70,8 +62,9 @@ bool Series::open()
     Outcome outcome;
     outcome.running = m_options.running;
     try {
+        m_reports.allow_files(m_options.edits);
         m_edits = list_edits(m_options);
-        require_separate_files(m_options, m_edits);
+        m_reports.allow_files(m_edits);
         CardInputs inputs = read_card(m_options);
         m_watcher.open_traces();
         if (inputs.running) {
@@ -133,10 +126,10 @@ void Series::note(Outcome &outcome, const Place &place)
     outcome.phases = std::exchange(m_load_phases, {});
     m_watcher.finish(outcome);
     note_need(outcome, m_options);
-    print_report(outcome, m_options, m_console, place);
-    m_worst = worse_of(m_worst, outcome.result());
+    m_reports.add(outcome, place);
+    m_summary.worst = worse_of(m_summary.worst, outcome.result());
     if (place.number != 0) {
-        ++m_counts[outcome.result()];
+        ++m_summary.counts[outcome.result()];
         ++m_reported;
     }
 }
@@ -148,7 +141,6 @@ void Series::finish()
     if (outcome.result() == Result::kAccepted) {
         m_watcher.finish(outcome);
     } else {
-        m_console.out << (m_options.json ? "" : "\n");
         note(outcome, {});
     }
     if (m_console.ends_process) {
@@ -163,28 +155,17 @@ void Series::close_traces()
     m_watcher.close_traces(traces);
     if (!traces.problems.empty()) {
         print_problems(m_console.err, traces.problems, Style(false));
-        m_worst = worse_of(m_worst, Result::kNotChecked);
+        m_summary.worst = worse_of(m_summary.worst, Result::kNotChecked);
     }
 }
 
-void Series::conclude()
+void Series::sum_up()
 {
-    if (m_options.json) {
-        return;
+    if (m_reported < m_edits.size()) {
+        m_summary.stopped_at = m_edits[m_reported - 1];
+        m_summary.left_out.assign(m_edits.begin() + static_cast<std::ptrdiff_t>(m_reported),
+                                  m_edits.end());
     }
-    m_console.out << '\n';
-    if (const auto left = m_edits.size() - m_reported; left != 0) {
-        m_console.out << "Stopped at " << printable(m_edits[m_reported - 1]) << ": "
-                      << edits_text(left) << " after it not checked.\n";
-    }
-    m_console.out << edits_text(m_reported) << ": ";
-    const char *separator = "";
-    for (const auto &[result, count] : m_counts) {
-        m_console.out << separator << count << ' ' << words_for(result);
-        separator = ", ";
-    }
-    m_console.out << ".\n";
-    flush_or_throw(m_console.out);
 }
 
 } // namespace

@@ -9,8 +9,9 @@
 namespace host
 {
 
-CheckWatcher::CheckWatcher(const CheckOptions &options, const Console &console)
-    : m_options(options), m_console(console),
+CheckWatcher::CheckWatcher(const CheckOptions &options, const Console &console,
+                           CheckReports &reports)
+    : m_options(options), m_console(console), m_reports(reports),
       m_is_live(options.trace_level && options.trace_file.empty()),
       m_progress(console.err_is_terminal && !is_dumb_terminal() ? &console.err : nullptr)
 {
@@ -50,7 +51,10 @@ void CheckWatcher::process_ends(const Outcome &outcome)
     m_progress.clear();
     Outcome last = outcome;
     close_traces(last);
-    print_report(last, m_options, m_console, m_place);
+    m_reports.add(last, m_place);
+    RunSummary summary;
+    summary.worst = last.result();
+    static_cast<void>(m_reports.finish(summary));
 }
 
 void CheckWatcher::finish(const Outcome &outcome)

@@ -19,7 +19,7 @@ namespace host
 class CheckWatcher : public CheckListener
 {
 public:
-    CheckWatcher(const CheckOptions &options, const Console &console);
+    CheckWatcher(const CheckOptions &options, const Console &console, CheckReports &reports);
 
     /** A big configuration takes its time. */
     void loading(const engine::Source &running);
@@ -44,6 +44,7 @@ private:
 
     const CheckOptions &m_options;
     const Console &m_console;
+    CheckReports &m_reports;
     bool m_is_live;
     Place m_place;
     std::optional<TraceFile> m_traces;

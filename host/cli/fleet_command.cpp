@@ -66,7 +66,10 @@ void require_separate_results(const FleetOptions &options, const CardList &list)
     }
     std::vector<NamedFile> outputs{{"--output", options.output}};
     for (const auto &report : options.reports) {
-        outputs.push_back({"--report", report});
+        outputs.push_back({"--report", report.file});
+    }
+    for (const auto &page : options.pages) {
+        outputs.push_back({"--report", page});
     }
     require_separate(outputs, inputs);
 }

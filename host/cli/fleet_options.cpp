@@ -45,13 +45,21 @@ void take_shard(const std::string &text, Shard &shard)
     }
 }
 
-std::string file_of_report(const std::string &text)
+void take_report(const std::string &text, FleetOptions &options)
 {
     constexpr std::string_view kPage = "html=";
-    if (!text.starts_with(kPage) || text.size() == kPage.size()) {
-        throw CLI::ValidationError("--report", text + " is not html=FILE");
+    if (text.starts_with(kPage) && text.size() > kPage.size()) {
+        options.pages.push_back(text.substr(kPage.size()));
+        return;
     }
-    return text.substr(kPage.size());
+    const ReportOption report = read_report(text);
+    if (report.format == ReportFormat::kText || report.format == ReportFormat::kJson) {
+        throw CLI::ValidationError("--report", report.name + " is what RESULTS and stdout tell");
+    }
+    if (report.file.empty()) {
+        throw CLI::ValidationError("--report", "name a file, as in " + report.name + "=FILE");
+    }
+    options.reports.push_back(report);
 }
 
 void add_inputs(CLI::App &app, FleetOptions &options)
@@ -90,10 +98,12 @@ void add_output(CLI::App &app, FleetOptions &options)
            "--report",
            [&options](const std::vector<std::string> &texts) {
                for (const auto &text : texts) {
-                   options.reports.push_back(file_of_report(text));
+                   take_report(text, options);
                }
            },
-           "Also write the results as html, a page that a browser can sort and filter")
+           "Also write the results as html (a page that can be sorted and filtered), junit (a test "
+           "case "
+           "for each card), sarif, gitlab or github; may be given several times")
         ->type_name("FORMAT=FILE")
         ->allow_extra_args(false);
     add_color(app, options.check);

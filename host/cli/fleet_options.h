@@ -23,8 +23,9 @@ struct FleetOptions {
     unsigned jobs = 0; /**< 0: as many as there are processors. */
     bool resume = false;
     Shard shard;
-    std::vector<std::string> parts;   /**< To be merged. */
-    std::vector<std::string> reports; /**< Files for pages. */
+    std::vector<std::string> parts;    /**< To be merged. */
+    std::vector<ReportOption> reports; /**< All to files. */
+    std::vector<std::string> pages;    /**< Files of the results as HTML. */
 };
 
 /** Adds the command with its options, and `fleet merge`. */

@@ -5,10 +5,11 @@
 #pragma once
 
 #include "cli/fleet_options.h"
-#include "cli/output_file.h"
 #include "fleet/fleet_page.h"
+#include "report/report.h"
 
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace host
@@ -17,16 +18,25 @@ namespace host
 class FleetReports
 {
 public:
-    explicit FleetReports(const FleetOptions &options) : m_options(options) {}
+    explicit FleetReports(const FleetOptions &options);
 
     /** Cards come in the order of the list. */
     void add(const ResultLine &line);
     /** Writes the files. @throws engine::InputError */
-    void finish(const FleetSummary &summary) const;
+    void finish(const FleetSummary &summary);
 
 private:
-    const FleetOptions &m_options;
+    /** A report with its text so far. */
+    struct File {
+        ReportOption option;
+        std::unique_ptr<Report> report;
+        std::string text;
+    };
+
+    std::string m_list; /**< As it was named. */
+    std::vector<std::string> m_pages;
     FleetPage m_page;
+    std::vector<File> m_files;
 };
 
 } // namespace host

@@ -28,21 +28,27 @@ CLI::Validator file_name();
 /** Numbers are decimal, whatever zeros they begin with. */
 CLI::Validator decimal();
 
+/** What one of some words stands for. */
+template <typename Choices>
+auto chosen(const std::string &name, const Choices &choices, const std::string &text)
+{
+    std::string known;
+    for (const auto &[word, value] : choices) {
+        if (text == word) {
+            return value;
+        }
+        known += (known.empty() ? "" : ", ") + std::string(word);
+    }
+    throw CLI::ValidationError(name, text + " is none of " + known);
+}
+
 /** An option that takes one of some words. */
 template <typename Choices, typename Take>
 CLI::Option *add_choice(CLI::App &app, const std::string &name, const Choices &choices,
                         const Take &take, const std::string &description)
 {
     const auto read = [name, choices, take](const std::string &text) {
-        std::string known;
-        for (const auto &[word, value] : choices) {
-            if (text == word) {
-                take(value);
-                return;
-            }
-            known += (known.empty() ? "" : ", ") + std::string(word);
-        }
-        throw CLI::ValidationError(name, text + " is none of " + known);
+        take(chosen(name, choices, text));
     };
     return app.add_option_function<std::string>(name, read, description);
 }

@@ -55,7 +55,6 @@ struct Commands {
 
 constexpr std::array<Choice<engine::Format>, 2> kFormats{
     {{"xml", engine::Format::kXml}, {"json", engine::Format::kJson}}};
-
 /** The parser takes the next word for the value of an option that ends with `=`. */
 void refuse_empty_values(int argc, const char *const *argv)
 {
@@ -71,8 +70,14 @@ void refuse_empty_values(int argc, const char *const *argv)
 /** Whether the command line asks for a JSON report: also one that cannot be understood. */
 bool wants_json(int argc, const char *const *argv)
 {
-    return std::any_of(argv + 1, argv + argc,
-                       [](std::string_view word) { return word == "--json"; });
+    const std::vector<std::string_view> words(argv + 1, argv + argc);
+    const auto has = [&words](std::string_view word) {
+        return std::find(words.begin(), words.end(), word) != words.end();
+    };
+    constexpr std::array<std::string_view, 2> kTwoWords{"--report", "json"};
+    return has("--json") || has("--report=json") ||
+           std::search(words.begin(), words.end(), kTwoWords.begin(), kTwoWords.end()) !=
+               words.end();
 }
 
 void add_audit(CLI::App &program, CheckOptions &options)
@@ -179,6 +184,7 @@ int run_command(CLI::App &app, const Commands &commands, const Console &console)
     if (check.in_turn && !has_edits) {
         throw CLI::RequiresError("--in-turn", "--edit or --edits");
     }
+    require_one_on_stdout(check);
     return run_check(check, console);
 }
 

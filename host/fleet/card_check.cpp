@@ -87,6 +87,7 @@ std::optional<CardResult> CardChecks::check(const FleetCard &card, const std::st
     Outcome outcome = outcome_of(std::move(inputs));
     outcome.running = card.running;
     m_policy.confirm(outcome);
+    outcome.assumes_card = card.card.empty();
     return CardResult{outcome.result(), result_line(card.name, hash, outcome)};
 }
 

@@ -61,13 +61,6 @@ Json remarks_json(const Remarks &remarks, const char *key)
     return array;
 }
 
-/** Some rules end a text with a newline. */
-Remark remark_of(const Finding &finding)
-{
-    const auto end = finding.text.find_last_not_of('\n') + 1;
-    return {finding.id, pattern_of(finding.id, finding.text.substr(0, end))};
-}
-
 } // namespace
 
 void FleetSummary::add(const ResultLine &line)
@@ -77,7 +70,7 @@ void FleetSummary::add(const ResultLine &line)
     m_worst = worse_of(m_worst, result);
     std::set<std::pair<Finding::Kind, Remark>> seen;
     for (const auto &finding : findings_of(line.outcome)) {
-        const Remark remark = remark_of(finding);
+        const Remark remark(finding.id, pattern_of(finding.id, finding.text));
         if (!seen.emplace(finding.kind, remark).second) {
             continue;
         }

@@ -4,6 +4,7 @@
 #include "rules/rules.h"
 
 #include <algorithm>
+#include <sstream>
 #include <string_view>
 
 namespace host
@@ -30,16 +31,37 @@ bool fits(std::string_view pattern, std::string_view text)
     return false;
 }
 
-/** Null: no text of the rule fits. */
-const RuleText *find_text(const std::string &rule, const std::string &text)
+std::string guarded_by(const std::string &rule)
 {
     const Rule *known = find_rule(rule);
-    if (known == nullptr) {
-        return nullptr;
+    return known == nullptr ? "" : known->guards;
+}
+
+/** Some rules end their texts with a newline, which means nothing. */
+std::string without_end(std::string text)
+{
+    text.erase(text.find_last_not_of(" \n") + 1);
+    return text;
+}
+
+const RuleText *text_that_fits(const Rule &rule, std::string_view said)
+{
+    const auto found = std::find_if(rule.texts.begin(), rule.texts.end(),
+                                    [said](const RuleText &text) { return fits(text.text, said); });
+    return found == rule.texts.end() ? nullptr : &*found;
+}
+
+/** Some rules object to several things at once: a line for each. */
+std::string resolution_of_lines(const Rule &rule, const std::string &said)
+{
+    std::string resolution;
+    std::istringstream lines(said);
+    for (std::string line; std::getline(lines, line);) {
+        if (const RuleText *text = text_that_fits(rule, line); text != nullptr) {
+            resolution += (resolution.empty() ? "" : " ") + text->resolve;
+        }
     }
-    const auto said = std::find_if(known->texts.begin(), known->texts.end(),
-                                   [&](const RuleText &each) { return fits(each.text, text); });
-    return said != known->texts.end() ? &*said : nullptr;
+    return resolution;
 }
 
 Finding finding_of(const RuleRun &run)
@@ -50,8 +72,9 @@ Finding finding_of(const RuleRun &run)
     finding.severity = is_warning ? Severity::kWarning : Severity::kError;
     finding.id = run.rule;
     finding.path = run.path;
-    finding.text = text_of(run.answer);
+    finding.text = without_end(text_of(run.answer));
     finding.help = resolution_of(run.rule, run.answer.text);
+    finding.about = guarded_by(run.rule);
     if (run.evidence) {
         finding.evidence = *run.evidence;
     }
@@ -62,6 +85,7 @@ Finding finding_of(const engine::Problem &problem)
 {
     Finding finding;
     finding.id = engine::names_of(problem.fault).identifier;
+    finding.about = engine::names_of(problem.fault).sentence;
     finding.path = problem.path;
     finding.text = problem.message;
     finding.help = problem.hint;
@@ -74,6 +98,8 @@ Finding finding_of(const Death &death)
     Finding finding;
     finding.kind = Finding::Kind::kDeath;
     finding.id = death.rule.empty() ? "plugin-died" : death.rule;
+    finding.about = death.rule.empty() ? "The plug-in came to an end that it should not come to."
+                                       : guarded_by(death.rule);
     finding.path = death.path;
     finding.text = sentence(death);
     return finding;
@@ -85,6 +111,7 @@ Finding finding_of(const UncheckedLink &unchecked)
     finding.kind = Finding::Kind::kUncheckedLink;
     finding.severity = Severity::kNote;
     finding.id = "unchecked-link";
+    finding.about = "No bandwidth check looks at a PON link that the change touches.";
     finding.path = unchecked.missing;
     finding.text =
         "PON link " + unchecked.link + " has no entry here, and no bandwidth check looks at it";
@@ -124,14 +151,20 @@ std::vector<Finding> findings_of(const Outcome &outcome)
 
 std::string resolution_of(const std::string &rule, const std::string &text)
 {
-    const RuleText *known = find_text(rule, text);
-    return known != nullptr ? known->resolve : std::string();
+    const Rule *known = find_rule(rule);
+    if (known == nullptr) {
+        return {};
+    }
+    const RuleText *whole = text_that_fits(*known, without_end(text));
+    return whole != nullptr ? whole->resolve : resolution_of_lines(*known, text);
 }
 
 std::string pattern_of(const std::string &rule, const std::string &text)
 {
-    const RuleText *known = find_text(rule, text);
-    return known != nullptr ? known->text : text;
+    const Rule *known = find_rule(rule);
+    const std::string said = without_end(text);
+    const RuleText *whole = known != nullptr ? text_that_fits(*known, said) : nullptr;
+    return whole != nullptr ? whole->text : said;
 }
 
 } // namespace host

@@ -17,7 +17,7 @@ struct Range {
 };
 
 /** Characters that nobody sees, or that change how others are seen. */
-constexpr std::array<Range, 12> kHidden{{
+constexpr std::array<Range, 13> kHidden{{
     {0x00, 0x1f},
     {0x7f, 0x9f},      // DEL, C1.
     {0xad, 0xad},      // Soft hyphen.
@@ -29,6 +29,7 @@ constexpr std::array<Range, 12> kHidden{{
     {0xfe00, 0xfe0f},  // Variation selectors.
     {0xfeff, 0xfeff},  // Byte order mark.
     {0xfff9, 0xfffb},  // Annotations.
+    {0xfffe, 0xffff},  // No characters; XML cannot carry them.
     {0xe0000, 0xe0fff} // Tags.
 }};
 

@@ -1,5 +1,7 @@
 #include "report/report_json.h"
 
+#include "report/assumptions.h"
+#include "report/finding.h"
 #include "report/report_reads.h"
 #include "report/report_text.h"
 
@@ -28,15 +30,41 @@ std::int64_t microseconds(std::chrono::nanoseconds time)
     return std::chrono::duration_cast<std::chrono::microseconds>(time).count();
 }
 
+Json cause(const std::optional<ChangedNode> &changed)
+{
+    if (!changed) {
+        return {};
+    }
+    Json json{{"path", changed->path}, {"operation", changed->operation}};
+    if (changed->before) {
+        json["before"] = *changed->before;
+    }
+    if (changed->after) {
+        json["after"] = *changed->after;
+    }
+    return json;
+}
+
+void add_evidence(Json &remark, const Evidence &evidence)
+{
+    const auto &[file, line, column] = evidence.location;
+    remark["cause"] = cause(evidence.cause);
+    remark["location"] = {{"file", file}, {"line", line}, {"column", column}};
+    remark["new"] = evidence.is_new ? Json(*evidence.is_new) : Json();
+}
+
 Json remarks(const Outcome &outcome, engine::Verdict verdict)
 {
     Json array = Json::array();
     for (const auto &run : outcome.runs) {
         if (run.answer.verdict == verdict) {
-            array.push_back({{"rule", run.rule},
-                             {"path", run.path},
-                             {"result", run.answer.result},
-                             {"text", run.answer.text}});
+            Json remark{{"rule", run.rule},
+                        {"path", run.path},
+                        {"result", run.answer.result},
+                        {"text", run.answer.text},
+                        {"resolution", resolution_of(run.rule, run.answer.text)}};
+            add_evidence(remark, run.evidence.value_or(Evidence{}));
+            array.push_back(std::move(remark));
         }
     }
     return array;
@@ -68,6 +96,7 @@ Json problems(const std::vector<engine::Problem> &found)
         array.push_back({{"fault", engine::names_of(problem.fault).identifier},
                          {"source", problem.source},
                          {"line", problem.line},
+                         {"column", problem.column},
                          {"path", problem.path},
                          {"message", problem.message},
                          {"hint", problem.hint}});
@@ -137,6 +166,11 @@ Json json_report(const Outcome &outcome, bool with_explanation)
     json["rejections"] = remarks(outcome, engine::Verdict::kRejected);
     json["warnings"] = remarks(outcome, engine::Verdict::kWarning);
     json["unchecked-links"] = unchecked_links(outcome);
+    if (const auto assumed = assumed_capabilities(outcome); !assumed.empty()) {
+        for (const auto &[name, value] : assumed) {
+            json["assumed"][name] = value;
+        }
+    }
     json["confirmation"] = confirmation(outcome.confirmation);
     json["problems"] = problems(outcome.problems);
     if (outcome.death) {

@@ -22,6 +22,26 @@ Value value_named(const std::string &name, Value last, const NameOf &name_of_val
     throw Json::other_error::create(0, "unknown name " + name, nullptr);
 }
 
+Evidence read_evidence(const Json &remark)
+{
+    Evidence evidence;
+    if (const auto &cause = remark.at("cause"); !cause.is_null()) {
+        evidence.cause = ChangedNode{cause.at("path"), cause.at("operation"), {}, {}};
+        for (const auto &[name, value] :
+             {std::pair("before", &evidence.cause->before), {"after", &evidence.cause->after}}) {
+            if (cause.contains(name)) {
+                *value = cause[name].get<std::string>();
+            }
+        }
+    }
+    const auto &location = remark.at("location");
+    evidence.location = {location.at("file"), location.at("line"), location.at("column")};
+    if (const auto &is_new = remark.at("new"); !is_new.is_null()) {
+        evidence.is_new = is_new.get<bool>();
+    }
+    return evidence;
+}
+
 void read_remarks(const Json &remarks, engine::Verdict verdict, Outcome &outcome)
 {
     for (const auto &remark : remarks) {
@@ -31,6 +51,7 @@ void read_remarks(const Json &remarks, engine::Verdict verdict, Outcome &outcome
         run.answer.verdict = verdict;
         run.answer.result = remark.at("result");
         run.answer.text = remark.at("text");
+        run.evidence = read_evidence(remark);
         outcome.runs.push_back(std::move(run));
     }
 }
@@ -42,6 +63,7 @@ engine::Problem read_problem(const Json &json)
                                 [](engine::Fault fault) { return names_of(fault).identifier; });
     problem.source = json.at("source");
     problem.line = json.at("line");
+    problem.column = json.at("column");
     problem.path = json.at("path");
     problem.message = json.at("message");
     problem.hint = json.at("hint");
@@ -91,6 +113,7 @@ Outcome read(const Json &report)
     for (const auto &link : report.at("unchecked-links")) {
         outcome.unchecked_links.push_back({link.at("link"), link.at("missing")});
     }
+    outcome.assumes_card = report.contains("assumed");
     outcome.confirmation = read_confirmation(report.at("confirmation"));
     for (const auto &problem : report.at("problems")) {
         outcome.problems.push_back(read_problem(problem));

@@ -1,5 +1,6 @@
 #include "report/report_text.h"
 
+#include "report/assumptions.h"
 #include "report/printable.h"
 
 #include <csignal>
@@ -28,20 +29,6 @@ std::vector<std::string> lines_of(const std::string &text)
 std::string plural(std::size_t count, const std::string &noun)
 {
     return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
-}
-
-void print_runs(std::ostream &out, const Outcome &outcome, engine::Verdict verdict,
-                const Style &style)
-{
-    for (const auto &run : outcome.runs) {
-        if (run.answer.verdict != verdict) {
-            continue;
-        }
-        out << "  " << style.strong(printable(run.path)) << " (" << run.rule << ")\n";
-        for (const auto &line : lines_of(text_of(run.answer))) {
-            out << "    " << printable(line) << '\n';
-        }
-    }
 }
 
 void print_plugin_output(std::ostream &out, const std::string &output)
@@ -148,13 +135,7 @@ void print_problems(std::ostream &out, const std::vector<engine::Problem> &probl
                     const Style &style)
 {
     for (const auto &problem : problems) {
-        if (!problem.source.empty()) {
-            out << style.strong(printable(problem.source)) << ':';
-        }
-        if (problem.line != 0) {
-            out << problem.line << ':';
-        }
-        out << (problem.source.empty() && problem.line == 0 ? "" : " ");
+        out << location_text({problem.source, problem.line, problem.column}, style);
         if (!problem.path.empty()) {
             out << printable(problem.path) << ": ";
         }
@@ -165,17 +146,11 @@ void print_problems(std::ostream &out, const std::vector<engine::Problem> &probl
     }
 }
 
-void print_findings(std::ostream &out, const Outcome &outcome, const Style &style)
+void print_findings(std::ostream &out, const Outcome &outcome, const Style &style,
+                    const TextDetail &detail)
 {
     print_problems(out, outcome.problems, style);
-    if (outcome.has(engine::Verdict::kRejected)) {
-        out << style.bad("Objections:") << '\n';
-        print_runs(out, outcome, engine::Verdict::kRejected, style);
-    }
-    if (outcome.has(engine::Verdict::kWarning)) {
-        out << style.warning("Warnings:") << '\n';
-        print_runs(out, outcome, engine::Verdict::kWarning, style);
-    }
+    print_remarks(out, findings_of(outcome), style, detail);
     for (const auto &unchecked : outcome.unchecked_links) {
         out << style.warning("Not covered by a bandwidth check:") << " PON link "
             << printable(unchecked.link) << " has no entry under " << printable(unchecked.missing)
@@ -191,6 +166,12 @@ void print_findings(std::ostream &out, const Outcome &outcome, const Style &styl
 
 void print_conclusion(std::ostream &out, const Outcome &outcome, const Style &style)
 {
+    const auto assumed = assumed_capabilities(outcome);
+    for (const auto &[name, value] : assumed) {
+        out << (name == assumed.front().first ? "Assumed, because there is no --card: " : ", ")
+            << name << ' ' << value;
+    }
+    out << (assumed.empty() ? "" : ".\n");
     if (outcome.confirmation.by_option) {
         out << "Proceed? [yes,no] " << (*outcome.confirmation.answer ? "yes" : "no") << '\n';
     }

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "checker/outcome.h"
+#include "report/report_remarks.h"
 #include "report/style.h"
 
 #include <iosfwd>
@@ -13,12 +14,13 @@ namespace host
 {
 
 /** Prints what was found, up to the point where the operator may have to answer. */
-void print_findings(std::ostream &out, const Outcome &outcome, const Style &style);
+void print_findings(std::ostream &out, const Outcome &outcome, const Style &style,
+                    const TextDetail &detail = {});
 
 /** Prints how it ended. */
 void print_conclusion(std::ostream &out, const Outcome &outcome, const Style &style);
 
-/** Prints faults of an input as `file:line: path: message`, with hints. */
+/** Prints faults of an input as `file:line:column: path: message`, with hints. */
 void print_problems(std::ostream &out, const std::vector<engine::Problem> &problems,
                     const Style &style);
 

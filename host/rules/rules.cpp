@@ -40,8 +40,13 @@ std::vector<Rule> read_rules()
     const json all = json::parse(kRulesJson);
     std::vector<Rule> rules;
     for (const auto &facts : all) {
-        Rule rule{facts.at("key"), facts.value("warns", false), facts.at("guards"),
-                  facts.at("why"), facts.at("reads"),           {}};
+        Rule rule{facts.at("key"),
+                  facts.value("warns", false),
+                  facts.at("guards"),
+                  facts.at("why"),
+                  facts.at("reads"),
+                  facts.value("capabilities", std::vector<std::string>()),
+                  {}};
         for (const auto &text : facts.at("texts")) {
             rule.texts.push_back(read_text(text, all));
         }

@@ -23,6 +23,8 @@ struct Rule {
     std::string guards;
     std::string why;
     std::string reads;
+    /** Capabilities of the card, by their names in its file, that its answers hang on. */
+    std::vector<std::string> capabilities;
     std::vector<RuleText> texts;
 };
 

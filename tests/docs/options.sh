@@ -13,10 +13,11 @@ helped=$({ "$@" --help; for command in check fleet audit points generate; do "$@
 [ "$(wc -l <<< "$helped")" -gt 20 ] || { echo "--help tells too few options: $helped"; exit 1; }
 
 status=0
+# Not behind a pipe: there the status would be that of a shell of its own.
 compare() {
-    diff -u --label "--help" <(echo "$helped") --label "$1" <(sort -u) || status=1
+    diff -u --label "--help" <(echo "$helped") --label "$1" <(sort -u <<< "$2") || status=1
 }
-sed 's/\\-/-/g' "$packaging/gpon-validate.1" | grep -oE -- '--[a-z]+(-[a-z]+)*' | compare "man page"
-grep -oE -- '(^|[ "])--[a-z]+(-[a-z]+)*' "$packaging/gpon-validate.bash" | grep -oE -- '--[a-z-]+' | compare "completion"
+compare "man page" "$(sed 's/\\-/-/g' "$packaging/gpon-validate.1" | grep -oE -- '--[a-z]+(-[a-z]+)*')"
+compare "completion" "$(grep -oE -- '(^|[ "])--[a-z]+(-[a-z]+)*' "$packaging/gpon-validate.bash" | grep -oE -- '--[a-z-]+')"
 echo "$(wc -l <<< "$helped") options compared."
 exit $status

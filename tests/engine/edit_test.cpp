@@ -249,7 +249,7 @@ TEST(Edit, SaysWhatDoesNotFit)
          "edit.xml:1: /config/service-port{2}/"},
         {config_xml(port_edit(2, xml("vlan"))), "edit.xml:1: /config/service-port{2}/vlan: Node"},
         {config_xml(newline + no_key + port_edit(1, "")), "edit.xml:2: /config/service-port: "},
-        {config_xml(other + no_key), "edit.xml: /config/service-port: List instance is missing"},
+        {config_xml(other + no_key), "edit.xml:2: /config/service-port: List instance is missing"},
         {config_xml(xml("interface/gpon",
                         xml("slot-id", "1") + xml("chassis-id", "1") + xml("port-id", "1"))),
          "edit.xml:1: /config/interface/gpon{1}/chassis-id: Invalid position of the key"},
@@ -269,7 +269,7 @@ TEST(Edit, SaysWhatDoesNotFit)
         {"", "There is no edit in it"},
         {operation("delete", ""), "Invalid default-operation delete (one of merge, replace, none"},
         {operation("none", port_edit(9, xml("statistics", "true", kCreate))),
-         "edit.xml: /config/service-port{9}: It does not exist"},
+         "edit.xml:1: /config/service-port{9}: It does not exist"},
     };
     for (const auto &[edit, expected] : rows) {
         EXPECT_THAT(complaint_about(port(1, xml("max-mac-addresses", "5")), edit),

@@ -66,7 +66,7 @@ generate_cards() {
             --seed "$number" -o "cards/$number/running.xml" --card "cards/$number/card.json"
         printf 'card-%s\tcards/%s/running.xml\tcards/%s/card.json\n' "$number" "$number" "$number"
     done >cards.tsv
-    cp "$example/move.xsl" .
+    cp "$example/residential/move.xsl" .
     # So much that two such ONUs are too many for a link. The pause makes sure that there is a middle in which a worker can be killed.
     options=(--edit-command 'sleep 0.05; xsltproc --stringparam from line-001 --param assured 640000 move.xsl {running}' --yes)
 }

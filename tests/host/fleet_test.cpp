@@ -79,8 +79,15 @@ TEST_F(Fleet, WhoeverChecksWhatTheFileIsThatOfASerialRun)
     fleet("parallel", {"--jobs", "3"});
     EXPECT_EQ(read("parallel"), read("serial"));
 
-    std::vector<std::string> merge{"fleet",        "merge",    path("cards.tsv"),          "-o",
-                                   path("merged"), "--report", "html=" + path("page.html")};
+    std::vector<std::string> merge{"fleet",
+                                   "merge",
+                                   path("cards.tsv"),
+                                   "-o",
+                                   path("merged"),
+                                   "--report",
+                                   "html=" + path("page.html"),
+                                   "--report",
+                                   "junit=" + path("tests.xml")};
     for (const std::string part : {"3", "1", "2"}) {
         fleet("part" + part, {"--shard", part + "/3"});
         merge.push_back(path("part" + part));
@@ -88,6 +95,8 @@ TEST_F(Fleet, WhoeverChecksWhatTheFileIsThatOfASerialRun)
     const auto merged = run(merge);
     EXPECT_EQ(merged.code, 3) << merged;
     EXPECT_EQ(read("merged"), read("serial"));
+    EXPECT_THAT(read("tests.xml"), AllOf(HasSubstr("tests=\"40\" failures=\"39\" errors=\"1\""),
+                                         HasSubstr("name=\"card9\"")));
     EXPECT_THAT(read("page.html"),
                 AllOf(HasSubstr("<tr><td>card9</td><td class=\"not-confirmed\">not confirmed</td>"
                                 "<td>fec_confirmation_warning</td>"),

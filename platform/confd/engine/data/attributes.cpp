@@ -15,8 +15,6 @@ struct KnownAttribute {
     std::string_view name;
 };
 
-constexpr std::string_view kYangNamespace = "urn:ietf:params:xml:ns:yang:1";
-
 constexpr std::array<KnownAttribute, 4> kKnown{{{kNetconfNamespace, "ietf-netconf", "operation"},
                                                 {kYangNamespace, "yang", "insert"},
                                                 {kYangNamespace, "yang", "key"},

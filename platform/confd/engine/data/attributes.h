@@ -20,6 +20,9 @@ enum class Content { kConfiguration, kEdit };
 /** Of the operation attribute, and of the elements that may stand around an edit. */
 inline constexpr const char *kNetconfNamespace = "urn:ietf:params:xml:ns:netconf:base:1.0";
 
+/** Of the attributes that place entries of lists. */
+inline constexpr const char *kYangNamespace = "urn:ietf:params:xml:ns:yang:1";
+
 /** An attribute with the namespace (in JSON: the module) that it belongs to. */
 struct Attribute {
     std::string_view space;

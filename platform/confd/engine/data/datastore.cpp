@@ -6,6 +6,7 @@
 #include "engine/data/path.h"
 #include "engine/data/problems.h"
 #include "engine/data/text_length.h"
+#include "engine/data/text_places.h"
 
 #include <cstdlib>
 #include <stdexcept>
@@ -21,22 +22,18 @@ LYD_FORMAT yang_format(Format format)
     return format == Format::kJson ? LYD_JSON : LYD_XML;
 }
 
-[[noreturn]] void fail(Fault fault, const Source &source, const std::string &path,
-                       const std::string &message, const std::string &hint)
-{
-    throw InputError({{fault, source.name, 0, path, message, hint}});
-}
-
 void require_one_root(const lyd_node *root, const Schema &schema, const Source &source)
 {
     if (root == nullptr) {
-        fail(Fault::kNoConfiguration, source, "", "There is no configuration in it",
-             root_hint(schema));
+        throw InputError({{Fault::kNoConfiguration, source.name, 0, "",
+                           "There is no configuration in it", root_hint(schema)}});
     }
     for (; root->next != nullptr; root = root->next) {
         if (root->schema == root->next->schema && root->schema->nodetype == LYS_CONTAINER) {
-            fail(Fault::kDuplicate, source, path_text(root), "Duplicate node",
-                 "a file holds one configuration");
+            Problem problem{Fault::kDuplicate, source.name,      0,
+                            path_text(root),   "Duplicate node", "a file holds one configuration"};
+            TextPlaces::put(problem, TextPlaces(schema, source).of_duplicate(root));
+            throw InputError({std::move(problem)});
         }
     }
 }
@@ -80,12 +77,20 @@ Datastore Datastore::parse(std::shared_ptr<const Schema> schema, const Source &s
     Datastore tree(std::move(schema));
     auto *context = tree.m_schema->context();
     ly_err_clean(context, nullptr);
-    const Document document(source, Content::kConfiguration);
+    const Document document(*tree.m_schema, source, Content::kConfiguration);
     if (document.parse(context, LYD_PARSE_STRICT, tree.m_root) != LY_SUCCESS) {
-        throw InputError(take_problems(*tree.m_schema, source.name));
+        auto problems = take_problems(*tree.m_schema, source.name);
+        const TextPlaces places(*tree.m_schema, source);
+        for (Problem &problem : problems) {
+            places.add_column(problem);
+        }
+        throw InputError(std::move(problems));
+    }
+    if (tree.m_root == nullptr && document.envelope().is_answer()) {
+        return tree;
     }
     require_one_root(tree.m_root, *tree.m_schema, source);
-    require_short_texts(tree.m_root, source);
+    require_short_texts(*tree.m_schema, tree.m_root, source);
     tree.normalise(committed);
     return tree;
 }

@@ -19,12 +19,14 @@ void free_input(ly_in *input)
 
 } // namespace
 
-Document::Document(const Source &source, Content content)
-    : m_source(source), m_format(format_of(source.text)), m_text(without_mark(source.text))
+Document::Document(const Schema &schema, const Source &source, Content content)
+    : m_source(source), m_format(format_of(source.text)), m_envelope(source, content),
+      m_text(without_mark(source.text))
 {
     require_utf8(source);
-    auto normalised = m_format == Format::kJson ? normalise_json(source, m_text, content)
-                                                : normalise_xml(source, m_text, content);
+    const RawText raw{schema, source, m_text, content};
+    auto normalised = m_format == Format::kJson ? normalise_json(raw, m_envelope)
+                                                : normalise_xml(raw, m_envelope);
     if (normalised) {
         m_normalised = std::move(*normalised);
         m_text = m_normalised;

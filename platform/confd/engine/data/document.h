@@ -4,7 +4,7 @@
  */
 #pragma once
 
-#include "engine/data/attributes.h"
+#include "engine/data/envelope.h"
 #include "engine/schema/yang.h"
 
 #include <cstdint>
@@ -22,11 +22,13 @@ class Document
 {
 public:
     /** @throws InputError  See require_utf8, normalise_xml and normalise_json. */
-    Document(const Source &source, Content content);
+    Document(const Schema &schema, const Source &source, Content content);
     Document(const Document &) = delete;
     Document &operator=(const Document &) = delete;
 
     Format format() const { return m_format; }
+    /** What stood around the data; it is not part of what is parsed. */
+    const Envelope &envelope() const { return m_envelope; }
 
     /**
      * As lyd_parse_data, without validation.
@@ -37,6 +39,7 @@ public:
 private:
     const Source &m_source;
     const Format m_format;
+    Envelope m_envelope;
     std::string m_normalised;
     std::string_view m_text; /**< Of the source, or of what was made of it. Ends with a NUL. */
 };

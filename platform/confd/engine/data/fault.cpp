@@ -17,6 +17,8 @@ FaultNames names_of(Fault fault)
                 "A document holds no configuration and no edit."};
     case Fault::kUnknownNode:
         return {"unknown-node", "unknown-element", "The data model has no such node there."};
+    case Fault::kForeignNode:
+        return {"foreign-node", "unknown-namespace", "A node is not of this data model."};
     case Fault::kInvalidValue:
         return {"invalid-value", "invalid-value", "The type does not take the value."};
     case Fault::kUnknownAttribute:

@@ -13,6 +13,7 @@ enum class Fault {
     kMalformed,         /**< Text that is no XML or JSON, or not one document. */
     kNoConfiguration,   /**< A document without a configuration, or an edit, in it. */
     kUnknownNode,       /**< A name that the model does not know there. */
+    kForeignNode,       /**< A node of another model. */
     kInvalidValue,      /**< A value that the type does not take. */
     kUnknownAttribute,  /**< An attribute or metadata that means nothing to us. */
     kInvalidAttribute,  /**< An operation or a place that an edit cannot ask for. */

@@ -1,8 +1,10 @@
 #include "engine/data/json_text.h"
 
+#include "engine/data/json_envelope.h"
+#include "engine/data/text_iterator.h"
+
 #include <nlohmann/json.hpp>
 
-#include <iterator>
 #include <set>
 #include <utility>
 #include <vector>
@@ -82,43 +84,6 @@ Escapes read_escapes(const Source &source, std::string_view text)
     }
     return escapes;
 }
-
-/** Goes through a text and notes how far it came: events of a JSON parser have no place. */
-class TextIterator
-{
-public:
-    using iterator_category = std::forward_iterator_tag;
-    using value_type = char;
-    using difference_type = std::ptrdiff_t;
-    using pointer = const char *;
-    using reference = const char &;
-
-    TextIterator(const char *at, const char *&reached) : m_at(at), m_reached(&reached) {}
-    reference operator*() const { return *m_at; }
-    TextIterator &operator++()
-    {
-        *m_reached = ++m_at;
-        return *this;
-    }
-    TextIterator operator++(int)
-    {
-        const TextIterator before = *this;
-        ++*this;
-        return before;
-    }
-    friend bool operator==(const TextIterator &a, const TextIterator &b)
-    {
-        return a.m_at == b.m_at;
-    }
-    friend bool operator!=(const TextIterator &a, const TextIterator &b)
-    {
-        return a.m_at != b.m_at;
-    }
-
-private:
-    const char *m_at;
-    const char **m_reached;
-};
 
 bool is_metadata_name(std::string_view name)
 {
@@ -222,14 +187,7 @@ bool MetadataReader::parse_error(std::size_t position, const std::string & /*las
                                  const nlohmann::detail::exception &failure)
 {
     m_faults.require_none(); // What was found before it ended.
-    // Such as "[json.exception.parse_error.101] parse error at line 1, column 2: syntax error ..."
-    const std::string_view text = failure.what();
-    const auto reason = text.find(": ");
-    const auto place = place_of(m_text, position > 0 ? position - 1 : 0);
-    throw InputError({{Fault::kMalformed, m_source.name, place.line, "",
-                       "Malformed JSON in column " + std::to_string(place.column) +
-                           std::string(text.substr(reason != text.npos ? reason : text.size())),
-                       ""}});
+    fail_as_malformed(m_source, m_text, position, failure.what());
 }
 
 /** Of the data, without module names. */
@@ -247,17 +205,21 @@ std::string MetadataReader::path() const
 
 } // namespace
 
-std::optional<std::string> normalise_json(const Source &source, std::string_view text,
-                                          Content content)
+std::optional<std::string> normalise_json(const RawText &raw, Envelope &envelope)
 {
-    auto escapes = read_escapes(source, text);
+    auto text = raw.text;
+    auto data = cut_out_data(raw, envelope);
+    if (data) {
+        text = *data;
+    }
+    auto escapes = read_escapes(raw.source, text);
     if (escapes.resolved) {
         text = *escapes.resolved;
     }
     if (escapes.hide_at_sign || text.find("\"@") != std::string_view::npos) {
-        MetadataReader(source, text, content).read();
+        MetadataReader(raw.source, text, raw.content).read();
     }
-    return std::move(escapes.resolved);
+    return escapes.resolved ? std::move(escapes.resolved) : std::move(data);
 }
 
 } // namespace engine

@@ -4,23 +4,22 @@
  */
 #pragma once
 
-#include "engine/data/attributes.h"
+#include "engine/data/envelope.h"
 
 #include <optional>
 #include <string>
-#include <string_view>
 
 namespace engine
 {
 
 /**
- * Checks the metadata, and writes characters beyond the 16-bit range, which are two escapes in
- * JSON, as themselves. Lines stay where they are.
- * @param text  The source's text without a byte order mark.
+ * Checks the metadata, writes characters beyond the 16-bit range, which are two escapes in JSON, as
+ * themselves, and takes away what stands around the data, and nodes of other models. Lines stay
+ * where they are.
  * @return Nothing when the text can stay as it is.
- * @throws InputError  Malformed JSON, metadata that is not understood, half of a surrogate pair.
+ * @throws InputError  Malformed JSON, metadata that is not understood, half of a surrogate pair;
+ * see also Envelope.
  */
-std::optional<std::string> normalise_json(const Source &source, std::string_view text,
-                                          Content content);
+std::optional<std::string> normalise_json(const RawText &raw, Envelope &envelope);
 
 } // namespace engine

@@ -1,5 +1,6 @@
 #include "engine/data/source.h"
 
+#include "engine/data/encoding.h"
 #include "engine/data/error.h"
 
 #include <fcntl.h>
@@ -21,8 +22,7 @@ namespace
 {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-constexpr const char *kFileHint = "a file with a configuration or an edit is required";
-constexpr const char *kEncodingHint = "save the file as UTF-8";
+constexpr const char *kFileHint = "a file is required";
 
 [[noreturn]] void fail(Fault fault, const std::string &source, unsigned line,
                        const std::string &message, const std::string &hint)
@@ -71,6 +71,7 @@ public:
         reserve();
         while (read_chunk()) {
         }
+        convert_to_utf8(m_source);
         return std::move(m_source);
     }
 
@@ -124,7 +125,7 @@ bool FileReader::read_chunk()
     const auto length = static_cast<std::size_t>(count);
     require_size(m_source.text.size() + length);
     m_source.text.append(m_chunk.data(), length);
-    if (std::memchr(m_chunk.data(), '\0', length) != nullptr) {
+    if (std::memchr(m_chunk.data(), '\0', length) != nullptr && !is_wide(m_source.text)) {
         require_utf8(m_source); // Throws, since a NUL is in it: a device may have no end.
     }
     return length > 0;
@@ -200,9 +201,8 @@ std::size_t find_not_utf8(std::string_view text)
 
 bool is_utf16(std::string_view text)
 {
-    const auto mark = text.substr(0, 2);
     const bool has_nul = text.size() >= 2 && (text[0] == '\0') != (text[1] == '\0');
-    return mark == "\xFF\xFE" || mark == "\xFE\xFF" || has_nul;
+    return is_wide(text) || has_nul;
 }
 
 } // namespace

@@ -17,10 +17,17 @@ enum class Format { kXml, kJson };
 /** XML or JSON, by the first character that is not a blank. */
 Format format_of(std::string_view text);
 
+/** How a text is to be taken, besides what it says itself. */
+struct Reading {
+    bool skip_foreign = false;       /**< Nodes of other models are skipped, not refused. */
+    std::string default_operation{}; /**< Of an edit without <edit-config>; empty: merge. */
+};
+
 /** A text with the name under which errors mention it. */
 struct Source {
     std::string name;
     std::string text;
+    Reading reading{};
 };
 
 /** What reading a file may cost. */
@@ -31,7 +38,7 @@ struct ReadLimits {
 };
 
 /**
- * Reads a whole file, pipe or device.
+ * Reads a whole file, pipe or device. XML in another encoding becomes UTF-8: see convert_to_utf8.
  * @throws InputError  It cannot be read, is larger than the limit, stays silent for too long, or
  *                     is not text: a NUL byte ends the reading.
  */

@@ -5,16 +5,17 @@
 #pragma once
 
 #include "engine/data/source.h"
-#include "engine/schema/yang.h"
+#include "engine/schema/schema.h"
 
 namespace engine
 {
 
 /**
  * Checks the leaves whose type has a length marked as one in bytes.
- * @param siblings  A parsed tree; nodes that the model does not know are passed over.
+ * @param siblings  A tree that was parsed from the source; nodes that the model does not know are
+ * passed over.
  * @throws InputError  With all that are too long.
  */
-void require_short_texts(const lyd_node *siblings, const Source &source);
+void require_short_texts(const Schema &schema, const lyd_node *siblings, const Source &source);
 
 } // namespace engine

@@ -5,7 +5,7 @@
 #include "engine/data/path.h"
 #include "engine/data/problems.h"
 #include "engine/data/reference_index.h"
-#include "engine/edit/edit_text.h"
+#include "engine/data/text_places.h"
 #include "engine/schema/schema_references.h"
 #include "engine/schema/yang_log.h"
 
@@ -97,14 +97,15 @@ bool is_at_fault(const lyd_node *parent, const lysc_node *schema)
 }
 
 /** For faults of which libyang names the schema node only. */
-void find_places(const lyd_node *siblings, const lysc_node *schema, std::vector<std::string> &paths)
+void find_places(const lyd_node *siblings, const lysc_node *schema,
+                 std::vector<const lyd_node *> &places)
 {
     const auto *parent_schema = lysc_data_node(schema->parent);
     for (; siblings != nullptr; siblings = siblings->next) {
         if (siblings->schema == parent_schema && is_at_fault(siblings, schema)) {
-            paths.push_back(path_text(siblings));
+            places.push_back(siblings);
         }
-        find_places(lyd_child(siblings), schema, paths);
+        find_places(lyd_child(siblings), schema, places);
     }
 }
 
@@ -113,7 +114,7 @@ class FaultFinder
 {
 public:
     FaultFinder(const Schema &schema, lyd_node *&root, const Source &source)
-        : m_schema(schema), m_root(root), m_source(source)
+        : m_schema(schema), m_root(root), m_source(source), m_places(schema, source)
     {
     }
 
@@ -161,42 +162,35 @@ private:
             if (is_dangling(*item)) {
                 problem.hint = "create what it refers to, or name one that exists";
             }
-            const auto location = read_location(item->path);
-            for (const auto &place : places_of(location, problem.path)) {
-                problem.path = place;
-                problem.line = line_of(location, problem);
+            for (const auto *node : nodes_at_fault(read_location(item->path))) {
                 found.push_back(problem);
+                put_at(node, found.back());
             }
         }
         m_problems.insert(m_problems.begin(), found.begin(), found.end());
     }
 
-    /** Where a fault is in the data; as libyang tells it, if it tells it. */
-    std::vector<std::string> places_of(const FaultLocation &location, const std::string &told) const
+    /** The nodes that a fault is about; of one whose place libyang does not tell, null. */
+    std::vector<const lyd_node *> nodes_at_fault(const FaultLocation &location) const
     {
-        std::vector<std::string> places;
-        const auto *schema = location.data.empty()
-                                 ? find_schema(m_schema.module()->compiled, location.schema)
-                                 : nullptr;
-        if (schema != nullptr) {
-            find_places(m_root, schema, places);
+        if (!location.data.empty()) {
+            return {find_data(location.data)};
         }
-        return places.empty() ? std::vector<std::string>{told} : places;
+        std::vector<const lyd_node *> nodes;
+        if (const auto *schema = find_schema(m_schema.module()->compiled, location.schema)) {
+            find_places(m_root, schema, nodes);
+        }
+        return nodes.empty() ? std::vector<const lyd_node *>{nullptr} : nodes;
     }
 
-    /** Line of the node at fault, if it stands in the text once: by its name and value. */
-    unsigned line_of(const FaultLocation &location, const Problem &problem) const
+    void put_at(const lyd_node *node, Problem &problem) const
     {
-        const auto *node = location.data.empty() ? nullptr : find_data(location.data);
-        if (problem.fault == Fault::kDuplicate && node != nullptr) {
-            return line_of_duplicate(m_source.text, *Schema::of(node), node);
+        if (node == nullptr) {
+            return;
         }
-        const auto name = problem.path.substr(problem.path.rfind('/') + 1);
-        if (m_source.text.empty() || name.empty() || name.find('}') != std::string::npos) {
-            return problem.line; // A list entry is not found by its list's name.
-        }
-        const bool has_value = node != nullptr && (node->schema->nodetype & LYD_NODE_TERM) != 0;
-        return line_of_node(m_source.text, name, has_value ? lyd_get_value(node) : "");
+        problem.path = path_text(node);
+        const bool is_duplicate = problem.fault == Fault::kDuplicate;
+        TextPlaces::put(problem, is_duplicate ? m_places.of_duplicate(node) : m_places.of(node));
     }
 
     lyd_node *find_data(const std::string &path) const
@@ -222,6 +216,7 @@ private:
     const Schema &m_schema;
     lyd_node *&m_root;
     const Source &m_source;
+    TextPlaces m_places;
     std::vector<Problem> m_problems;
 };
 

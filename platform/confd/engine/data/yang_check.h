@@ -12,8 +12,8 @@ namespace engine
 /**
  * Checks the whole tree (mandatory, must, leafref, unique, min- and max-elements) and adds default
  * values.
- * @param source  What the errors name; with its text they have lines as far as the place at fault
- *                stands there once.
+ * @param source  What the errors name; with its text they have lines and columns: of the node at
+ *                fault, or of the deepest node above it that is in the text.
  * @throws InputError  With every fault that libyang tells.
  */
 void check_yang(Datastore &tree, const Source &source);

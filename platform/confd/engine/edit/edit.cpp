@@ -5,9 +5,9 @@
 #include "engine/data/path.h"
 #include "engine/data/problems.h"
 #include "engine/data/text_length.h"
+#include "engine/data/text_places.h"
 #include "engine/data/tree_view.h"
 #include "engine/edit/edit_reader.h"
-#include "engine/edit/edit_text.h"
 
 #include <cstring>
 #include <map>
@@ -22,7 +22,7 @@ class EditApplier
 {
 public:
     EditApplier(UndoLog &log, const Source &source)
-        : m_log(log), m_tree(log.tree()), m_source(source)
+        : m_log(log), m_tree(log.tree()), m_source(source), m_places(log.tree().schema(), source)
     {
     }
 
@@ -61,11 +61,7 @@ private:
     lyd_node *find_anchor(const lyd_node *node, lyd_node *target);
 
     void add_problem(Fault fault, const lyd_node *node, const std::string &message,
-                     const std::string &hint)
-    {
-        m_problems.push_back({fault, m_source.name, 0, edit_path(node), message, hint});
-    }
-    void add_duplicate(const lyd_node *node, const std::string &hint);
+                     const std::string &hint);
     lyd_node *siblings_below(const lyd_node *parent) const
     {
         return parent != nullptr ? lyd_child(parent) : m_tree.root();
@@ -74,6 +70,7 @@ private:
     UndoLog &m_log;
     const Datastore &m_tree;
     const Source &m_source;
+    TextPlaces m_places;
     std::vector<Problem> m_problems;
 };
 
@@ -206,13 +203,13 @@ void EditApplier::encrypt_siblings(const lyd_node *first, lyd_node *parent)
     }
 }
 
-void EditApplier::add_duplicate(const lyd_node *node, const std::string &hint)
+void EditApplier::add_problem(Fault fault, const lyd_node *node, const std::string &message,
+                              const std::string &hint)
 {
-    constexpr std::size_t kMaxSearches = 20; // Each goes through the whole text.
-    add_problem(Fault::kDuplicate, node, "Duplicate node", hint);
-    if (m_problems.size() <= kMaxSearches) {
-        const auto &schema = *schema_of(m_tree.schema(), node);
-        m_problems.back().line = line_of_duplicate(m_source.text, schema, node);
+    constexpr std::size_t kMaxPlaces = 100; // Each takes as long as there are nodes like it.
+    m_problems.push_back({fault, m_source.name, 0, edit_path(node), message, hint});
+    if (m_problems.size() <= kMaxPlaces) {
+        TextPlaces::put(m_problems.back(), m_places.of_written(node));
     }
 }
 
@@ -226,11 +223,12 @@ void EditApplier::refuse_duplicates(const lyd_node *first)
             lyd_node *same = nullptr;
             lyd_find_sibling_first(first, node, &same);
             if (same != nullptr && same != node) {
-                add_duplicate(node, "an edit names an entry once");
+                add_problem(Fault::kDuplicate, node, "Duplicate node",
+                            "an edit names an entry once");
             }
         } else if (!seen.insert(schema).second) {
-            add_duplicate(node,
-                          schema->is_leaf() ? "a leaf has one value" : "an edit names a node once");
+            add_problem(Fault::kDuplicate, node, "Duplicate node",
+                        schema->is_leaf() ? "a leaf has one value" : "an edit names a node once");
         }
     }
 }
@@ -401,7 +399,7 @@ lyd_node *EditApplier::find_anchor(const lyd_node *node, lyd_node *target)
 void apply_edit(UndoLog &log, const Source &edit)
 {
     const EditTree tree = parse_edit(log.tree().schema(), edit);
-    require_short_texts(tree.root.get(), edit);
+    require_short_texts(log.tree().schema(), tree.root.get(), edit);
     EditApplier(log, edit).apply(tree);
 }
 

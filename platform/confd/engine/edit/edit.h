@@ -15,9 +15,8 @@ namespace engine
  * The edit is data of the model; nodes carry `nc:operation` (merge, which is the default, replace,
  * create, delete, remove) and entries of user-ordered lists `yang:insert` (first, last, before,
  * after) with `yang:key` or, on leaf-lists, `yang:value`; in JSON the same as metadata (RFC 7952).
- * A leaf to delete needs no value (in JSON, where metadata needs one beside it, "" will do). The
- * XML may stand in a NETCONF `<config>` element, and that in an `<edit-config>` with a
- * default-operation.
+ * A leaf to delete needs no value (in JSON, where metadata needs one beside it, "" will do). It may
+ * stand in elements of NETCONF: see Envelope.
  *
  * @throws InputError  Broken text, unknown names, values out of range, an operation that the data
  *                     does not allow (create of what exists, delete of what does not).

@@ -1,7 +1,7 @@
 #include "engine/edit/edit_faults.h"
 
 #include "engine/data/problems.h"
-#include "engine/edit/edit_text.h"
+#include "engine/data/text_places.h"
 
 #include <cstring>
 
@@ -9,6 +9,10 @@ namespace engine
 {
 namespace
 {
+
+/** To know a node from others like it takes as long as there are many: a hopeless edit has
+ * thousands. */
+constexpr std::size_t kMaxPlaces = 100;
 
 const char *value_of(const lyd_node_opaq &node)
 {
@@ -18,8 +22,8 @@ const char *value_of(const lyd_node_opaq &node)
 class FaultFinder
 {
 public:
-    FaultFinder(const Schema &schema, const Source &edit, const std::vector<Problem> &strict)
-        : m_schema(schema), m_edit(edit), m_strict(strict)
+    FaultFinder(const Schema &schema, const Source &edit)
+        : m_schema(schema), m_edit(edit), m_places(schema, edit)
     {
     }
 
@@ -47,14 +51,10 @@ private:
     bool fits(const lyd_node *leaf, const SchemaNode &schema) const;
     void add(Fault fault, const lyd_node *node, const std::string &message,
              const std::string &hint);
-    unsigned strict_line(const lyd_node *node, const std::string &message);
-
-    /** A search for a line reads the whole text: not for every fault of a hopeless one. */
-    bool may_search() const { return problems.size() < 20; }
 
     const Schema &m_schema;
     const Source &m_edit;
-    std::vector<Problem> m_strict;
+    TextPlaces m_places;
 };
 
 bool FaultFinder::is_leaf_to_delete(const lyd_node *node, Operation operation) const
@@ -142,33 +142,17 @@ void FaultFinder::explain_value(const lyd_node *leaf, const SchemaNode &schema)
 void FaultFinder::add(Fault fault, const lyd_node *node, const std::string &message,
                       const std::string &hint)
 {
-    unsigned line = strict_line(node, message);
-    if (line == 0 && may_search()) {
-        const auto &opaque = as_opaque(node);
-        line = line_of_node(m_edit.text, opaque.name.name, value_of(opaque));
+    problems.push_back({fault, m_edit.name, 0, edit_path(node), message, hint});
+    if (problems.size() <= kMaxPlaces) {
+        TextPlaces::put(problems.back(), m_places.of_written(node));
     }
-    problems.push_back({fault, m_edit.name, line, edit_path(node), message, hint});
-}
-
-/** The strict parse knows the line of one fault, the first in the text. */
-unsigned FaultFinder::strict_line(const lyd_node *node, const std::string &message)
-{
-    if (m_strict.empty() || m_strict.front().message != message ||
-        (m_strict.front().path != edit_path(node) &&
-         m_strict.front().path != edit_path(lyd_parent(node)))) {
-        return 0;
-    }
-    const unsigned line = m_strict.front().line;
-    m_strict.clear();
-    return line;
 }
 
 } // namespace
 
-std::vector<Problem> find_faults(const Schema &schema, const Source &edit, const EditTree &tree,
-                                 const std::vector<Problem> &strict)
+std::vector<Problem> find_faults(const Schema &schema, const Source &edit, const EditTree &tree)
 {
-    FaultFinder finder(schema, edit, strict);
+    FaultFinder finder(schema, edit);
     finder.visit(tree.root.get(), tree.default_operation);
     return std::move(finder.problems);
 }

@@ -11,11 +11,7 @@
 namespace engine
 {
 
-/**
- * What the model does not allow in a tree that was parsed with opaque nodes.
- * @param strict  What a strict parse of the same text complained about: it knows a line.
- */
-std::vector<Problem> find_faults(const Schema &schema, const Source &edit, const EditTree &tree,
-                                 const std::vector<Problem> &strict);
+/** What the model does not allow in a tree that was parsed with opaque nodes. */
+std::vector<Problem> find_faults(const Schema &schema, const Source &edit, const EditTree &tree);
 
 } // namespace engine

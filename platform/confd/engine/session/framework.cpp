@@ -131,6 +131,12 @@ Transaction &Framework::begin(Datastore candidate)
     return add(std::make_unique<Transaction>(m_next_transaction, m_running, std::move(candidate)));
 }
 
+Transaction &Framework::begin()
+{
+    return add(
+        std::make_unique<Transaction>(m_next_transaction, std::make_unique<UndoLog>(m_running)));
+}
+
 Transaction &Framework::begin(const Source &edit)
 {
     if (!m_transactions.empty()) {

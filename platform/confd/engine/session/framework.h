@@ -105,6 +105,8 @@ public:
 
     /** Starts a transaction on a candidate (checked by the caller, or deliberately not). */
     Transaction &begin(Datastore candidate);
+    /** Starts a transaction that changes nothing. */
+    Transaction &begin();
     /**
      * Starts a transaction on the committed configuration with an edit, which is made in place
      * where the model allows it, and undone when the transaction ends.

@@ -243,6 +243,8 @@ public:
         return found->second;
     }
 
+    const Change *change(Cause cause) const { return m_causes[cause]; }
+
 private:
     std::vector<const Change *> m_causes; /**< By Cause. */
     std::unordered_map<Cause, std::string> m_texts;
@@ -287,7 +289,7 @@ void Collector::visit(const lyd_node *node, std::size_t level, Cause cause, bool
     ordered = ordered && place.ordered;
     if (level == m_chain.size()) {
         if (cause != kNoCause) {
-            m_requests.push_back({&m_point, node, m_causes.text(cause)});
+            m_requests.push_back({&m_point, node, m_causes.text(cause), m_causes.change(cause)});
         }
         return;
     }
@@ -401,7 +403,8 @@ Request Plan::request(std::size_t index, const lyd_node *instance) const
     for (const lyd_node *node = instance; node != nullptr; node = lyd_parent(node)) {
         cause = std::min(cause, places.at(node).cause);
     }
-    return {&point(index), instance, m_parts->causes.text(cause)};
+    CauseTexts &causes = m_parts->causes;
+    return {&point(index), instance, causes.text(cause), causes.change(cause)};
 }
 
 bool Plan::asks(const std::string &opaque, const std::string &path) const

@@ -21,6 +21,7 @@ struct Request {
         nullptr; /**< In the candidate; for a point that is asked once, the list's parent. */
     std::string
         cause; /**< Path of the first change that calls for it; empty: asked at every commit. */
+    const Change *change = nullptr; /**< That one, of the transaction; null: as above. */
 };
 
 /**
