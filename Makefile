@@ -13,8 +13,8 @@ source_dirs := src platform model host tests bench fuzz
 linted := ^$(CURDIR)/($(shell echo $(source_dirs) | tr ' ' '|'))/
 
 .DEFAULT_GOAL := help
-.PHONY: help run program test test-powerpc test-reports sizes packages test-packages test-fleet bench bench-fleet plot mutants soak fuzz coverage \
-    docs api-docs build configure format lint clean
+.PHONY: help run program test test-powerpc test-reports sizes packages test-packages test-fleet bench \
+    bench-fleet plot mutants soak fuzz     coverage docs api-docs build configure format lint clean
 
 help: ## Lists these commands
 	@echo "Besides git, make is all that has to be there first: on Debian 12 the rest is installed"
@@ -88,7 +88,7 @@ bench-fleet: build ## Times fleets of 10,000 small cards and of 200 full ones
 
 plot: ## Draws docs/performance.svg from the last benchmarks
 	@cmake/install-deps.sh plot
-	gnuplot -e "data='$(build_dir)/bench-curves.dat'; image='docs/performance.svg'" bench/curves.gp
+	gnuplot -e "data='$(build_dir)/bench-curves.dat'; open='$(build_dir)/bench-open.dat'; image='docs/performance.svg'" bench/curves.gp
 
 mutants: build ## Plants faults in the plug-in and tells which no test notices (FILES="trace.cpp ...")
 	nice tests/mutants/mutants.py $(build_dir) $(FILES)

@@ -6,6 +6,7 @@ the median of their ratios. An everyday edit gives one ONU another line profile;
 one another description, which no rule looks at.
 """
 import argparse
+import json
 import math
 import os
 import pathlib
@@ -22,7 +23,7 @@ EDITS = 200
 
 
 def run(words, accepted=(0,)):
-    """@return Processor seconds, and the peak of resident memory in MiB."""
+    """@return Processor seconds, the peak of resident memory in MiB, and what was written to stdout."""
     process = subprocess.Popen([str(word) for word in words], stdout=subprocess.PIPE, stderr=subprocess.PIPE)
     output, errors = process.stdout.read(), process.stderr.read()
     _, status, usage = os.wait4(process.pid, 0)
@@ -30,7 +31,7 @@ def run(words, accepted=(0,)):
     if process.returncode not in accepted:
         sys.exit(f"{' '.join(map(str, words[:6]))} ended with {process.returncode}:\n"
                  f"{output.decode()[-2000:]}{errors.decode()[-2000:]}")
-    return usage.ru_utime + usage.ru_stime, usage.ru_maxrss / 1024
+    return usage.ru_utime + usage.ru_stime, usage.ru_maxrss / 1024, output.decode()
 
 
 def onu_edit(port, onu, content):
@@ -53,11 +54,16 @@ class Card:
              "--service-ports", min(256 * links, 4096),
              "-o", self.running, "--card", self.capabilities])
         self.profiles = {}
-        for gpon in ElementTree.parse(self.running).findall("{*}interface/{*}gpon"):
-            port = gpon.findtext("{*}port-id")
-            for onu in gpon.findall("{*}onu"):
-                place = (port, onu.findtext("{*}onu-id"))
-                self.profiles[place] = onu.findtext("{*}profile-references/{*}line-profile")
+        # Element by element: this process's memory counts in the peak of those that it starts.
+        for _, element in ElementTree.iterparse(self.running):
+            name = element.tag.partition("}")[2]
+            if name == "port-id":
+                port = element.text
+            elif name == "onu" and element.find("{*}onu-id") is not None:
+                place = (port, element.findtext("{*}onu-id"))
+                self.profiles[place] = element.findtext("{*}profile-references/{*}line-profile")
+            if name in ("onu", "gpon", "service-port", "line-profile"):
+                element.clear()
 
     def places(self, count):
         """So many ONUs, from all links in turn."""
@@ -93,8 +99,8 @@ class Card:
         return run([self.program, "check", "--running", self.running, "--card", self.capabilities, "--yes",
                     *words], accepted)
 
-    def check_edits(self, edits):
-        return self.check(*(word for edit in edits for word in ("--edit", edit)))
+    def check_edits(self, edits, *words):
+        return self.check(*words, *(word for edit in edits for word in ("--edit", edit)))
 
 
 def ratio_of(first, second, rounds):
@@ -130,29 +136,44 @@ def many_edits(card, rounds):
     say("  peak of resident memory", f"{card.check_edits(card.everyday(EDITS))[1]:.0f} MiB")
 
 
-def one_edit(card, edits):
+def one_edit(card, edits, *words):
     """Milliseconds of an edit on a card that is open already: what each edit more costs, at its shortest."""
     few = edits[:len(edits) // 4]
-    all_of_them, some = (min(card.check_edits(part)[0] for _ in range(5)) for part in (edits, few))
+    all_of_them, some = (min(card.check_edits(part, *words)[0] for _ in range(5)) for part in (edits, few))
     return 1000 * (all_of_them - some) / (len(edits) - len(few))
 
 
-def open_card(cards, same_profiles):
-    onus = {}
+def phases(card):
+    """Milliseconds of each phase of an everyday edit on an open card: medians, by the clock."""
+    reports = [json.loads(line) for line in card.check_edits(card.everyday(EDITS), "--json", "--explain")[2].splitlines()]
+    times = {}
+    for report in reports[len(reports) // 2:]:
+        for phase in report["explanation"]["phases"]:
+            times.setdefault(phase["phase"], []).append(phase["time-us"] / 1000)
+    return {phase: statistics.median(values) for phase, values in times.items()}
+
+
+def open_card(cards, same_profiles, curves):
+    onus, commits = {}, {}
     growing = {"everyday edit": {}, "quiet edit": {}, "everyday edit, as many profiles on each card": {}}
     everyday, quiet, same = growing.values()
     for links, card in cards.items():
         everyday[links], quiet[links] = one_edit(card, card.everyday(EDITS)), one_edit(card, card.quiet(EDITS))
         onus[links] = one_edit(card, card.new_onus(12))
-        say(f"open card of {links} links: everyday edit, quiet edit, 128 new ONUs",
-            f"{everyday[links]:.2f}, {quiet[links]:.2f}, {onus[links]:.1f} ms")
+        commits[links] = one_edit(card, card.quiet(EDITS), "--in-turn")
+        say(f"open card of {links} links: everyday edit, quiet edit, the same and committed",
+            f"{everyday[links]:.2f}, {quiet[links]:.2f}, {commits[links]:.2f} ms")
+        say("  128 new ONUs at once", f"{onus[links]:.1f} ms", "25 ms" if links == FULL_CARD else None)
+        say("  phases of an everyday edit, ms by the clock",
+            ", ".join(f"{phase} {time:.2f}" for phase, time in phases(card).items()))
     for links, card in same_profiles.items():
         same[links] = one_edit(card, card.everyday(EDITS))
     for kind, times in growing.items():
         usual = {links: value for links, value in times.items() if links <= FULL_CARD}
         if len(usual) > 1:
             say(f"  growth of the {kind}, n", f"{growth(usual):.2f}", 0.3)
-    say("  128 new ONUs at once on the full card", f"{onus[FULL_CARD]:.1f} ms", "25 ms")
+    curves.write_text("# links, ms of a quiet edit, one that is committed, an everyday edit, 128 new ONUs\n" + "".join(
+        f"{links} {quiet[links]} {commits[links]} {everyday[links]} {onus[links]}\n" for links in cards))
 
 
 def main():
@@ -168,7 +189,7 @@ def main():
         one_shot(cards[FULL_CARD], arguments.rounds)
         many_edits(cards[FULL_CARD], arguments.rounds)
         same = {links: Card(program, pathlib.Path(folder), links, 32) for links in sizes if links <= FULL_CARD}
-        open_card(cards, same)
+        open_card(cards, same, arguments.build / "bench-open.dat")
 
 
 if __name__ == "__main__":

@@ -3,20 +3,20 @@
  * edit by itself, on a card opened anew. Both must report the same: verdict, texts, their order,
  * causes and faults.
  *
- * --forget=node, entry or subtree plants a fault: reads of that extent are not noted.
+ * --forget=node, entry or subtree plants a fault: reads of that extent are not noted. So does
+ * --forget=undo: an edit that is undone stays in the index of references.
  */
 #include "base_card.h"
 #include "byte_reader.h"
-#include "checker/checker.h"
 #include "checker/model_schema.h"
 #include "checker/plugin.h"
 #include "edit_maker.h"
 #include "finding.h"
-#include "report/report_json.h"
+#include "support/open_card.h"
 #include "zlog_host.h"
 
+#include <algorithm>
 #include <array>
-#include <memory>
 #include <optional>
 #include <string_view>
 #include <vector>
@@ -25,6 +25,8 @@ namespace
 {
 
 using fuzz::require;
+using test_support::full_report;
+using test_support::open_card;
 
 /** A check of a sequence, and what the card was like before it. */
 struct Step {
@@ -55,19 +57,6 @@ Statistics &statistics()
     return all;
 }
 
-/** Everything that a person or a program is told, and how the requests came about. */
-std::string report_of(const host::Outcome &outcome)
-{
-    std::string text = host::print_json(host::json_report(outcome, false), false);
-    text += "planned: " + std::to_string(outcome.planned) + "\n";
-    for (const auto &run : outcome.runs) {
-        if (run.answer.verdict != engine::Verdict::kAccepted) {
-            text += run.rule + " " + run.path + " because of " + run.cause + "\n";
-        }
-    }
-    return text;
-}
-
 fm::Card some_card(fuzz::ByteReader &bytes)
 {
     fm::Card card = fm::default_card();
@@ -76,20 +65,9 @@ fm::Card some_card(fuzz::ByteReader &bytes)
     return card;
 }
 
-std::unique_ptr<host::Checker> open(const fm::Card &card, const std::string &running)
-{
-    return std::make_unique<host::Checker>(card, engine::Source{"running.xml", running},
-                                           CARD_PLUGIN);
-}
-
 host::Outcome check(host::Checker &checker, const std::string &edit, bool all, bool reuse)
 {
-    host::CheckListener nobody;
-    host::Policy policy;
-    policy.all = all;
-    policy.in_process = true;
-    policy.reuse = reuse;
-    return checker.check({host::ChangeForm::kEdit, {"edit.xml", edit}}, policy, nobody);
+    return test_support::check(checker, {host::ChangeForm::kEdit, {"edit.xml", edit}}, all, reuse);
 }
 
 void collect(const lyd_node *node, std::vector<const lyd_node *> &nodes)
@@ -115,18 +93,36 @@ std::string make_edit(const engine::Datastore &running, fuzz::ByteReader &bytes)
     return maker.make_at(nodes[bytes.word() % nodes.size()]);
 }
 
+bool forgets_undo = false;
+
+void plant_fault(std::string_view fault)
+{
+    constexpr std::array<std::string_view, 3> kExtents{"node", "entry", "subtree"};
+    const auto *extent = std::find(kExtents.begin(), kExtents.end(), fault);
+    if (extent != kExtents.end()) {
+        engine::ReadLog::instance().forget(
+            static_cast<engine::ReadExtent>(extent - kExtents.begin() + 1));
+        return;
+    }
+    forgets_undo = fault == "undo";
+    require(forgets_undo, "an unknown fault cannot be planted");
+}
+
 /** Goes on while there are decisions left. */
 std::vector<Step> make_steps(const fm::Card &card, fuzz::ByteReader &bytes)
 {
     constexpr std::size_t kMaxSteps = 24;
     std::vector<Step> steps;
-    auto checker = open(card, test_support::kBaseCard);
+    auto checker = open_card(card, test_support::kBaseCard);
+    if (forgets_undo) {
+        engine::Framework::current().forget_undo();
+    }
     std::string running = checker->running().print(engine::Format::kXml);
     while (!bytes.is_empty() && steps.size() < kMaxSteps) {
         Step step{running, make_edit(checker->running(), bytes), false, ""};
         step.all = bytes.one_in(2);
         host::Outcome outcome = check(*checker, step.edit, step.all, true);
-        step.report = report_of(outcome);
+        step.report = full_report(outcome);
         steps.push_back(std::move(step));
         outcome.confirmation.answer = true;
         ++statistics().results.at(static_cast<std::size_t>(outcome.result()));
@@ -148,15 +144,12 @@ extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
     // The library stays loaded: the fuzzer watches its code from the first input to the last.
     static host::Plugin plugin(CARD_PLUGIN);
     zlog_host::set_level(zlog_host::kOff);
-    constexpr std::array<std::string_view, 3> kFaults{"--forget=node", "--forget=entry",
-                                                      "--forget=subtree"};
-    for (std::size_t i = 0; *argc > 1 && i < kFaults.size(); ++i) {
-        if ((*argv)[1] == kFaults[i]) {
-            engine::ReadLog::instance().forget(static_cast<engine::ReadExtent>(i + 1));
-            (*argv)[1] = (*argv)[0];
-            ++*argv;
-            --*argc;
-        }
+    constexpr std::string_view kForget = "--forget=";
+    if (*argc > 1 && std::string_view((*argv)[1]).substr(0, kForget.size()) == kForget) {
+        plant_fault(std::string_view((*argv)[1]).substr(kForget.size()));
+        (*argv)[1] = (*argv)[0];
+        ++*argv;
+        --*argc;
     }
     return 0;
 }
@@ -167,7 +160,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const fm::Card card = some_card(bytes);
     for (const Step &step : make_steps(card, bytes)) {
         const std::string expected =
-            report_of(check(*open(card, step.running), step.edit, step.all, false));
+            full_report(check(*open_card(card, step.running), step.edit, step.all, false));
         require(step.report == expected, "on an open card the report is\n" + step.report +
                                              "\nand on a new one\n" + expected + "\nRunning:\n" +
                                              step.running + "\nEdit:\n" + step.edit);

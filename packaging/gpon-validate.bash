@@ -5,7 +5,7 @@ _gpon_validate()
     local current=$2 previous=$3 command=${COMP_WORDS[1]} words=
     COMPREPLY=()
     if [ "$COMP_CWORD" -eq 1 ]; then
-        words="check fleet audit points generate --config --help --version"
+        words="check diff fleet audit points generate --config --help --version"
         mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
         return
     fi
@@ -24,6 +24,7 @@ _gpon_validate()
     --trace) words="fine progress decisions" ;;
     --color) words="auto always never" ;;
     --format) words="xml json" ;;
+    --default-operation) words="merge replace none" ;;
     --timeout | --max-size | --links | --onus | --line-profiles | --bandwidth-profiles | --rg-profiles | \
         --service-ports | --seed | --jobs | --shard | --edit-command)
         return
@@ -32,7 +33,7 @@ _gpon_validate()
     if [ -z "$words" ]; then
         case $command in
         check)
-            words="--running --edit --edits --in-turn --card --plugin --yes --no --warnings-as-errors --all --new-only --explain --calls --reads --json
+            words="--running --edit --edits --in-turn --default-operation --skip-foreign --card --plugin --yes --no --warnings-as-errors --all --new-only --diff --explain --calls --reads --json
                 --report --check-running --no-reuse --in-process --timeout --max-size --trace --trace-file --color --config --help"
             if [[ $current != -* ]]; then
                 compopt -o filenames
@@ -40,8 +41,17 @@ _gpon_validate()
                 return
             fi
             ;;
+        diff)
+            words="--running --edit --default-operation --skip-foreign --json --output --format --exit-code --max-size
+                --color --help"
+            if [[ $current != -* ]]; then
+                compopt -o filenames
+                mapfile -t COMPREPLY < <(compgen -f -- "$current")
+                return
+            fi
+            ;;
         fleet)
-            words="merge --list-from --edit --edit-command --plugin --output --jobs --resume --shard --check-running --yes --no
+            words="merge --list-from --edit --edit-command --default-operation --skip-foreign --plugin --output --jobs --resume --shard --check-running --yes --no
                 --warnings-as-errors --all --json --report --timeout --max-size --color --help"
             if [[ $current != -* ]]; then
                 compopt -o filenames
@@ -49,7 +59,7 @@ _gpon_validate()
                 return
             fi
             ;;
-        audit) words="--running --edit --card --plugin --json --help" ;;
+        audit) words="--running --edit --default-operation --skip-foreign --card --plugin --json --help" ;;
         points)
             words="--json --help"
             [[ $current == -* ]] || words=$("${COMP_WORDS[0]}" points --json 2>/dev/null |

@@ -79,7 +79,7 @@ private:
 void answer(const Questions &first, engine::Framework &framework, const Prepare &prepare,
             const AnswerLines &lines)
 {
-    EventWriter writer(lines.events, lines.key);
+    EventWriter writer(lines.events, lines.key, lines.board);
     Tasks tasks(first.transaction.handle(), framework, prepare, lines.tasks);
     ask_plugin(first, writer, [&]() -> const Questions * {
         if (lines.tasks < 0) {

@@ -6,6 +6,7 @@
 
 #include "checker/asking.h"
 #include "checker/change.h"
+#include "checker/event_board.h"
 
 #include <functional>
 #include <string>
@@ -18,9 +19,10 @@ using Prepare = std::function<engine::Transaction &(const Change &)>;
 
 /** Where the questions of a child process come from and its answers go. */
 struct AnswerLines {
-    std::string key; /**< Of events; see make_event_key. */
-    int events = -1; /**< To write to. */
-    int tasks = -1;  /**< To read from; -1: there are no tasks but the first. */
+    std::string key;   /**< Of events; see make_event_key. */
+    EventBoard &board; /**< Of this process. */
+    int events = -1;   /**< To write to. */
+    int tasks = -1;    /**< To read from; -1: there are no tasks but the first. */
 };
 
 /**

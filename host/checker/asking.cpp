@@ -25,9 +25,26 @@ void require_served(const std::string &point, const engine::Schema &schema,
     }
 }
 
+/** What the plug-in left open in a transaction is released before its library goes. */
+class OpenSession
+{
+public:
+    explicit OpenSession(const engine::Transaction &transaction)
+        : m_transaction(engine::Framework::current().transaction(transaction.handle()))
+    {
+    }
+    ~OpenSession() { m_transaction.drop_resources(); }
+    OpenSession(const OpenSession &) = delete;
+    OpenSession &operator=(const OpenSession &) = delete;
+
+private:
+    engine::Transaction &m_transaction;
+};
+
 void ask_all(Plugin &plugin, const std::string &point, const Questions &questions,
              AskingListener &listener)
 {
+    const OpenSession session(questions.transaction);
     velconfd::Context context;
     const auto callback = [&plugin](confd_trans_ctx *transaction, confd_hkeypath_t *keypath,
                                     confd_value_t *value) {

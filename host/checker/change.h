@@ -44,6 +44,10 @@ struct Policy {
     std::vector<RuleFilter> only;
     /** Rules that remark are asked about the running configuration as well. */
     bool tell_new = false;
+    /** The outcome tells what the change does. */
+    bool differences = false;
+    /** The report tells how often each client call was made. */
+    bool counts_calls = true;
     /** What the report tells of what the rules read. */
     engine::ReadLog::Mode reads = engine::ReadLog::Mode::kOff;
 };

@@ -8,6 +8,7 @@
 #include "checker/unchecked_links.h"
 #include "engine/data/defaults.h"
 #include "engine/data/yang_check.h"
+#include "engine/session/hooks.h"
 
 #include <algorithm>
 #include <stdexcept>
@@ -96,6 +97,8 @@ Checker::Checker(const fm::Card &card, std::optional<engine::Source> running, st
     m_framework =
         std::make_unique<engine::Framework>(load_running(running, check_running, m_load_phases));
     m_running_source = running ? std::move(*running) : engine::Source{};
+    m_running_skipped =
+        skipped_in(m_framework->schema(), m_running_source, engine::Content::kConfiguration);
     m_respondent = std::make_unique<Respondent>(*m_framework, [this](const Change &change) {
         std::vector<Phase> untold;
         return std::ref(prepare(change, untold));
@@ -118,6 +121,7 @@ Outcome Checker::check(const Change &change, const Policy &policy, CheckListener
     outcome.running = m_running_source.name;
     outcome.form = change.form;
     outcome.change = change.source.name;
+    outcome.skipped = std::exchange(m_running_skipped, {});
     try {
         examine(change, policy, listener, outcome);
     } catch (const std::exception &failure) {
@@ -195,6 +199,14 @@ void Checker::examine(const Change &change, const Policy &policy, CheckListener 
     const auto start = std::chrono::steady_clock::now();
     engine::Transaction &transaction = prepare(change, outcome.phases);
     outcome.transaction = transaction.handle();
+    const auto content =
+        change.form == ChangeForm::kEdit ? engine::Content::kEdit : engine::Content::kConfiguration;
+    for (auto &part : skipped_in(m_framework->schema(), change.source, content)) {
+        outcome.skipped.push_back(std::move(part));
+    }
+    if (policy.differences) {
+        outcome.differences = differences_of(transaction.changes());
+    }
     ask({change, transaction, std::chrono::steady_clock::now() - start}, policy, listener, outcome);
 }
 
@@ -216,6 +228,7 @@ void Checker::ask(const Candidate &candidate, const Policy &policy, CheckListene
     using Mode = engine::ReadLog::Mode;
     engine::ReadLog::instance().set_mode(
         std::max(policy.reads, reuses ? Mode::kPlaces : Mode::kOff));
+    engine::Hooks::instance().set_counting(policy.counts_calls);
     const Questions questions{transaction, requests, m_plugin, policy.all};
     timed(outcome.phases, "rules", [&] {
         if (policy.in_process) {

@@ -89,7 +89,8 @@ private:
     void explain(const Candidate &candidate, const Policy &policy, Outcome &outcome);
     void end_transaction();
 
-    engine::Source m_running_source; /**< Faults have their places in it. */
+    engine::Source m_running_source;            /**< Faults have their places in it. */
+    std::vector<SkippedPart> m_running_skipped; /**< Until an outcome has told it. */
     std::string m_plugin;
     std::vector<Phase> m_load_phases;
     std::unique_ptr<engine::Framework> m_framework;

@@ -7,7 +7,6 @@
 #include <cerrno>
 #include <charconv>
 #include <cstring>
-#include <iostream>
 #include <random>
 #include <stdexcept>
 #include <unistd.h>
@@ -136,7 +135,8 @@ private:
     std::string_view m_line;
 };
 
-void add_number(std::string &line, std::uint64_t number, int base)
+template <typename Number>
+void add_number(std::string &line, Number number, int base)
 {
     std::array<char, 24> digits{};
     const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number, base).ptr;
@@ -189,10 +189,10 @@ void take_texts(const Json &texts, engine::Answer &answer)
     }
 }
 
-std::string line_of(std::size_t request, const engine::Answer &answer)
+void append_line(std::string &line, std::size_t request, const engine::Answer &answer)
 {
-    std::string line(1, kAfter);
-    const auto add = [&line](auto number) { line.append(std::to_string(number)).append(" "); };
+    line += kAfter;
+    const auto add = [&line](auto number) { add_number(line, number, 10); };
     add(request);
     add(static_cast<int>(answer.verdict));
     add(answer.result);
@@ -202,13 +202,13 @@ std::string line_of(std::size_t request, const engine::Answer &answer)
         line.append(name).append(" ");
         add(count);
     }
-    add(answer.is_logged ? answer.reads.size() + 1 : 0);
+    add(answer.is_logged ? answer.reads.size() + 1 : std::size_t{0});
     bool has_texts = !answer.text.empty();
     for (const auto &read : answer.reads) {
         add_read(line, read);
         has_texts = has_texts || !read.path.empty();
     }
-    return line + (has_texts ? to_text(texts_of(answer)) : "") + "\n";
+    line += has_texts ? to_text(texts_of(answer)) + "\n" : "\n";
 }
 
 void replay_after(Words words, AskingListener &listener)
@@ -230,6 +230,7 @@ void replay_after(Words words, AskingListener &listener)
     if (!words.rest().empty()) {
         take_texts(Json::parse(words.rest()), answer);
     }
+    listener.before(request);
     listener.after(request, answer);
 }
 
@@ -241,18 +242,9 @@ std::string make_event_key()
     return std::to_string(random()) + "." + std::to_string(random()) + " ";
 }
 
-EventWriter::EventWriter(int fd, std::string key)
-    : m_fd(fd), m_key(std::move(key)), m_owner(getpid())
+EventWriter::EventWriter(int fd, std::string key, EventBoard &board)
+    : m_fd(fd), m_key(std::move(key)), m_board(board), m_owner(getpid())
 {
-}
-
-EventWriter::~EventWriter()
-{
-    try {
-        flush();
-    } catch (const std::runtime_error &failure) {
-        std::cerr << failure.what() << '\n';
-    }
 }
 
 void EventWriter::step(Step step)
@@ -262,12 +254,21 @@ void EventWriter::step(Step step)
 
 void EventWriter::before(std::size_t request)
 {
-    tell(kBefore + std::to_string(request) + "\n");
+    m_request = request;
+    if (!m_is_copy) {
+        m_board.show_request(request);
+    }
 }
 
 void EventWriter::after(std::size_t request, const engine::Answer &answer)
 {
-    m_pending += m_key + line_of(request, answer);
+    m_request.reset();
+    m_is_copy = getpid() != m_owner; // It was made while the plug-in ran.
+    if (!m_is_copy) {
+        m_line = m_key;
+        append_line(m_line, request, answer);
+        add(m_line);
+    }
 }
 
 void EventWriter::unusable(const std::vector<engine::Problem> &problems)
@@ -281,11 +282,15 @@ void EventWriter::unusable(const std::vector<engine::Problem> &problems)
 
 void EventWriter::threw(const std::string &exception)
 {
-    tell(to_text({{"event", "threw"}, {"exception", bounded(exception)}}) + "\n");
+    const std::string where = m_request ? kBefore + std::to_string(*m_request) + "\n" + m_key : "";
+    tell(where + to_text({{"event", "threw"}, {"exception", bounded(exception)}}) + "\n");
 }
 
 void EventWriter::answered()
 {
+    if (!m_is_copy) {
+        m_board.show_no_request();
+    }
     tell(to_text({{"event", "answered"}}) + "\n");
 }
 
@@ -296,16 +301,28 @@ void EventWriter::ended()
 
 void EventWriter::tell(const std::string &line)
 {
-    m_pending += m_key + line;
-    flush();
+    if (getpid() == m_owner) {
+        add(m_key + line);
+        send();
+    }
 }
 
-void EventWriter::flush()
+void EventWriter::add(const std::string &line)
 {
-    const std::string lines = std::exchange(m_pending, {});
-    if (getpid() == m_owner) {
-        write_all(m_fd, lines);
+    if (m_board.add(line)) {
+        return;
     }
+    send();
+    if (!m_board.add(line)) {
+        write_all(m_fd, line);
+        m_board.note_sent(line.size());
+    }
+}
+
+void EventWriter::send()
+{
+    write_all(m_fd, m_board.text());
+    m_board.note_sent();
 }
 
 void replay_event(std::string_view line, std::string_view key, AskingListener &listener)

@@ -6,7 +6,9 @@
 #pragma once
 
 #include "checker/asking.h"
+#include "checker/event_board.h"
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <sys/types.h>
@@ -22,17 +24,14 @@ std::string make_event_key();
 
 /**
  * Writes events to a file descriptor before the plug-in runs again: a process that dies leaves
- * nothing behind. Only an answer waits for the next event, to save a call of the system for each
- * of thousands of requests. A copy of the process, which a plug-in may fork, writes nothing: its
- * answers are not those of the process that was asked.
+ * nothing behind. Of requests and their answers, of which there are thousands, a board tells at
+ * once: answers are written when it is full, or before another event. A copy of the process, which
+ * a plug-in may fork, tells nothing: its answers are not those of the process that was asked.
  */
 class EventWriter : public AskingListener
 {
 public:
-    EventWriter(int fd, std::string key);
-    ~EventWriter() override;
-    EventWriter(const EventWriter &) = delete;
-    EventWriter &operator=(const EventWriter &) = delete;
+    EventWriter(int fd, std::string key, EventBoard &board);
 
     void step(Step step) override;
     void before(std::size_t request) override;
@@ -44,16 +43,21 @@ public:
 
 private:
     void tell(const std::string &line);
-    void flush();
+    void add(const std::string &line);
+    void send();
 
     int m_fd;
     std::string m_key;
-    pid_t m_owner;         /**< Process that writes. */
-    std::string m_pending; /**< Answers that no other event has followed yet. */
+    EventBoard &m_board;
+    pid_t m_owner;                        /**< Process that writes. */
+    bool m_is_copy = false;               /**< This is another one. */
+    std::string m_line;                   /**< Of an answer; kept for its memory. */
+    std::optional<std::size_t> m_request; /**< That is being made. */
 };
 
 /**
- * Tells the listener of the event in a line.
+ * Tells the listener of the event in a line: of an answer, that the request is made, and the
+ * answer.
  * @param key  Of the writer.
  * @throws std::runtime_error  The line is no event of that writer.
  */

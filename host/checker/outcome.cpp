@@ -1,5 +1,7 @@
 #include "checker/outcome.h"
 
+#include "engine/data/document.h"
+
 #include <algorithm>
 #include <array>
 #include <new>
@@ -149,14 +151,24 @@ Result Outcome::result() const
     return unconfirmed_rules().empty() ? Result::kAccepted : Result::kNotConfirmed;
 }
 
+std::vector<SkippedPart> skipped_in(const engine::Schema &schema, const engine::Source &source,
+                                    engine::Content content)
+{
+    std::vector<SkippedPart> parts;
+    for (auto &nodes : engine::skipped_nodes(schema, source, content)) {
+        parts.push_back({source.name, std::move(nodes)});
+    }
+    return parts;
+}
+
 std::vector<engine::Problem> problems_of(const std::exception &failure)
 {
     if (const auto *input = dynamic_cast<const engine::InputError *>(&failure)) {
         return input->problems();
     }
     const bool no_memory = dynamic_cast<const std::bad_alloc *>(&failure) != nullptr;
-    return {
-        {engine::Fault::kInternal, "", 0, "", no_memory ? "out of memory" : failure.what(), ""}};
+    return {{engine::Fault::kInternal, "", 0, "",
+             no_memory ? "out of memory" : engine::shortened(failure.what()), ""}};
 }
 
 std::vector<RuleSummary> summarise(const std::vector<RuleRun> &runs)

@@ -4,6 +4,8 @@
  */
 #pragma once
 
+#include "checker/difference.h"
+#include "engine/data/envelope.h"
 #include "engine/data/error.h"
 #include "engine/session/validation.h"
 
@@ -133,13 +135,21 @@ struct UncheckedLink {
     std::string missing; /**< List in which it has no entry, such as /config/gpon{1/1}/pon-link. */
 };
 
+/** Nodes of another model in an input, which were skipped. */
+struct SkippedPart {
+    std::string file; /**< As the user named it. */
+    engine::SkippedNodes nodes;
+};
+
 struct Outcome {
     std::string running; /**< File names as the user gave them; empty: an empty configuration. */
     std::string change;
     ChangeForm form = ChangeForm::kNone;
     bool differs =
         false; /**< Whether the candidate is another configuration than the running one. */
-    std::size_t planned = 0; /**< Requests that the change calls for. */
+    std::size_t planned = 0;                            /**< Requests that the change calls for. */
+    std::optional<std::vector<Difference>> differences; /**< If the policy asks for them. */
+    std::vector<SkippedPart> skipped;
     std::vector<UncheckedLink> unchecked_links;
     std::vector<RuleRun> runs;             /**< In the order of asking. */
     std::vector<ReusedAnswers> reused;     /**< Besides those that are among the runs. */
@@ -169,6 +179,10 @@ struct Outcome {
     /** Not checked, unless there is a reason for another result. */
     Result result() const;
 };
+
+/** The nodes of other models that are skipped in an input. @throws engine::InputError */
+std::vector<SkippedPart> skipped_in(const engine::Schema &schema, const engine::Source &source,
+                                    engine::Content content);
 
 /** A failure as the problems of a report. */
 std::vector<engine::Problem> problems_of(const std::exception &failure);

@@ -14,10 +14,16 @@ void Recorder::step(Step step)
 
 void Recorder::before(std::size_t request)
 {
-    require(m_step == Step::kValidate && !m_running && !is_done() && request == m_answered,
-            "a request");
+    require(is_due(request), "a request");
     m_running = request;
-    m_listener.asking(request + 1, m_requests.size(), m_requests[request].point->opaque);
+    show(request);
+}
+
+void Recorder::show(std::optional<std::size_t> request) const
+{
+    if (request && *request < m_requests.size()) {
+        m_listener.asking(*request + 1, m_requests.size(), m_requests[*request].point->opaque);
+    }
 }
 
 void Recorder::after(std::size_t request, const engine::Answer &answer)
@@ -60,6 +66,13 @@ void Recorder::ended()
     m_ended = true;
 }
 
+void Recorder::was_making(std::size_t request)
+{
+    if (is_due(request) && !m_ended && !m_outcome.death) {
+        before(request);
+    }
+}
+
 void Recorder::died(Death::Kind kind, int number)
 {
     Death death = death_here();
@@ -86,6 +99,11 @@ void Recorder::require(bool is_possible, const char *event) const
         throw std::runtime_error(std::string("the plug-in's process reported ") + event +
                                  " that was not due");
     }
+}
+
+bool Recorder::is_due(std::size_t request) const
+{
+    return m_step == Step::kValidate && !m_running && !is_done() && request == m_answered;
 }
 
 bool Recorder::is_done() const

@@ -26,6 +26,7 @@ public:
              CheckListener &listener, Step step = Step::kLoad)
         : m_requests(requests), m_all(all), m_outcome(outcome), m_listener(listener), m_step(step)
     {
+        outcome.runs.reserve(requests.size());
     }
 
     void step(Step step) override;
@@ -36,6 +37,10 @@ public:
     void answered() override;
     void ended() override;
 
+    /** Tells the listener of the request that the process shows, ahead of its events. */
+    void show(std::optional<std::size_t> request) const;
+    /** The process showed this request when it ended: the plug-in was asked, if it was due. */
+    void was_making(std::size_t request);
     /** The plug-in died where it is now. */
     void died(Death::Kind kind, int number);
     Step step() const { return m_step; }
@@ -47,6 +52,7 @@ public:
 private:
     Death death_here() const;
     void require(bool is_possible, const char *event) const;
+    bool is_due(std::size_t request) const;
     /** Whether there is nothing left to ask. */
     bool is_done() const;
 

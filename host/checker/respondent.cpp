@@ -90,13 +90,15 @@ void Respondent::start(const Questions &questions, const Policy &policy, CheckLi
                        Outcome &outcome)
 {
     m_key = make_event_key();
+    m_board = std::make_unique<EventBoard>();
+    m_received = 0;
     m_transaction = questions.transaction.handle();
     m_committed = false;
     m_is_behind = false;
     m_started_at = Clock::now();
     m_child = std::make_unique<Child>([&](int line_fd, int input_fd) {
         answer(questions, m_framework, m_prepare,
-               {m_key, line_fd, policy.keep_plugin ? input_fd : -1});
+               {m_key, *m_board, line_fd, policy.keep_plugin ? input_fd : -1});
     });
     Recorder recorder(questions.requests, questions.all, outcome, listener);
     watch(recorder, policy, listener, outcome);
@@ -106,21 +108,21 @@ void Respondent::watch(Recorder &recorder, const Policy &policy, CheckListener &
                        Outcome &outcome)
 {
     ChildEvents events;
-    events.on_line = [&](std::string_view line) {
-        replay_event(line, m_key, recorder);
-        if (m_started_at && recorder.step() == Step::kValidate) {
-            m_start_time = Clock::now() - *std::exchange(m_started_at, std::nullopt);
-        }
-    };
+    events.on_line = [&](std::string_view line) { take(line, recorder); };
+    events.pulse = [this] { return m_board->request(); };
     events.on_output = [&](std::string_view text) {
         keep_end(outcome.plugin_output, text);
         listener.plugin_wrote(text);
     };
-    events.on_tick = [&] { listener.tick(); };
+    events.on_tick = [&] {
+        recorder.show(m_board->request());
+        listener.tick();
+    };
     events.idle_timeout = policy.idle_timeout;
     // Whatever ends this but an answer, the process is not asked again.
     auto child = std::exchange(m_child, nullptr);
     if (const auto end = child->watch(events, [&] { return recorder.has_answered(); })) {
+        take_rest(recorder);
         if (!outcome.death) {
             record_end(*end, policy.idle_timeout, recorder);
         }
@@ -129,6 +131,27 @@ void Respondent::watch(Recorder &recorder, const Policy &policy, CheckListener &
         m_child = std::move(child);
     }
     outcome.completed = recorder.has_ended();
+}
+
+void Respondent::take(std::string_view event, Recorder &recorder)
+{
+    m_received += event.size() + 1;
+    replay_event(event, m_key, recorder);
+    if (m_started_at && recorder.step() == Step::kValidate) {
+        m_start_time = Clock::now() - *std::exchange(m_started_at, std::nullopt);
+    }
+}
+
+void Respondent::take_rest(Recorder &recorder)
+{
+    std::string_view rest = m_board->rest(m_received);
+    for (auto end = rest.find('\n'); end != std::string_view::npos; end = rest.find('\n')) {
+        take(rest.substr(0, end), recorder);
+        rest.remove_prefix(end + 1);
+    }
+    if (const auto request = m_board->request()) {
+        recorder.was_making(*request);
+    }
 }
 
 void Respondent::note_commit(int transaction)

@@ -61,11 +61,16 @@ private:
                Outcome &outcome);
     /** Runs the child until the recorder has its answer; it stays if it can be asked again. */
     void watch(Recorder &recorder, const Policy &policy, CheckListener &listener, Outcome &outcome);
+    void take(std::string_view event, Recorder &recorder);
+    /** What the process showed of its work and could not send any more. */
+    void take_rest(Recorder &recorder);
     void retire(const Policy &policy, CheckListener &listener);
 
     engine::Framework &m_framework;
     Prepare m_prepare;
-    std::string m_key; /**< Of the process's events. */
+    std::string m_key;                   /**< Of the process's events. */
+    std::unique_ptr<EventBoard> m_board; /**< Of the process. */
+    std::size_t m_received = 0;          /**< Bytes of events, from the process. */
     std::unique_ptr<Child> m_child;
     int m_transaction = 0;    /**< That the process has open, by its number here. */
     bool m_committed = false; /**< It is committed here. */

@@ -9,7 +9,7 @@
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <system_error>
-#include <thread>
+#include <utility>
 
 namespace host
 {
@@ -19,8 +19,6 @@ namespace
 using Clock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds kTick{100};
 constexpr std::chrono::milliseconds kMaxRound{2 * kTick};
-constexpr std::chrono::milliseconds kNap{1};
-constexpr std::chrono::milliseconds kQuickSuccession{5};
 /** An event of ours is shorter: see EventWriter. */
 constexpr std::size_t kMaxLine = 1U << 20U;
 
@@ -82,10 +80,10 @@ std::optional<ChildEnd> Child::watch(const ChildEvents &events,
         read_output(events);
         read_lines(events);
         call([&] { events.on_tick(); });
+        feel_pulse(events);
         add_silence(Clock::now() - start - m_in_callbacks);
         end_when_late(events);
     }
-    m_is_busy = false;
     if (m_status) {
         return end();
     }
@@ -96,10 +94,6 @@ std::optional<ChildEnd> Child::watch(const ChildEvents &events,
 
 void Child::wait_for_something()
 {
-    if (m_is_busy) {
-        // Lines come in quick succession: many at a time cost less than each by itself.
-        std::this_thread::sleep_for(kNap);
-    }
     std::array<pollfd, 3> fds{{{m_child.lines.get(), POLLIN, 0},
                                {m_child.output.get(), POLLIN, 0},
                                {m_child.status.get(), POLLIN, 0}}};
@@ -117,6 +111,12 @@ void Child::call(const Callback &callback)
     m_in_callbacks += Clock::now() - start;
 }
 
+void Child::feel_pulse(const ChildEvents &events)
+{
+    const auto pulse = events.pulse ? events.pulse() : std::nullopt;
+    m_has_line = m_has_line || pulse != std::exchange(m_pulse, pulse);
+}
+
 /** Of one round; a round that took long is one in which this process was stopped. */
 void Child::add_silence(Duration time)
 {
@@ -129,7 +129,6 @@ void Child::read_lines(const ChildEvents &events)
         m_partial_line += text;
         m_has_line = true;
     });
-    m_is_busy = m_has_line && m_silence < kQuickSuccession;
     pass_lines(events);
     if (m_partial_line.size() > kMaxLine) {
         throw std::runtime_error("the child process sent a line without end");

@@ -22,6 +22,9 @@ struct ChildEvents {
     std::function<void(std::string_view text)> on_output;
     /** Is called several times a second. */
     std::function<void()> on_tick;
+    /** What the child shows of its work; may be null. Something else than before is as good as a
+     *  line. */
+    std::function<std::optional<std::size_t>()> pulse;
     /**
      * Longest time from one line to the next; 0: no limit. The child is killed after that. Time
      * that the callbacks take, or in which this process is stopped, does not count.
@@ -73,6 +76,7 @@ private:
     void wait_for_something();
     template <typename Callback>
     void call(const Callback &callback);
+    void feel_pulse(const ChildEvents &events);
     void add_silence(Duration time);
     void read_lines(const ChildEvents &events);
     void pass_lines(const ChildEvents &events);
@@ -85,9 +89,9 @@ private:
     std::string m_partial_line;
     Duration m_silence{0};      /**< Since the last line, as far as we were listening. */
     Duration m_in_callbacks{0}; /**< In this round. */
-    bool m_has_line = false;    /**< In this round. */
-    bool m_is_busy = false;
+    bool m_has_line = false;    /**< Or a pulse, in this round. */
     bool m_timed_out = false;
+    std::optional<std::size_t> m_pulse;
     std::optional<int> m_status;
 };
 

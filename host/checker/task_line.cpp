@@ -54,6 +54,8 @@ std::string line_of(const Task &task)
                     {"form", static_cast<int>(task.change.form)},
                     {"name", task.change.source.name},
                     {"text", task.change.source.text},
+                    {"skip-foreign", task.change.source.reading.skip_foreign},
+                    {"default-operation", task.change.source.reading.default_operation},
                     {"all", task.all},
                     {"requests", task.requests}};
     return json.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
@@ -65,7 +67,9 @@ Task read_task(std::string_view line)
         const Json json = Json::parse(line);
         return {json.at("commits"),
                 {static_cast<ChangeForm>(json.at("form").get<int>()),
-                 {json.at("name"), json.at("text")}},
+                 {json.at("name"),
+                  json.at("text"),
+                  {json.at("skip-foreign"), json.at("default-operation")}}},
                 json.at("all"),
                 json.at("requests").get<decltype(Task::requests)>()};
     } catch (const Json::exception &failure) {

@@ -1,6 +1,5 @@
 #include "cli/check_inputs.h"
 
-#include "cli/output_file.h"
 #include "engine/data/error.h"
 
 #include <algorithm>
@@ -47,7 +46,7 @@ std::vector<std::string> files_in(const std::string &folder)
 
 std::vector<std::string> files_named_on_stdin(const CheckOptions &options)
 {
-    std::istringstream lines(read_input("/dev/stdin", options).text);
+    std::istringstream lines(read_input(kStdin, options).text);
     std::vector<std::string> files;
     for (std::string line; std::getline(lines, line);) {
         if (line.ends_with('\r')) {
@@ -64,7 +63,12 @@ std::vector<std::string> files_named_on_stdin(const CheckOptions &options)
 
 engine::Source read_input(const std::string &path, const CheckOptions &options)
 {
-    return engine::read_source(path, {options.max_size, options.timeout});
+    const bool is_stdin = path == kStdin;
+    auto source =
+        engine::read_source(is_stdin ? "/dev/stdin" : path, {options.max_size, options.timeout});
+    source.name = is_stdin ? "stdin" : path;
+    source.reading = {options.skip_foreign, options.default_operation};
+    return source;
 }
 
 Policy policy_of(const CheckOptions &options)
@@ -73,10 +77,12 @@ Policy policy_of(const CheckOptions &options)
     Policy policy;
     policy.all = options.all || options.new_only;
     policy.tell_new = options.new_only;
+    policy.differences = options.differences;
     policy.idle_timeout = options.timeout;
     policy.in_process = options.in_process;
     policy.keep_plugin = options.is_series();
     policy.reuse = options.is_series() && options.reuses();
+    policy.counts_calls = options.explains();
     policy.reads = options.reads ? Mode::kPaths : options.explains() ? Mode::kPlaces : Mode::kOff;
     return policy;
 }
@@ -118,7 +124,8 @@ std::vector<std::string> list_edits(const CheckOptions &options)
     return edits;
 }
 
-void require_separate_files(const CheckOptions &options, const std::vector<std::string> &edits)
+std::vector<NamedFile> named_inputs(const CheckOptions &options,
+                                    const std::vector<std::string> &edits)
 {
     std::vector<NamedFile> inputs{{"--running", options.running},
                                   {"CANDIDATE", options.candidate},
@@ -127,6 +134,15 @@ void require_separate_files(const CheckOptions &options, const std::vector<std::
     for (const auto &edit : edits) {
         inputs.push_back({options.edits_from.empty() ? "--edit" : "an edit", edit});
     }
+    for (auto &input : inputs) {
+        input.path = input.path == kStdin ? "/dev/stdin" : input.path;
+    }
+    return inputs;
+}
+
+void require_separate_files(const CheckOptions &options, const std::vector<std::string> &edits)
+{
+    const auto inputs = named_inputs(options, edits);
     std::vector<NamedFile> outputs{{"--trace-file", options.trace_file}};
     for (const auto &report : options.reports) {
         outputs.push_back({"--report " + report.name, report.file});

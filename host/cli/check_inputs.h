@@ -6,6 +6,7 @@
 
 #include "checker/change.h"
 #include "cli/check_options.h"
+#include "cli/output_file.h"
 
 #include <fm_host.h>
 
@@ -16,7 +17,7 @@
 namespace host
 {
 
-/** @throws engine::InputError, as all that follows: it cannot be read. */
+/** @param path  - is stdin. @throws engine::InputError, as all that follows: it cannot be read. */
 engine::Source read_input(const std::string &path, const CheckOptions &options);
 
 /** How these options want the plug-in to be asked. */
@@ -35,6 +36,10 @@ CardInputs read_card(const CheckOptions &options);
  * least.
  */
 std::vector<std::string> list_edits(const CheckOptions &options);
+
+/** The files that are read, for require_separate. */
+std::vector<NamedFile> named_inputs(const CheckOptions &options,
+                                    const std::vector<std::string> &edits);
 
 /** @throws engine::InputError  A file is written that is also read. */
 void require_separate_files(const CheckOptions &options, const std::vector<std::string> &edits);

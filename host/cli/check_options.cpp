@@ -16,6 +16,8 @@ constexpr const char *kCheckExamples =
     "  gpon-validate check --running running.xml --edit change.xml --yes\n"
     "  gpon-validate check --running running.json candidate.json --all --explain\n"
     "  gpon-validate check --running running.xml --edit first.xml --edit second.xml --in-turn\n"
+    "  ssh card get-config | gpon-validate check --running - --edit change.xml --skip-foreign "
+    "--diff\n"
     "  gpon-validate check --running running.xml --edits changes --report sarif=gpon.sarif\n"
     "  find changes -name '*.xml' | gpon-validate check --running running.xml --edits - --json\n"
     "\n";
@@ -28,35 +30,20 @@ constexpr std::array<Choice<ReportFormat>, 6> kReportFormats{{{"text", ReportFor
                                                               {"junit", ReportFormat::kJunit},
                                                               {"gitlab", ReportFormat::kGitlab},
                                                               {"github", ReportFormat::kGithub}}};
-constexpr std::array<Choice<ColorChoice>, 3> kColors{{{"auto", ColorChoice::kAuto},
-                                                      {"always", ColorChoice::kAlways},
-                                                      {"never", ColorChoice::kNever}}};
+
 void add_check_inputs(CLI::App &app, CheckOptions &options)
 {
-    app.add_option("--running", options.running, "Committed configuration, XML or JSON")
-        ->type_name("RUNNING")
-        ->check(file_name());
-    auto *edit = app.add_option("--edit", options.edits,
-                                "Change with the operations of NETCONF's edit-config, XML or JSON; "
-                                "may be given several times")
-                     ->type_name("EDIT")
-                     ->check(file_name())
-                     ->allow_extra_args(false);
-    auto *edits =
-        app.add_option(
-               "--edits", options.edits_from,
-               "Folder of such changes, or - for a list of their files on stdin, one a line")
-            ->type_name("DIR")
-            ->check(file_name())
-            ->excludes(edit);
+    const auto change = add_change(app, options);
+    app.add_option("--edits", options.edits_from,
+                   "Folder of such changes, or - for a list of their files on stdin, one a line")
+        ->type_name("DIR")
+        ->check(file_name())
+        ->excludes(change.edit)
+        ->excludes(change.candidate);
     app.add_flag("--in-turn", options.in_turn,
                  "Check each edit on top of those before it, as commits would; ends with the first "
                  "that is not accepted (if not given: each against RUNNING)");
-    app.add_option("CANDIDATE", options.candidate, "Whole configuration after the change")
-        ->type_name("")
-        ->check(file_name())
-        ->excludes(edit)
-        ->excludes(edits);
+    add_reading(app, options);
     add_card(app, options);
 }
 
@@ -105,6 +92,7 @@ void add_check_switches(CLI::App &app, CheckOptions &options)
     app.add_flag("--new-only", options.new_only,
                  "As --all, and tell apart what the running configuration draws on its own: it is "
                  "counted, not shown. The result stays what it is");
+    app.add_flag("--diff", options.differences, "Show what the change does, as the command diff");
     app.add_flag("--explain", options.explain,
                  "Show which rules ran, why, what they read, and how long everything took");
     app.add_flag("--calls", options.calls, "As --explain, with each rule's client calls by name");
@@ -178,19 +166,7 @@ void add_limits(CLI::App &app, CheckOptions &options)
         ->type_name("SECONDS")
         ->transform(decimal())
         ->check(CLI::Range(0, kLongestTimeout));
-    app.add_option("--max-size", options.max_size,
-                   "Largest size of an input in bytes, or with a unit such as MiB (512 MiB if not "
-                   "given)")
-        ->transform(CLI::AsSizeValue(false))
-        ->type_name("SIZE");
-}
-
-void add_color(CLI::App &app, CheckOptions &options)
-{
-    add_choice(
-        app, "--color", kColors, [&options](ColorChoice choice) { options.color = choice; },
-        "Colours: auto (on a terminal, unless NO_COLOR is set), always, never")
-        ->type_name("WHEN");
+    add_max_size(app, options);
 }
 
 void add_check(CLI::App &program, CheckOptions &options)

@@ -33,16 +33,19 @@ struct CheckOptions {
     std::vector<std::string> edits; /**< At most one of these three. */
     std::string edits_from;         /**< A folder, or - for a list on stdin. */
     std::string candidate;
-    bool in_turn = false;       /**< Each edit on top of the one before. */
-    std::string card;           /**< Empty: the default card. */
-    std::string plugin;         /**< Empty: see Plugin. */
-    std::optional<bool> answer; /**< To warnings, given beforehand. */
+    bool skip_foreign = false;     /**< Nodes of other models are skipped, not refused. */
+    std::string default_operation; /**< Of edits without <edit-config>; empty: merge. */
+    bool in_turn = false;          /**< Each edit on top of the one before. */
+    std::string card;              /**< Empty: the default card. */
+    std::string plugin;            /**< Empty: see Plugin. */
+    std::optional<bool> answer;    /**< To warnings, given beforehand. */
     std::string yes; /**< As it was given; what it means stands in `answer` and the next. */
     std::vector<std::string> confirmed_rules; /**< Their warnings are confirmed, no others. */
     bool warnings_as_errors = false;
     bool all = false;
-    std::string shown;     /**< As --all was given; full: nothing of a long list is left out. */
-    bool new_only = false; /**< Nothing that the running configuration draws on its own. */
+    bool differences = false; /**< The report also tells what the change does. */
+    std::string shown;        /**< As --all was given; full: nothing of a long list is left out. */
+    bool new_only = false;    /**< Nothing that the running configuration draws on its own. */
     bool explain = false;
     bool calls = false;
     bool reads = false;
@@ -68,8 +71,6 @@ struct CheckOptions {
 void add_answers(CLI::App &app, CheckOptions &options);
 /** --timeout and --max-size. */
 void add_limits(CLI::App &app, CheckOptions &options);
-/** --color. */
-void add_color(CLI::App &app, CheckOptions &options);
 /** FORMAT or FORMAT=FILE. @throws CLI::ValidationError */
 ReportOption read_report(const std::string &text);
 

@@ -84,12 +84,14 @@ bool Series::open()
 void Series::check_all()
 {
     for (std::size_t i = 0; i < m_edits.size(); ++i) {
-        const Place place{i + 1, m_edits.size()};
+        const Place place{i + 1, m_edits.size(), m_options.in_turn};
         m_watcher.begin(place, m_edits[i]);
         Outcome outcome = check_or_explain(m_edits[i]);
         note(outcome, place);
         if (m_options.in_turn) {
             if (outcome.result() != Result::kAccepted) {
+                m_summary.stopped_at = m_edits[i];
+                m_summary.stopped_with = outcome.result();
                 return;
             }
             m_checker->commit(outcome);
@@ -161,11 +163,8 @@ void Series::close_traces()
 
 void Series::sum_up()
 {
-    if (m_reported < m_edits.size()) {
-        m_summary.stopped_at = m_edits[m_reported - 1];
-        m_summary.left_out.assign(m_edits.begin() + static_cast<std::ptrdiff_t>(m_reported),
-                                  m_edits.end());
-    }
+    m_summary.left_out.assign(m_edits.begin() + static_cast<std::ptrdiff_t>(m_reported),
+                              m_edits.end());
 }
 
 } // namespace

@@ -23,16 +23,12 @@ namespace host
 namespace
 {
 
-constexpr const char *kStdin = "-";
-
 CardList read_list(const FleetOptions &options)
 {
     if (!options.list_from.empty()) {
         return find_cards(options.list_from);
     }
-    auto source = read_input(options.list == kStdin ? "/dev/stdin" : options.list, options.check);
-    source.name = options.list == kStdin ? "stdin" : source.name;
-    return parse_card_list(source);
+    return parse_card_list(read_input(options.list, options.check));
 }
 
 /** Every card must have an edit. */
@@ -80,6 +76,7 @@ FleetPolicy policy_of(const FleetOptions &options)
     FleetPolicy policy;
     policy.policy = policy_of(check);
     policy.limits = {check.max_size, check.timeout};
+    policy.reading = {check.skip_foreign, check.default_operation};
     policy.edit = options.edit;
     policy.edit_command = options.edit_command;
     policy.plugin = check.plugin;
@@ -91,6 +88,8 @@ FleetPolicy policy_of(const FleetOptions &options)
                                check.confirmed_rules,
                                check.warnings_as_errors,
                                check.check_running,
+                               check.skip_foreign,
+                               check.default_operation,
                                check.timeout.count(),
                                check.max_size};
     policy.fingerprint = fingerprint.dump();

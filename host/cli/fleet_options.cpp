@@ -82,6 +82,7 @@ void add_inputs(CLI::App &app, FleetOptions &options)
                    "in it are replaced, quoted")
         ->type_name("COMMAND")
         ->excludes(edit);
+    add_reading(app, options.check);
     app.add_option("--plugin", options.check.plugin,
                    "Plug-in to ask, instead of the card's own next to this program")
         ->type_name("PATH")

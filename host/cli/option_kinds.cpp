@@ -31,6 +31,67 @@ void require_rule(const std::string &key)
     }
 }
 
+ChangeInputs add_change(CLI::App &app, CheckOptions &options)
+{
+    app.add_option("--running", options.running,
+                   "Committed configuration, XML or JSON; - is stdin, as for any one input")
+        ->type_name("RUNNING")
+        ->check(file_name());
+    auto *edit = app.add_option("--edit", options.edits,
+                                "Change with the operations of NETCONF's edit-config, XML or JSON; "
+                                "may be given several times")
+                     ->type_name("EDIT")
+                     ->check(file_name())
+                     ->allow_extra_args(false);
+    auto *candidate =
+        app.add_option("CANDIDATE", options.candidate, "Whole configuration after the change")
+            ->type_name("")
+            ->check(file_name())
+            ->excludes(edit);
+    return {edit, candidate};
+}
+
+void add_reading(CLI::App &app, CheckOptions &options)
+{
+    constexpr std::array<Choice<const char *>, 3> kOperations{
+        {{"merge", "merge"}, {"replace", "replace"}, {"none", "none"}}};
+    add_choice(
+        app, "--default-operation", kOperations,
+        [&options](const char *operation) { options.default_operation = operation; },
+        "Of edits that do not stand in <edit-config>: merge (if not given), replace or none")
+        ->type_name("OPERATION");
+    app.add_flag("--skip-foreign", options.skip_foreign,
+                 "Skip nodes of other models in the inputs, and tell which (if not given: they are "
+                 "an error)");
+}
+
+void add_max_size(CLI::App &app, CheckOptions &options)
+{
+    app.add_option("--max-size", options.max_size,
+                   "Largest size of an input in bytes, or with a unit such as MiB (512 MiB if not "
+                   "given)")
+        ->transform(CLI::AsSizeValue(false))
+        ->type_name("SIZE");
+}
+
+void add_color(CLI::App &app, CheckOptions &options)
+{
+    add_choice(
+        app, "--color", kColors, [&options](ColorChoice choice) { options.color = choice; },
+        "Colours: auto (on a terminal, unless NO_COLOR is set), always, never")
+        ->type_name("WHEN");
+}
+
+void require_one_stdin(const CheckOptions &options)
+{
+    auto inputs = options.edits;
+    inputs.insert(inputs.end(),
+                  {options.running, options.candidate, options.card, options.edits_from});
+    if (std::count(inputs.begin(), inputs.end(), "-") > 1) {
+        throw CLI::ValidationError("-", "only one input can be stdin");
+    }
+}
+
 void add_card(CLI::App &app, CheckOptions &options)
 {
     app.add_option("--card", options.card,

@@ -8,6 +8,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <array>
 #include <string>
 #include <utility>
 
@@ -55,6 +56,29 @@ CLI::Option *add_choice(CLI::App &app, const std::string &name, const Choices &c
 
 /** @throws CLI::ValidationError  No rule has this key; a key that is like it is named. */
 void require_rule(const std::string &key);
+
+constexpr std::array<Choice<ColorChoice>, 3> kColors{{{"auto", ColorChoice::kAuto},
+                                                      {"always", ColorChoice::kAlways},
+                                                      {"never", ColorChoice::kNever}}};
+constexpr std::array<Choice<engine::Format>, 2> kFormats{
+    {{"xml", engine::Format::kXml}, {"json", engine::Format::kJson}}};
+
+/** --running, --edit and CANDIDATE, of which the last two exclude each other. */
+struct ChangeInputs {
+    CLI::Option *edit;
+    CLI::Option *candidate;
+};
+ChangeInputs add_change(CLI::App &app, CheckOptions &options);
+
+/** --skip-foreign and, if there are edits, --default-operation: how inputs are read. */
+void add_reading(CLI::App &app, CheckOptions &options);
+
+/** --max-size and --color. */
+void add_max_size(CLI::App &app, CheckOptions &options);
+void add_color(CLI::App &app, CheckOptions &options);
+
+/** @throws CLI::ValidationError  More than one of the inputs is stdin. */
+void require_one_stdin(const CheckOptions &options);
 
 /** --card and --plugin. */
 void add_card(CLI::App &app, CheckOptions &options);

@@ -3,6 +3,7 @@
 #include "checker/outcome.h"
 #include "cli/audit_command.h"
 #include "cli/check_command.h"
+#include "cli/diff_command.h"
 #include "cli/fleet_command.h"
 #include "cli/generate_command.h"
 #include "cli/option_kinds.h"
@@ -11,7 +12,6 @@
 #include "report/printable.h"
 
 #include <algorithm>
-#include <array>
 #include <ostream>
 #include <string_view>
 #include <utility>
@@ -48,13 +48,12 @@ constexpr const char *kGenerateExamples =
 struct Commands {
     CheckOptions check;
     CheckOptions audit;
+    DiffOptions diff;
     FleetOptions fleet;
     PointsOptions points;
     GenerateOptions generate;
 };
 
-constexpr std::array<Choice<engine::Format>, 2> kFormats{
-    {{"xml", engine::Format::kXml}, {"json", engine::Format::kJson}}};
 /** The parser takes the next word for the value of an option that ends with `=`. */
 void refuse_empty_values(int argc, const char *const *argv)
 {
@@ -94,6 +93,7 @@ void add_audit(CLI::App &program, CheckOptions &options)
         ->type_name("EDIT")
         ->check(file_name())
         ->allow_extra_args(false);
+    add_reading(*app, options);
     add_card(*app, options);
     app->add_flag("--json", options.json, "Print JSON");
 }
@@ -168,19 +168,24 @@ int run_command(CLI::App &app, const Commands &commands, const Console &console)
     if (app.got_subcommand("generate")) {
         return run_generate(commands.generate, console);
     }
+    if (app.got_subcommand("diff")) {
+        return run_diff(commands.diff, console);
+    }
     if (app.got_subcommand("audit")) {
+        require_one_stdin(commands.audit);
         return run_audit(commands.audit, console);
     }
     if (app.got_subcommand("fleet")) {
         return run_fleet(*app.get_subcommand("fleet"), commands.fleet, console);
     }
     if (!app.got_subcommand("check")) {
-        throw CLI::RequiredError("A command: check, fleet, audit, points or generate");
+        throw CLI::RequiredError("A command: check, diff, fleet, audit, points or generate");
     }
     const bool has_edits = !check.edits.empty() || !check.edits_from.empty();
     if (check.running.empty() && !has_edits && check.candidate.empty()) {
         throw CLI::RequiredError("A configuration: --running, --edit or CANDIDATE");
     }
+    require_one_stdin(check);
     if (check.in_turn && !has_edits) {
         throw CLI::RequiresError("--in-turn", "--edit or --edits");
     }
@@ -203,6 +208,7 @@ int parse_and_run(int argc, const char *const *argv, const Console &console)
                    "command, such as [check] with card = \"card.json\"")
         ->type_name("FILE");
     add_check(app, commands.check);
+    add_diff(app, commands.diff);
     add_fleet(app, commands.fleet);
     add_audit(app, commands.audit);
     add_points(app, commands.points);
@@ -228,7 +234,7 @@ int run_program(int argc, const char *const *argv, const Console &console)
     try {
         return parse_and_run(argc, argv, console);
     } catch (const std::exception &failure) {
-        console.err << "gpon-validate: " << printable(failure.what()) << '\n';
+        console.err << "gpon-validate: " << printable(engine::shortened(failure.what())) << '\n';
     }
     return static_cast<int>(Result::kNotChecked);
 }

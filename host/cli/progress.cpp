@@ -30,6 +30,9 @@ void Progress::show(const std::string &work)
 
 void Progress::at(std::size_t number, std::size_t total, const std::string &rule)
 {
+    if (m_terminal == nullptr) {
+        return; // It would take longer than many a request.
+    }
     m_text =
         m_part + "request " + std::to_string(number) + " of " + std::to_string(total) + ": " + rule;
     tick();

@@ -86,13 +86,14 @@ UsageError explain(const CLI::ParseError &failure, const CLI::App &program)
 
 int report_usage_error(const UsageError &error, bool as_json, const Console &console)
 {
+    const auto message = engine::shortened(error.message);
     Outcome outcome;
-    outcome.problems = {{engine::Fault::kInvalidOption, "", 0, "", error.message, error.hint}};
+    outcome.problems = {{engine::Fault::kInvalidOption, "", 0, "", message, error.hint}};
     if (as_json) {
         console.out << print_json(json_report(outcome, false), console.out_is_terminal);
         flush_or_throw(console.out);
     } else {
-        console.err << "gpon-validate: " << printable(error.message) << '\n'
+        console.err << "gpon-validate: " << printable(message) << '\n'
                     << (error.hint.empty() ? "" : printable(error.hint) + "\n");
     }
     return static_cast<int>(outcome.result());

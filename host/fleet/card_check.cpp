@@ -122,6 +122,8 @@ Outcome CardChecks::outcome_of(Inputs inputs) const
     if (!inputs.problems.empty()) {
         return outcome_with("", edit, std::move(inputs.problems));
     }
+    inputs.running.reading = m_policy.reading;
+    inputs.edit.reading = m_policy.reading;
     try {
         Checker checker(inputs.card, std::move(inputs.running), m_policy.plugin,
                         m_policy.check_running);

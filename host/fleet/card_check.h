@@ -19,6 +19,7 @@ namespace host
 struct FleetPolicy {
     Policy policy;
     engine::ReadLimits limits;
+    engine::Reading reading;  /**< Of configurations and edits. */
     std::string edit;         /**< For cards without one of their own; may be empty. */
     std::string edit_command; /**< Makes it instead; may be empty. */
     std::string plugin;       /**< Empty: see Plugin. */

@@ -118,6 +118,19 @@ Finding finding_of(const UncheckedLink &unchecked)
     return finding;
 }
 
+Finding finding_of(const SkippedPart &skipped)
+{
+    const auto &nodes = skipped.nodes;
+    Finding finding;
+    finding.kind = Finding::Kind::kSkipped;
+    finding.severity = Severity::kNote;
+    finding.id = "skipped-nodes";
+    finding.text = skipped_text(nodes);
+    finding.evidence.location = {skipped.file, nodes.place.line,
+                                 static_cast<unsigned>(nodes.place.column)};
+    return finding;
+}
+
 void append_remarks(std::vector<Finding> &findings, const Outcome &outcome, engine::Verdict verdict)
 {
     for (const auto &run : outcome.runs) {
@@ -140,6 +153,9 @@ std::vector<Finding> findings_of(const Outcome &outcome)
     }
     append_remarks(findings, outcome, engine::Verdict::kRejected);
     append_remarks(findings, outcome, engine::Verdict::kWarning);
+    for (const auto &skipped : outcome.skipped) {
+        findings.push_back(finding_of(skipped));
+    }
     for (const auto &unchecked : outcome.unchecked_links) {
         findings.push_back(finding_of(unchecked));
     }

@@ -19,9 +19,10 @@ struct Finding {
     enum class Kind {
         kRejection,
         kWarning,
-        kProblem,      /**< A fault of an input. */
-        kDeath,        /**< The plug-in came to an end that it should not have come to. */
-        kUncheckedLink /**< A link that no bandwidth check looks at. */
+        kProblem,       /**< A fault of an input. */
+        kDeath,         /**< The plug-in came to an end that it should not have come to. */
+        kUncheckedLink, /**< A link that no bandwidth check looks at. */
+        kSkipped        /**< Nodes of another model in an input. */
 
     };
 

@@ -17,9 +17,14 @@ class JsonReport : public Report
 public:
     explicit JsonReport(const ReportSettings &settings) : m_settings(settings) {}
 
-    std::string conclusion(const Outcome &outcome, Place /*place*/) override
+    std::string conclusion(const Outcome &outcome, Place place) override
     {
-        const auto json = json_report(outcome, m_settings.explains);
+        auto json = json_report(outcome, m_settings.explains);
+        if (place.in_turn && place.number != 0) {
+            json["sequence"] = {{"number", place.number},
+                                {"total", place.total},
+                                {"ends-here", outcome.result() != Result::kAccepted}};
+        }
         return m_settings.is_series ? print_json_line(json, m_settings.for_terminal)
                                     : print_json(json, m_settings.for_terminal);
     }

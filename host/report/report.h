@@ -22,14 +22,16 @@ enum class ReportFormat { kText, kJson, kSarif, kJunit, kGitlab, kGithub };
 struct Place {
     std::size_t number = 0; /**< 0: of none. */
     std::size_t total = 0;
+    bool in_turn = false; /**< On top of those before it: the first that fails is the last. */
 };
 
 /** What a run of the program came to. */
 struct RunSummary {
     Result worst = Result::kAccepted;     /**< Of all: the exit code. */
     std::map<Result, std::size_t> counts; /**< Of the edits that were checked. */
-    std::string stopped_at;               /**< The edit behind which none was checked, or empty. */
-    std::vector<std::string> left_out;    /**< Edits that were not checked. */
+    std::string stopped_at; /**< The first edit of a sequence that failed, or empty. */
+    Result stopped_with = Result::kAccepted; /**< What became of that. */
+    std::vector<std::string> left_out;       /**< Edits that were not checked. */
 };
 
 /** How a report is to be made. */

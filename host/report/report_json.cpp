@@ -2,6 +2,7 @@
 
 #include "report/assumptions.h"
 #include "report/finding.h"
+#include "report/report_diff.h"
 #include "report/report_reads.h"
 #include "report/report_text.h"
 
@@ -89,21 +90,6 @@ Json confirmation(const Confirmation &confirmation)
     return json;
 }
 
-Json problems(const std::vector<engine::Problem> &found)
-{
-    Json array = Json::array();
-    for (const auto &problem : found) {
-        array.push_back({{"fault", engine::names_of(problem.fault).identifier},
-                         {"source", problem.source},
-                         {"line", problem.line},
-                         {"column", problem.column},
-                         {"path", problem.path},
-                         {"message", problem.message},
-                         {"hint", problem.hint}});
-    }
-    return array;
-}
-
 Json death(const Outcome &outcome)
 {
     const Death &end = *outcome.death;
@@ -152,6 +138,35 @@ Json explanation(const Outcome &outcome)
 
 } // namespace
 
+Json json_problems(const std::vector<engine::Problem> &found)
+{
+    Json array = Json::array();
+    for (const auto &problem : found) {
+        array.push_back({{"fault", engine::names_of(problem.fault).identifier},
+                         {"source", problem.source},
+                         {"line", problem.line},
+                         {"column", problem.column},
+                         {"path", problem.path},
+                         {"message", problem.message},
+                         {"hint", problem.hint}});
+    }
+    return array;
+}
+
+Json json_skipped(const std::vector<SkippedPart> &skipped)
+{
+    Json array = Json::array();
+    for (const auto &[file, nodes] : skipped) {
+        array.push_back({{"source", file},
+                         {"line", nodes.place.line},
+                         {"column", nodes.place.column},
+                         {"model", nodes.space},
+                         {"name", nodes.name},
+                         {"nodes", nodes.count}});
+    }
+    return array;
+}
+
 Json json_report(const Outcome &outcome, bool with_explanation)
 {
     Json json{{"result", name_of(outcome.result())},
@@ -172,7 +187,13 @@ Json json_report(const Outcome &outcome, bool with_explanation)
         }
     }
     json["confirmation"] = confirmation(outcome.confirmation);
-    json["problems"] = problems(outcome.problems);
+    json["problems"] = json_problems(outcome.problems);
+    if (!outcome.skipped.empty()) {
+        json["skipped"] = json_skipped(outcome.skipped);
+    }
+    if (outcome.differences) {
+        json["changes"] = json_differences(*outcome.differences);
+    }
     if (outcome.death) {
         json["death"] = death(outcome);
     }

@@ -17,6 +17,11 @@ namespace host
  */
 nlohmann::ordered_json json_report(const Outcome &outcome, bool with_explanation);
 
+/** The faults of an input, as in the report. */
+nlohmann::ordered_json json_problems(const std::vector<engine::Problem> &problems);
+/** What was skipped in the inputs, as in the report. */
+nlohmann::ordered_json json_skipped(const std::vector<SkippedPart> &skipped);
+
 /**
  * Text of a JSON document; what is no UTF-8 in it is replaced.
  * @param for_terminal  It is ASCII: nothing in it steers a terminal.

@@ -34,6 +34,7 @@ End end_of(const Finding &finding, Result result)
     case Finding::Kind::kWarning:
         return result == Result::kNotConfirmed ? End::kFailure : End::kPassed;
     case Finding::Kind::kUncheckedLink:
+    case Finding::Kind::kSkipped:
         break;
     }
     return End::kPassed;
@@ -61,6 +62,7 @@ std::string case_of(const Finding &finding)
                    ? kPlugin
                    : kCandidate;
     case Finding::Kind::kUncheckedLink:
+    case Finding::Kind::kSkipped:
         return kCandidate;
     default:
         return finding.id;

@@ -119,6 +119,20 @@ const char *words_for(Result result)
     return "unknown";
 }
 
+std::string skipped_text(const engine::SkippedNodes &nodes)
+{
+    return "skipped " + plural(nodes.count, "node") + " of another model, " + nodes.space +
+           (nodes.count == 1 ? ": " : ", beginning with ") + nodes.name;
+}
+
+void print_skipped(std::ostream &out, const std::vector<SkippedPart> &skipped, const Style &style)
+{
+    for (const auto &[file, nodes] : skipped) {
+        out << style.strong(printable(file)) << ':' << nodes.place.line << ':' << nodes.place.column
+            << ": " << printable(skipped_text(nodes)) << '\n';
+    }
+}
+
 std::string sentence(const Death &death)
 {
     std::string text = death.kind == Death::Kind::kTimeout ? "The plug-in was stopped in "
@@ -150,6 +164,7 @@ void print_findings(std::ostream &out, const Outcome &outcome, const Style &styl
                     const TextDetail &detail)
 {
     print_problems(out, outcome.problems, style);
+    print_skipped(out, outcome.skipped, style);
     print_remarks(out, findings_of(outcome), style, detail);
     for (const auto &unchecked : outcome.unchecked_links) {
         out << style.warning("Not covered by a bandwidth check:") << " PON link "

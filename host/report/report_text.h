@@ -24,6 +24,12 @@ void print_conclusion(std::ostream &out, const Outcome &outcome, const Style &st
 void print_problems(std::ostream &out, const std::vector<engine::Problem> &problems,
                     const Style &style);
 
+/** Tells what was skipped in the inputs, a line for each model. */
+void print_skipped(std::ostream &out, const std::vector<SkippedPart> &skipped, const Style &style);
+
+/** What was skipped of one model. */
+std::string skipped_text(const engine::SkippedNodes &nodes);
+
 /** Such as "not confirmed", for a sum of results. */
 const char *words_for(Result result);
 

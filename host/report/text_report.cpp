@@ -1,6 +1,7 @@
 #include "report/text_report.h"
 
 #include "report/printable.h"
+#include "report/report_diff.h"
 #include "report/report_text.h"
 
 #include <sstream>
@@ -28,6 +29,10 @@ std::string TextReport::findings(const Outcome &outcome, Place place)
                             std::to_string(place.total) + ": " + printable(outcome.change))
             << '\n';
     }
+    if (outcome.differences) {
+        print_differences(out, *outcome.differences, style);
+        out << '\n';
+    }
     print_findings(out, outcome, style, m_settings.text);
     return out.str();
 }
@@ -49,9 +54,13 @@ std::string TextReport::end(const RunSummary &summary)
     }
     std::ostringstream out;
     out << '\n';
-    if (!summary.left_out.empty()) {
-        out << "Stopped at " << printable(summary.stopped_at) << ": "
-            << edits_text(summary.left_out.size()) << " after it not checked.\n";
+    if (!summary.stopped_at.empty()) {
+        out << "The first edit that failed is " << printable(summary.stopped_at) << ": "
+            << words_for(summary.stopped_with);
+        if (!summary.left_out.empty()) {
+            out << "; " << edits_text(summary.left_out.size()) << " after it not checked";
+        }
+        out << ".\n";
     }
     std::size_t total = 0;
     for (const auto &[result, count] : summary.counts) {

@@ -1,5 +1,6 @@
 #include "match_overlap_validation.h"
 
+#include <charconv>
 #include <utility>
 
 // The signatures with texts by value are the published ones.
@@ -22,12 +23,17 @@ int MatchOverlapValidation::ServicePortMatchOverlaps(const char *name, std::stri
 std::string MatchOverlapValidation::GetMatchString(const char * /*name*/, std::string interface,
                                                    unsigned int onu, unsigned int gem, int vlan)
 {
-    std::string match = std::move(interface);
-    for (const std::string &number :
-         {std::to_string(onu), std::to_string(gem), std::to_string(vlan)}) {
-        match.append(" ").append(number);
-    }
-    return match;
+    constexpr std::size_t kNumbers = 64; // Room for three.
+    char numbers[kNumbers];
+    char *at = numbers;
+    const auto add = [&](auto number) {
+        *at++ = ' ';
+        at = std::to_chars(at, numbers + kNumbers, number).ptr;
+    };
+    add(onu);
+    add(gem);
+    add(vlan);
+    return std::move(interface.append(numbers, at));
 }
 
 // NOLINTEND(performance-unnecessary-value-param)

@@ -4,6 +4,7 @@
  */
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <unordered_map>
 
@@ -14,6 +15,8 @@
 class MatchOverlapValidation
 {
 public:
+    MatchOverlapValidation() { m_first_users.reserve(kFullCard); }
+
     /**
      * Files the match of a service port.
      * @param name   Name of the service port.
@@ -29,5 +32,7 @@ public:
                                       unsigned int gem, int vlan);
 
 private:
+    static constexpr std::size_t kFullCard = 4096; /**< Room for so many: growing takes longer. */
+
     std::unordered_map<std::string, std::string> m_first_users;
 };

@@ -15,7 +15,7 @@
 #include <base.h>
 #include <confd_cdb.h>
 
-#include <cstdio>
+#include <string>
 
 using validation::Candidate;
 using validation::CommittedSession;
@@ -33,7 +33,7 @@ constexpr const char *kServicePorts = "/config/service-port";
 constexpr std::uint32_t kServicePortSize = 20;
 constexpr std::uint32_t kServicePortsPerCall = 300;
 constexpr std::uint32_t kMaxServicePorts = 4096;
-constexpr std::size_t kPathSize = 8192;
+constexpr std::size_t kUsualPathSize = 128;
 
 // ---- Identity and GEM port of one service port ------------------------------------------------
 
@@ -51,6 +51,12 @@ void name_id_leaves(confd_tag_value_t *tv)
     CONFD_SET_TAG_XMLEND(&tv[6], base_gem, base__ns);
     CONFD_SET_TAG_XMLEND(&tv[7], base_onu, base__ns);
     CONFD_SET_TAG_XMLEND(&tv[8], base_gpon, base__ns);
+}
+
+/** As %d prints it. */
+std::string as_decimal(std::uint32_t number)
+{
+    return std::to_string(static_cast<std::int32_t>(number));
 }
 
 bool is_set(const confd_tag_value_t &tagged)
@@ -113,15 +119,15 @@ std::int32_t validate_sp_gem_check(std::int32_t maapi_sock, confd_trans_ctx *tct
     }
 
     // A missing ONU has no line profile: the GEM test then fails too, and its message stays.
-    char path[kPathSize];
-    std::snprintf(path, sizeof(path),
-                  "/config/interface/gpon{%s}/onu{%d}/profile-references/line-profile",
-                  interface.c_str(), onu);
+    std::string path;
+    path.reserve(kUsualPathSize);
+    path.append("/config/interface/gpon{").append(interface);
+    path.append("}/onu{").append(as_decimal(onu)).append("}/profile-references/line-profile");
     std::string line_profile;
     GetStrFromConfd(maapi_sock, tctx->thandle, path, "", &line_profile);
-    std::snprintf(path, sizeof(path), "/config/profile/gpon/line-profile{%s}/gem{%d}/gem-id",
-                  line_profile.c_str(), gem);
-    if (candidate.read(maapi_exists, "%s", path) <= 0) {
+    path.assign("/config/profile/gpon/line-profile{").append(line_profile);
+    path.append("}/gem{").append(as_decimal(gem)).append("}/gem-id");
+    if (candidate.read(maapi_exists, "%s", path.c_str()) <= 0) {
         confd_trans_seterr(tctx, "Service-port [%u] gem [%d] was not configured to onu [%d]", sp,
                            gem, onu);
         result = -1;

@@ -1,4 +1,5 @@
 /** What a text may contain, read as a configuration and as an edit. */
+#include "engine/data/encoding.h"
 #include "engine/data/error.h"
 #include "engine/edit/edit.h"
 #include "support/card_xml.h"
@@ -79,6 +80,87 @@ TEST(Document, TakesWhatXmlAndJsonAllow)
             ASSERT_EQ(lyd_find_path(tree.root(), path, 0, &leaf), LY_SUCCESS);
             EXPECT_EQ(lyd_get_value(leaf), value);
         }
+    }
+}
+
+/** Of what stands around the data, and of other encodings: where a fault is does not change. */
+TEST(Document, ReadsWhatStandsAroundTheData)
+{
+    const auto nc = [](const std::string &name, const std::string &inside) {
+        return "<n:" + name + " xmlns:n='urn:ietf:params:xml:ns:netconf:base:1.0'>" + inside +
+               "</n:" + name + ">";
+    };
+    const auto utf16 = [](const std::string &text) {
+        std::string wide = "\xFE\xFF";
+        for (const char c : text) {
+            wide += {'\0', c};
+        }
+        return wide;
+    };
+    const std::string data = described("a", "speed='1'");
+    const std::string json = described_json("a", ",\"@\":{\"speed\":1}");
+    struct Row {
+        std::string text;
+        bool is_edit;
+        unsigned line;
+    };
+    const Row rows[] = {
+        {nc("config", data), true, 2},
+        {nc("rpc", "\n" + nc("edit-config", nc("target", "<b/>") + nc("config", data))), true, 3},
+        {"<rpc a='b'><edit-config><config>" + data + "</config></edit-config></rpc>", true, 2},
+        {nc("data", "\n<x xmlns='urn:x'>\n</x>" + data) + "\n]]>]]>\n", false, 4},
+        {"<data xmlns='urn:ietf:params:xml:ns:yang:ietf-restconf'>" + data + "</data>", false, 2},
+        {"{\"data\":{\"x:y\":[\n{}],\"x:z\":1 ,\n" + json.substr(1) + "}", false, 5},
+        {"{\"ietf-netconf:rpc\":{\"edit-config\":{\"config\":" + json + "}}}", true, 3},
+        {utf16("<?xml version='1.0' encoding='UTF-16'?>\n" + data), true, 3},
+        {"<?xml version='1.0' encoding='iso-8859-1'?>" + described("\xE4", "speed='1'"), true, 2},
+    };
+    for (const auto &[text, is_edit, line] : rows) {
+        SCOPED_TRACE(text);
+        engine::Source source{"test.xml", text, {true, ""}};
+        engine::convert_to_utf8(source);
+        const auto problems = problems_of(
+            [&](const std::string &) {
+                is_edit ? engine::apply_edit(checked_config(""), source)
+                        : Datastore::parse(schema(), source);
+            },
+            text);
+        ASSERT_THAT(problems, SizeIs(1));
+        EXPECT_THAT(problems[0].message, HasSubstr("speed"));
+        EXPECT_EQ(problems[0].line, line);
+    }
+}
+
+TEST(Document, RefusesWhatItWouldHaveToIgnoreAroundTheData)
+{
+    const std::string edit = "<edit-config xmlns='urn:ietf:params:xml:ns:netconf:base:1.0'>";
+    const std::string data = "<config>" + described("a") + "</config>";
+    const struct {
+        std::string text, message;
+    } rows[] = {
+        {edit + data + "<config/></edit-config>", "A second config"},
+        {edit + "<confirmed/>" + data + "</edit-config>", "Unknown element confirmed"},
+        {edit + "<config xmlns='urn:olt:gpon:base'/></edit-config>",
+         "Unknown element config of urn:olt:gpon:base"},
+        {edit + "<target/></edit-config>", "There is no config"},
+        {edit + "text" + data + "</edit-config>", "Text beside the data"},
+        {edit + "<test-option>maybe</test-option>" + data + "</edit-config>",
+         "Invalid test-option maybe"},
+        {edit + data + "</edit-config>" + edit + data + "</edit-config>",
+         "junk after document element"},
+        {"<config>" + described("a") + "</config>", "config"},
+        {"<data>" + described("a") + "</data>", "data holds a whole configuration"},
+        {"{\"data\":" + described_json("a") + "}", "data holds a whole configuration"},
+        {"{\"edit-config\":{\"config\":[]}}", "config is not an array"},
+        {"{\"edit-config\":{\"config\":1}}", "config is not an object"},
+        {"{\"edit-config\":{\"default-operation\":1,\"config\":{}}}", "Invalid default-operation"},
+        {"{\"config\":{\"x:y\":1}}", "Node of another model, x"},
+        {"{\"ietf-netconf:get\":{}}", "Unknown element get"},
+    };
+    for (const auto &[text, message] : rows) {
+        const auto problems = problems_of(edited, text);
+        ASSERT_FALSE(problems.empty()) << text;
+        EXPECT_THAT(problems[0].message, HasSubstr(message)) << text;
     }
 }
 

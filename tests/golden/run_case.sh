@@ -6,9 +6,9 @@
 # GPON_VALIDATE may be several words: an emulator, its options, and the program.
 # The folder holds README (why the case matters), expected.txt (stdout, then `exit N`), and one of
 # change.xml, change.json, candidate.xml, overbook.xml; running.xml and card.json stand there or in the folder
-# above. `arguments` may hold further words of the command line, and `stdin` what the program reads. A file `command`
-# holds all words instead, as a shell reads them; $scratch in it is an empty folder. With --update expected.txt is
-# written instead of compared.
+# above. `command` may name another command than check, `arguments` hold further words of the command line, and
+# `stdin` what the program reads. A file `command-line` holds all words instead, as a shell reads them; $scratch is an
+# empty folder. With --update expected.txt is written instead of compared.
 set -uo pipefail
 
 update=no
@@ -38,18 +38,19 @@ inherited() {
 }
 
 command_words() {
-  if [ -f command ]; then
+  if [ -f command-line ]; then
     scratch=$(mktemp -d)
     trap 'rm -r "$scratch"' EXIT
-    eval "words=($(cat command))"
+    eval "words=($(< command-line))"
     return
   fi
   words=(check)
+  [ -f command ] && words=("$(< command)")
   local running card
   running=$(inherited running.xml)
   card=$(inherited card.json)
   [ -n "$running" ] && words+=(--running "$running")
-  [ -n "$card" ] && words+=(--card "$card")
+  [ -n "$card" ] && [ "${words[0]}" = check ] && words+=(--card "$card")
   local inputs=${#words[@]}
   if [ -f candidate.xml ]; then
     words+=(candidate.xml)

@@ -10,7 +10,7 @@ using CommandLine = ProgramTest;
 TEST_F(CommandLine, IsRefusedWithExitCode3)
 {
     const std::pair<std::vector<std::string>, const char *> refusals[] = {
-        {{}, "A command: check, audit, points or generate is required"},
+        {{}, "A command: check, diff, audit, points or generate is required"},
         {{"chekc"}, "chekc is no command\ndid you mean check?"},
         {{"check", "--runing", "a", "--edit", "b"}, "did you mean --running?"},
         {{"check", "--quite-another", "a"}, "is no option of gpon-validate check\nSee "},
@@ -37,6 +37,12 @@ TEST_F(CommandLine, IsRefusedWithExitCode3)
         {{"check", "a", "--card", ""}, "--card: no file"},
         {{"check", "a", "--plugin", ""}, "--plugin: no file"},
         {{"check", "a", "--trace", "fine", "--trace-file", ""}, "--trace-file: no file"},
+        {{"check", "--running", "-", "--edit", "-"}, "only one input can be stdin"},
+        {{"check", "-", "--card", "-"}, "only one input can be stdin"},
+        {{"check", "a", "--default-operation", "create"}, "create is none of merge, replace, none"},
+        {{"diff"}, "A change: --edit or CANDIDATE"},
+        {{"diff", "a", "--format", "xml"}, "--format requires --output"},
+        {{"diff", "a", "--json", "--output", "-"}, "stdout has the JSON report"},
         {{"generate", "-o", ""}, "--output: no file"},
         {{"generate", "--card", ""}, "--card: no file"},
         {{"generate", "--seed", "0x8"}, "--seed"},

@@ -51,12 +51,41 @@ def report(program: list[str], plugin: str, script: str, words: list[str]) -> di
     return document
 
 
+# Whether there is a difference with the faults, and what follows the command diff.
+DIFFS = [
+    ("True", EDIT),
+    ("False", ["../running.xml", "--skip-foreign"]),
+    ("False malformed", ["--edit", "README", "--exit-code"]),
+]
+
+
+def diff_faults(schema_file: str, program: list[str]) -> list[str]:
+    """What is wrong with the reports of diff, whose schema refers to that of checks."""
+    with open(schema_file, encoding="utf-8") as checks:
+        definitions = json.load(checks)["$defs"]
+    with open(schema_file.replace("check-output", "diff-output"), encoding="utf-8") as file:
+        schema = json.loads(file.read().replace("check-output.schema.json#", "#"))
+    validator = jsonschema.Draft202012Validator({**schema, "$defs": definitions})
+    messages = []
+    for expected, words in DIFFS:
+        command = program + ["diff", "--running", "../running.xml", "--json"] + words
+        document = json.loads(subprocess.run(command, stdout=subprocess.PIPE, check=False).stdout)
+        actual = " ".join([str(document["differs"])] + [problem["fault"] for problem in document["problems"]])
+        messages += [f"{words}: {error.json_path}: {error.message}" for error in validator.iter_errors(document)]
+        messages += [f"{words}: {actual}, not {expected}"] if actual != expected else []
+        messages += [] if document["changes"] or not document["differs"] else [f"{words}: no changes"]
+    return messages
+
+
 def main() -> int:
     schema_file, plugin, example, *program = sys.argv[1:]
     with open(schema_file, encoding="utf-8") as file:
         validator = jsonschema.Draft202012Validator(json.load(file))
+    schema_file = os.path.abspath(schema_file)
     os.chdir(example)
-    faults = 0
+    messages = diff_faults(schema_file, program)
+    print("\n".join(messages))
+    faults = len(messages)
     for result, script, words in CASES:
         for more in [], ["--explain"]:
             document = report(program, plugin, script, words + more)

@@ -10,14 +10,13 @@
 using host::ReportFormat;
 using nlohmann::json;
 using testing::HasSubstr;
-using testing::Not;
 
 namespace
 {
 
 /** Bytes that mean something to one format or another, or to a terminal, and two that are no text.
  */
-constexpr const char *kHostile = "100% <a>\n::b,c ]]>&\x1b[31m \u202e\uffff\xff";
+constexpr const char *kHostile = "100% <a>\n::b,c ]]>&\x1b[31m \xe2\x80\xae\uffff\xff";
 
 host::RuleRun remark(const char *rule, const std::string &text, host::FileLocation place)
 {

@@ -53,8 +53,8 @@ class Case:
 
     def run(self, program: list[str], output: pathlib.Path) -> None:
         """What goes to stdout is the same as without the reports."""
-        done = subprocess.run([ROOT / "tests/golden/run_case.sh", self.folder, HERE / "with_reports.sh", output, *program],
-                              capture_output=True, text=True, check=False)
+        done = subprocess.run([ROOT / "tests/golden/run_case.sh", self.folder, HERE / "with_reports.sh", output,
+                               *program], capture_output=True, text=True, check=False)
         self.require(done.returncode == 0, done.stdout + done.stderr)
 
     def documents(self) -> list[dict]:
@@ -144,12 +144,13 @@ class Case:
 def check_standard(multitool: str, output: pathlib.Path) -> list[str]:
     """What the official validator has against the SARIF files. Its log tells, its exit code does not."""
     log = output / "multitool.log"
-    done = subprocess.run([multitool, "validate", output / "*.sarif", "--rule-kind", "Sarif;Ghas", "--level",
-                           "Error;Warning;Note", "--output", log], capture_output=True, text=True, check=True)
-    scanned = re.search(r"(\d+) files scanned", done.stdout)
+    subprocess.run([multitool, "validate", output / "*.sarif", "--rule-kind", "Sarif;Ghas", "--level",
+                    "Error;Warning;Note", "--output", log], stdout=subprocess.DEVNULL, check=True)
     run = json.loads(log.read_text(encoding="utf-8-sig"))["runs"][0]
     notes, faults = {}, []
+    unread = {file.as_uri() for file in output.glob("*.sarif")}
     for result in run["results"]:
+        unread.discard(result["locations"][0]["physicalLocation"]["artifactLocation"]["uri"])
         if result.get("level", "warning") == "note":
             notes[result["ruleId"]] = notes.get(result["ruleId"], 0) + 1
         else:
@@ -158,8 +159,8 @@ def check_standard(multitool: str, output: pathlib.Path) -> list[str]:
     invocation = run["invocations"][0]
     if not invocation["executionSuccessful"] or invocation.get("toolExecutionNotifications"):
         faults.append(f"the multitool: {invocation}")
-    if scanned is None or int(scanned.group(1)) != len(list(output.glob("*.sarif"))):
-        faults.append(f"the multitool did not read all files: {done.stdout}")
+    # It has notes about every file; of one that breaks the schema it says nothing at all, and of those beside it.
+    faults += [f"the multitool cannot read {uri}, or a file beside it" for uri in sorted(unread)]
     print(f"The multitool's notes, which fail nothing: {notes}.")
     return faults
 
@@ -172,7 +173,8 @@ def main() -> int:
     parser.add_argument("program", nargs="+")
     words = parser.parse_args()
     program = [str(pathlib.Path(word).resolve()) if os.path.exists(word) else word for word in words.program]
-    folders = sorted(file.parent.resolve() for file in words.examples.glob("**/expected.txt"))
+    folders = sorted(file.parent.resolve() for file in words.examples.glob("**/expected.txt")
+                     if not (file.parent / "command").exists())
     if words.group:
         folders = [folder for folder in folders if folder.parent.name in words.group]
     with open(ROOT / "docs/check-output.schema.json", encoding="utf-8") as file:

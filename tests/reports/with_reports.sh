@@ -6,6 +6,7 @@
 # The reports of a case are FOLDER/GROUP.CASE.FORMAT.
 case=$1/$(basename "$(dirname "$PWD")").$(basename "$PWD")
 shift
+[ -f command ] && exec "$@" # Other commands have no such reports.
 words=()
 for format in text json sarif junit gitlab github; do
   words+=(--report "$format=$case.$format")

@@ -139,8 +139,9 @@ private:
         std::string line;
         while (std::getline(in, line)) {
             expected += line.rfind("  ", 0) == 0 ? line + "\n" : "";
-            if (line == "exit 3" || line.rfind("{", 0) == 0 || line.rfind("Edit ", 0) == 0) {
-                return; // The rules are not asked; or the answers are those of other cases.
+            // The rules are not asked; or the answers are those of other cases.
+            if (line == "exit 3" || line.find_first_of("{[:") == 0 || line.rfind("Edit ", 0) == 0) {
+                return;
             }
         }
         const fs::path folder = expected_file.parent_path();

@@ -44,7 +44,7 @@ Entries entries_of(Run run)
 void add(const SchemaNode &schema, ChangeKind kind, const lyd_node *before, const lyd_node *after,
          Changes &changes)
 {
-    changes.push_back({&schema, kind, before, after, {}});
+    changes.push_back({&schema, kind, before, after});
 }
 
 bool same_value(const lyd_node *a, const lyd_node *b)
@@ -169,7 +169,7 @@ void Comparison::inside(const SchemaNode &schema, const lyd_node *before, const 
         }
     }
     if (!below.empty() || kind == ChangeKind::kMoved) {
-        changes.push_back({&schema, kind, before, after, std::move(below)});
+        changes.push_back({&schema, kind, before, after, {}, std::move(below)});
     }
 }
 
@@ -192,6 +192,7 @@ void Comparison::leaf_lists(const SchemaNode &schema, const Entries &before, con
         if (before.size() != after.size()) {
             leaves(schema, before.empty() ? nullptr : before.front(),
                    after.empty() ? nullptr : after.front(), changes);
+            changes.back().entries_before = before;
         }
         return;
     }
@@ -203,6 +204,7 @@ void Comparison::leaf_lists(const SchemaNode &schema, const Entries &before, con
     }
     if (!same) {
         add(schema, ChangeKind::kValue, before.front(), after.front(), changes);
+        changes.back().entries_before = before;
     }
 }
 

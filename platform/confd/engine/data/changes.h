@@ -35,7 +35,9 @@ struct Change {
     const lyd_node *before = nullptr; /**< In the committed configuration; null when created. */
     const lyd_node *after =
         nullptr; /**< In the candidate; null when deleted. For a leaf-list, the first entry. */
-    std::vector<Change> children; /**< In schema order, list entries in key order. */
+    /** Of a leaf-list, all in the committed configuration: they may stand in no tree any more. */
+    std::vector<const lyd_node *> entries_before{};
+    std::vector<Change> children{}; /**< In schema order, list entries in key order. */
 
     /** The node in the candidate, or else in the committed configuration. */
     const lyd_node *node() const { return after != nullptr ? after : before; }

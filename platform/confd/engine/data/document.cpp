@@ -59,4 +59,10 @@ LY_ERR Document::parse(const ly_ctx *context, std::uint32_t options, lyd_node *&
     return result;
 }
 
+std::vector<SkippedNodes> skipped_nodes(const Schema &schema, const Source &source, Content content)
+{
+    return source.reading.skip_foreign ? Document(schema, source, content).envelope().skipped()
+                                       : std::vector<SkippedNodes>();
+}
+
 } // namespace engine

@@ -44,4 +44,11 @@ private:
     std::string_view m_text; /**< Of the source, or of what was made of it. Ends with a NUL. */
 };
 
+/**
+ * The nodes of other models that are skipped in a text, if it is to be read so.
+ * @throws InputError  As Document.
+ */
+std::vector<SkippedNodes> skipped_nodes(const Schema &schema, const Source &source,
+                                        Content content);
+
 } // namespace engine

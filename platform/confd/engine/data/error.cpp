@@ -1,5 +1,7 @@
 #include "engine/data/error.h"
 
+#include <algorithm>
+
 namespace engine
 {
 namespace
@@ -29,8 +31,12 @@ std::string lines_of(const std::vector<Problem> &problems)
 }
 
 /** A failure without a reason is still one: who looks for problems must find it. */
-std::vector<Problem> at_least_one(std::vector<Problem> problems)
+std::vector<Problem> made_fit(std::vector<Problem> problems)
 {
+    for (auto &problem : problems) {
+        problem.message = shortened(problem.message);
+        problem.path = shortened(problem.path);
+    }
     if (problems.empty()) {
         problems.push_back({Fault::kInternal, "", 0, "", "a failure without a reason", ""});
     }
@@ -39,8 +45,28 @@ std::vector<Problem> at_least_one(std::vector<Problem> problems)
 
 } // namespace
 
+std::string shortened(const std::string &text)
+{
+    constexpr std::size_t kMaxHead = 300;
+    constexpr std::size_t kMaxTail = 100; // It tells what is wrong with the text before it.
+    const auto is_inside = [&text](std::size_t at) {
+        return at < text.size() && (static_cast<unsigned char>(text[at]) & 0xC0U) == 0x80U;
+    };
+    const auto newline = text.find('\n');
+    if (newline == std::string::npos && text.size() <= kMaxHead + kMaxTail) {
+        return text;
+    }
+    auto head = std::min(newline, kMaxHead);
+    auto tail = std::max(text.rfind('\n') + 1, text.size() - std::min(text.size(), kMaxTail));
+    for (; is_inside(head); --head) {
+    }
+    for (; is_inside(tail); ++tail) {
+    }
+    return text.substr(0, head) + "\u2026" + text.substr(tail);
+}
+
 InputError::InputError(std::vector<Problem> problems)
-    : InputError(std::in_place, at_least_one(std::move(problems)))
+    : InputError(std::in_place, made_fit(std::move(problems)))
 {
 }
 

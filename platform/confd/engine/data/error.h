@@ -38,12 +38,16 @@ struct Problem {
     unsigned column = 0; /**< In characters, from 1; 0 when not known. */
 };
 
+/** A message that may hold text of any length: at most a line of it, the rest is an ellipsis. */
+std::string shortened(const std::string &text);
+
 /** Invalid input: broken text, data that the model does not allow, an edit that does
  * not fit. */
 class InputError : public std::runtime_error
 {
 public:
-    /** @param problems  Of none one is made: there is no failure without a problem. */
+    /** @param problems  Of none one is made: there is no failure without a problem. Messages and
+     *  paths are shortened. */
     explicit InputError(std::vector<Problem> problems);
     /** At least one. */
     const std::vector<Problem> &problems() const { return m_problems; }

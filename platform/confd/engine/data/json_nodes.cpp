@@ -15,7 +15,7 @@ class JsonNodesReader : public nlohmann::json_sax<nlohmann::json>
 {
 public:
     JsonNodesReader(const Schema &schema, std::string_view text)
-        : m_text(text), m_counter(text), m_module(schema.module()->name), m_builder(schema)
+        : m_text(text), m_module(schema.module()->name), m_builder(schema, text.size())
     {
     }
 
@@ -47,7 +47,7 @@ private:
     struct Member {
         const SchemaNode *schema = nullptr;
         std::string name;
-        TextPlace place;
+        std::size_t offset = 0;
     };
     /** An object or array that has begun. */
     struct Level {
@@ -59,8 +59,11 @@ private:
     bool is_inside_array() const { return !m_levels.empty() && m_levels.back().is_array; }
     bool scalar(std::string_view text);
     bool close();
-    /** Place of what began behind the last event, and ends or begins where the text was read to. */
-    TextPlace place_behind(std::string_view between);
+    /** Where what is read now began: behind the last event and some characters. */
+    std::size_t offset_behind(std::string_view between) const
+    {
+        return std::min(m_text.find_first_not_of(between, m_last), m_text.size());
+    }
     /** All that was read belongs to the last event. */
     bool done()
     {
@@ -69,7 +72,6 @@ private:
     }
 
     const std::string_view m_text;
-    PlaceCounter m_counter;
     const std::string_view m_module;
     TextNodesBuilder m_builder;
     const char *m_reached = m_text.data();
@@ -79,15 +81,10 @@ private:
     bool m_is_metadata = false; /**< The value of the member is. */
 };
 
-TextPlace JsonNodesReader::place_behind(std::string_view between)
-{
-    return m_counter.at(std::min(m_text.find_first_not_of(between, m_last), m_text.size()));
-}
-
 bool JsonNodesReader::key(string_t &name)
 {
     // A number is read to the character behind it, which begins no name.
-    const TextPlace place = place_behind(" \t\r\n,{}]");
+    const std::size_t offset = offset_behind(" \t\r\n,{}]");
     if (m_skipped == 0) {
         m_is_metadata = name.rfind('@', 0) == 0;
         const auto colon = name.find(':');
@@ -97,7 +94,7 @@ bool JsonNodesReader::key(string_t &name)
             has_module ? std::string_view(name).substr(0, colon) == m_module : !is_top;
         std::string local = name.substr(has_module ? colon + 1 : 0);
         const SchemaNode *schema = m_builder.find(local, is_own);
-        m_levels.back().member = {schema, std::move(local), place};
+        m_levels.back().member = {schema, std::move(local), offset};
     }
     return done();
 }
@@ -107,8 +104,8 @@ bool JsonNodesReader::scalar(std::string_view text)
     if (m_skipped == 0 && !std::exchange(m_is_metadata, false) && !m_levels.empty()) {
         const Level &level = m_levels.back();
         if (!level.is_array || !level.is_node) {
-            const auto place = level.is_array ? place_behind(" \t\r\n,[") : level.member.place;
-            m_builder.begin(level.member.schema, level.member.name, place);
+            const auto offset = level.is_array ? offset_behind(" \t\r\n,[") : level.member.offset;
+            m_builder.begin(level.member.schema, level.member.name, offset);
             m_builder.add_value(text);
             m_builder.end();
         }
@@ -125,8 +122,8 @@ bool JsonNodesReader::start_object(std::size_t)
     Level level;
     if (!m_levels.empty()) {
         const Level &above = m_levels.back();
-        const auto place = above.is_array ? place_behind(" \t\r\n,[") : above.member.place;
-        m_builder.begin(above.member.schema, above.member.name, place);
+        const auto offset = above.is_array ? offset_behind(" \t\r\n,[") : above.member.offset;
+        m_builder.begin(above.member.schema, above.member.name, offset);
         level.is_node = true;
     }
     m_levels.push_back(std::move(level));
@@ -147,7 +144,7 @@ bool JsonNodesReader::start_array(std::size_t)
         // A leaf of type empty is [null].
         level.is_node = schema != nullptr && schema->is_leaf();
         if (level.is_node) {
-            m_builder.begin(schema, level.member.name, level.member.place);
+            m_builder.begin(schema, level.member.name, level.member.offset);
         }
     }
     m_levels.push_back(std::move(level));
@@ -170,7 +167,7 @@ bool JsonNodesReader::close()
 bool JsonNodesReader::parse_error(std::size_t position, const std::string &,
                                   const nlohmann::detail::exception &)
 {
-    m_builder.result().failure = place_of(m_text, position > 0 ? position - 1 : 0);
+    m_builder.result().failure = position > 0 ? position - 1 : 0;
     return false;
 }
 

@@ -475,7 +475,7 @@ private:
         std::string text;
         Meaning meaning{};
     };
-    static constexpr std::size_t kPlaces = 8192;
+    static constexpr std::size_t kPlaces = 2048;
     std::vector<Place> m_places = std::vector<Place>(kPlaces);
 };
 

@@ -3,6 +3,12 @@
 namespace engine
 {
 
+TextNodesBuilder::TextNodesBuilder(const Schema &schema, std::size_t text_size) : m_schema(schema)
+{
+    constexpr std::size_t kUsualNode = 32; // With its share of blanks, in bytes.
+    m_result.nodes.reserve(text_size / kUsualNode);
+}
+
 const SchemaNode *TextNodesBuilder::find(std::string_view name, bool is_own) const
 {
     if (!is_own) {
@@ -15,14 +21,13 @@ const SchemaNode *TextNodesBuilder::find(std::string_view name, bool is_own) con
     return above != nullptr ? above->child(name) : nullptr;
 }
 
-void TextNodesBuilder::begin(const SchemaNode *schema, std::string_view name, TextPlace place)
+void TextNodesBuilder::begin(const SchemaNode *schema, std::string_view name, std::size_t offset)
 {
     std::string &texts = m_result.texts;
     TextNode node;
     node.parent = is_at_top() ? TextNode::kNone : m_open.back();
     node.schema = schema;
-    node.line = place.line;
-    node.column = static_cast<std::uint32_t>(place.column);
+    node.offset = static_cast<std::uint32_t>(offset);
     if (schema == nullptr) {
         node.name = static_cast<std::uint32_t>(texts.size());
         node.name_size = static_cast<std::uint32_t>(name.size());

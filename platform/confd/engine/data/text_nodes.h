@@ -9,15 +9,13 @@
 
 #include <cstdint>
 #include <limits>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace engine
 {
-
-/** What a text does not tell the place of. */
-inline constexpr TextPlace kNowhere{0, 0};
 
 /** A node of a text. Texts are parts of TextNodes::texts. */
 struct TextNode {
@@ -26,14 +24,11 @@ struct TextNode {
     std::uint32_t parent = kNone;       /**< Of the data: kNone below envelopes, too. */
     std::uint32_t end = 0;              /**< Number of the first node behind those below. */
     const SchemaNode *schema = nullptr; /**< Null: the model does not know it. */
-    std::uint32_t line = 0;
-    std::uint32_t column = 0;
-    std::uint32_t name = 0; /**< Where its name begins, if it has no schema node. */
+    std::uint32_t offset = 0;           /**< Where it begins in the text. */
+    std::uint32_t name = 0;             /**< Where its name begins, if it has no schema node. */
     std::uint32_t name_size = 0;
     std::uint32_t value = 0; /**< Where its value begins, as it is written. */
     std::uint32_t value_size = 0;
-
-    TextPlace place() const { return {line, column}; }
 };
 
 /**
@@ -43,7 +38,7 @@ struct TextNode {
 struct TextNodes {
     std::vector<TextNode> nodes;
     std::string texts;
-    TextPlace failure = kNowhere; /**< Where the text turned out to be malformed. */
+    std::optional<std::size_t> failure; /**< Where the text turned out to be malformed. */
 
     std::string_view name_of(const TextNode &node) const
     {
@@ -63,14 +58,15 @@ TextNodes read_text_nodes(const Schema &schema, const Source &source);
 class TextNodesBuilder
 {
 public:
-    explicit TextNodesBuilder(const Schema &schema) : m_schema(schema) {}
+    /** @param text_size  In bytes, to have memory enough at once. */
+    TextNodesBuilder(const Schema &schema, std::size_t text_size);
 
     /** Whether nothing but envelopes is open. */
     bool is_at_top() const { return m_open.empty() || is_envelope(m_result.nodes[m_open.back()]); }
     /** The schema node that a name means here; null: none. @param is_own  It is of the model. */
     const SchemaNode *find(std::string_view name, bool is_own) const;
     /** A node begins. */
-    void begin(const SchemaNode *schema, std::string_view name, TextPlace place);
+    void begin(const SchemaNode *schema, std::string_view name, std::size_t offset);
     /** More of the value of the node that has begun last. */
     void add_value(std::string_view text);
     void end();

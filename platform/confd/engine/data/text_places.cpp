@@ -92,8 +92,22 @@ const TextNodes &TextPlaces::text() const
     if (!m_text) {
         m_text = read_text_nodes(m_schema, m_source);
         m_hints.assign(m_text->nodes.size() + 1, TextNode::kNone);
+        const auto text = without_mark(m_source.text);
+        m_lines = {0};
+        for (auto end = text.find('\n'); end != std::string_view::npos;
+             end = text.find('\n', end + 1)) {
+            m_lines.push_back(end + 1);
+        }
     }
     return *m_text;
+}
+
+TextPlace TextPlaces::place(std::size_t offset) const
+{
+    const auto line = std::upper_bound(m_lines.begin(), m_lines.end(), offset) - 1;
+    const auto text = without_mark(m_source.text);
+    return {static_cast<unsigned>(line - m_lines.begin()) + 1,
+            place_of(text.substr(*line), offset - *line).column};
 }
 
 TextPlace TextPlaces::of_root() const
@@ -101,7 +115,7 @@ TextPlace TextPlaces::of_root() const
     const auto &nodes = text().nodes;
     const auto root = std::find_if(nodes.begin(), nodes.end(),
                                    [](const TextNode &node) { return node.schema != nullptr; });
-    return root != nodes.end() ? root->place() : nodes.empty() ? kNowhere : nodes.front().place();
+    return root != nodes.end() ? place(*root) : nodes.empty() ? kNowhere : place(nodes.front());
 }
 
 TextPlace TextPlaces::of(const lyd_node *node) const
@@ -211,16 +225,16 @@ TextPlace TextPlaces::find(const std::vector<Step> &steps, std::size_t wanted) c
         search(steps, 0, TextNode::kNone, state);
     }
     if (state.best == TextNode::kNone) {
-        return nodes.front().place();
+        return place(nodes.front());
     }
     const auto *last = steps.back().schema;
     if (state.depth + 1 == steps.size() && last != nullptr && last->is_leaf_list()) {
         // Another entry is closer than what is above.
         if (const auto *entry = child(state.best, *last)) {
-            return entry->place();
+            return place(*entry);
         }
     }
-    return nodes[state.best].place();
+    return place(nodes[state.best]);
 }
 
 /**
@@ -344,17 +358,25 @@ void TextPlaces::add_column(Problem &problem) const
     if (problem.line == 0 || problem.column != 0) {
         return;
     }
-    const auto &[nodes, texts, failure] = text();
-    if (problem.fault == Fault::kMalformed && failure.line == problem.line) {
-        put(problem, failure);
+    const auto &nodes = text().nodes;
+    if (const auto failure = m_text->failure;
+        problem.fault == Fault::kMalformed && failure && place(*failure).line == problem.line) {
+        put(problem, place(*failure));
         return;
     }
-    const auto line =
-        std::equal_range(nodes.begin(), nodes.end(), TextNode{0, 0, nullptr, problem.line},
-                         [](const TextNode &a, const TextNode &b) { return a.line < b.line; });
+    if (problem.line > m_lines.size()) {
+        return;
+    }
+    const auto from = [&](std::size_t offset) {
+        return std::lower_bound(
+            nodes.begin(), nodes.end(), offset,
+            [](const TextNode &node, std::size_t wanted) { return node.offset < wanted; });
+    };
+    const auto first = from(m_lines[problem.line - 1]);
+    const auto end = problem.line < m_lines.size() ? from(m_lines[problem.line]) : nodes.end();
     const auto name = problem.path.substr(problem.path.rfind('/') + 1);
     const TextNode *best = nullptr;
-    for (auto node = line.first; node != line.second; ++node) {
+    for (auto node = first; node != end; ++node) {
         const bool is_unknown = node->schema == nullptr && node->parent != TextNode::kNone;
         if (problem.fault == Fault::kUnknownNode ? is_unknown : m_text->name_of(*node) == name) {
             best = &*node;
@@ -363,11 +385,11 @@ void TextPlaces::add_column(Problem &problem) const
             }
         }
     }
-    if (best == nullptr && line.second - line.first == 1) {
-        best = &*line.first;
+    if (best == nullptr && end - first == 1) {
+        best = &*first;
     }
     if (best != nullptr) {
-        put(problem, best->place());
+        put(problem, place(*best));
     }
 }
 

@@ -15,6 +15,9 @@
 namespace engine
 {
 
+/** What a text does not tell the place of. */
+inline constexpr TextPlace kNowhere{0, 0};
+
 /**
  * The places of one text, by parsing it once more, when the first is asked for: who needs none pays
  * nothing. What is not in the text has the place of the deepest node above it that is, at last that
@@ -52,6 +55,8 @@ private:
     struct Search;
 
     const TextNodes &text() const;
+    TextPlace place(const TextNode &node) const { return place(node.offset); }
+    TextPlace place(std::size_t offset) const;
     TextPlace find(const std::vector<Step> &steps, std::size_t wanted) const;
     bool search(const std::vector<Step> &steps, std::size_t depth, std::uint32_t above,
                 Search &state) const;
@@ -67,6 +72,7 @@ private:
     const Schema &m_schema;
     const Source &m_source;
     mutable std::optional<TextNodes> m_text;
+    mutable std::vector<std::size_t> m_lines; /**< Where each begins. */
     /** By node, and last for the top: the child that was found last, where the next is near. */
     mutable std::vector<std::uint32_t> m_hints;
 };

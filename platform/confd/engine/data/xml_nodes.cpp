@@ -17,8 +17,8 @@ constexpr char kSeparator = '\f';
 class XmlNodesReader
 {
 public:
-    /** @param start  Place of the text in a longer one. */
-    XmlNodesReader(std::string_view text, TextPlace start, TextNodesBuilder &builder)
+    /** @param start  Offset of the text in a longer one. */
+    XmlNodesReader(std::string_view text, std::size_t start, TextNodesBuilder &builder)
         : m_text(text), m_start(start), m_space(builder.schema().module()->ns), m_builder(builder),
           m_parser(XML_ParserCreateNS("UTF-8", kSeparator), XML_ParserFree)
     {
@@ -32,13 +32,7 @@ public:
                 guard(self, [&](XmlNodesReader &reader) { reader.begin(name); });
             },
             [](void *self, const XML_Char *) {
-                guard(self, [](XmlNodesReader &reader) { reader.m_builder.end(); });
-            });
-        XML_SetCharacterDataHandler(
-            m_parser.get(), [](void *self, const XML_Char *part, int length) {
-                guard(self, [&](XmlNodesReader &reader) {
-                    reader.m_builder.add_value({part, static_cast<std::size_t>(length)});
-                });
+                guard(self, [](XmlNodesReader &reader) { reader.end(); });
             });
         XML_SetStartDoctypeDeclHandler(
             m_parser.get(), [](void *self, const XML_Char *, const XML_Char *, const XML_Char *,
@@ -68,16 +62,14 @@ public:
         if (XML_GetErrorCode(m_parser.get()) == XML_ERROR_JUNK_AFTER_DOC_ELEMENT) {
             return m_text.substr(static_cast<std::size_t>(XML_GetCurrentByteIndex(m_parser.get())));
         }
-        m_builder.result().failure = place();
+        m_builder.result().failure = offset();
         return {};
     }
 
-    /** Where the parser is. */
-    TextPlace place() const
+    /** Where the parser is, in the longer text. */
+    std::size_t offset() const
     {
-        const auto line = static_cast<unsigned>(XML_GetCurrentLineNumber(m_parser.get()));
-        const std::size_t column = XML_GetCurrentColumnNumber(m_parser.get()) + 1;
-        return {m_start.line + line - 1, line == 1 ? m_start.column + column - 1 : column};
+        return m_start + static_cast<std::size_t>(XML_GetCurrentByteIndex(m_parser.get()));
     }
 
 private:
@@ -108,14 +100,38 @@ private:
         const auto separator = std::min(name.find(kSeparator), name.size());
         const bool is_own = name.substr(0, separator) == m_space && separator != name.size();
         const auto local = separator != name.size() ? name.substr(separator + 1) : name;
-        m_builder.begin(m_builder.find(local, is_own), local, place());
+        const SchemaNode *schema = m_builder.find(local, is_own);
+        m_builder.begin(schema, local, offset());
+        // Between elements there are blanks, of which expat would tell one by one.
+        listen_to_text(schema == nullptr || schema->is_leaf() || schema->is_leaf_list());
+    }
+
+    void end()
+    {
+        listen_to_text(false);
+        m_builder.end();
+    }
+
+    void listen_to_text(bool is_on)
+    {
+        if (is_on == m_is_listening) {
+            return;
+        }
+        m_is_listening = is_on;
+        const auto listen = [](void *self, const XML_Char *text, int length) {
+            guard(self, [&](XmlNodesReader &reader) {
+                reader.m_builder.add_value({text, static_cast<std::size_t>(length)});
+            });
+        };
+        XML_SetCharacterDataHandler(m_parser.get(), is_on ? +listen : nullptr);
     }
 
     const std::string_view m_text;
-    const TextPlace m_start;
+    const std::size_t m_start;
     const std::string_view m_space;
     TextNodesBuilder &m_builder;
     std::unique_ptr<XML_ParserStruct, decltype(&XML_ParserFree)> m_parser;
+    bool m_is_listening = false;
     bool m_is_stopped = false;
     std::exception_ptr m_thrown;
 };
@@ -125,16 +141,10 @@ private:
 // libyang reads several root elements, which are no XML document.
 TextNodes read_xml_nodes(const Schema &schema, std::string_view text)
 {
-    TextNodesBuilder builder(schema);
-    TextPlace start;
+    TextNodesBuilder builder(schema, text.size());
     for (auto left = text; !left.empty();) {
-        XmlNodesReader reader(left, start, builder);
-        const auto behind = reader.read();
-        if (behind.size() == left.size()) {
-            break;
-        }
-        start = reader.place();
-        left = behind;
+        const auto behind = XmlNodesReader(left, text.size() - left.size(), builder).read();
+        left = behind.size() < left.size() ? behind : std::string_view();
     }
     return std::move(builder.result());
 }

@@ -178,7 +178,9 @@ bool Framework::keeps_rules(const UndoLog &log)
     }
     apply(log, m_references);
     const bool has_dangling = m_references.has_dangling();
-    take_back(log, m_references);
+    if (!m_forgets_undo) {
+        take_back(log, m_references);
+    }
     return !has_dangling && engine::keeps_rules(log);
 }
 

@@ -56,6 +56,8 @@ public:
     TransactionResource *find_resource(int number) const;
     /** @return Whether there was one. */
     bool drop_resource(int number);
+    /** Releases what clients left: the library that made it may be unloaded next. */
+    void drop_resources() { m_resources.clear(); }
 
 private:
     friend class Framework;
@@ -130,6 +132,9 @@ public:
      */
     void commit(int handle);
 
+    /** For a test: what an edit did to the index of references stays when it is undone. */
+    void forget_undo() { m_forgets_undo = true; }
+
     /** Whether maapi_install_crypto_keys has been called in this process. */
     bool crypto_keys_installed = false;
 
@@ -146,6 +151,7 @@ private:
     Soundness m_soundness = Soundness::kUnknown;
     ReferenceIndex m_references; /**< Of what is committed, if that is sound. */
     bool m_has_checked = false;
+    bool m_forgets_undo = false;
     std::map<int, SocketKind> m_sockets;
     std::map<int, std::unique_ptr<Transaction>> m_transactions;
     int m_next_socket = 1;

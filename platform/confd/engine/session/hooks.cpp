@@ -60,7 +60,9 @@ void Hooks::count(const char *name)
 
 void Hooks::on_call(const char *name)
 {
-    count(name);
+    if (m_is_counting) {
+        count(name);
+    }
     if (m_until_failure == 0) {
         return;
     }

@@ -31,6 +31,8 @@ public:
     /** Whether a failure has been forced since fail_call. */
     bool has_failed() const { return m_has_failed; }
 
+    /** Whether calls are counted. They are, unless someone who needs no counts says otherwise. */
+    void set_counting(bool on) { m_is_counting = on; }
     /** Calls by name since reset_counts; calls that only print or free do not count. */
     std::map<std::string, std::uint64_t> counts() const;
     void reset_counts();
@@ -68,6 +70,7 @@ private:
 
     /** Few at a time, so that going through them is faster than any search by text. */
     std::vector<std::pair<const char *, std::uint64_t>> m_counts;
+    bool m_is_counting = true;
     std::uint64_t m_until_failure = 0; /**< 0: none is to come. */
     int m_code = 0;
     bool m_from_then_on = false;
