@@ -29,8 +29,8 @@ protected:
         file("change.xml", kFecEdit);
         std::string list;
         for (int i = 0; i < kCards; ++i) {
-            list += "card" + std::to_string(i) + "\t" + path(i == 5 ? "none.xml" : "running.xml") +
-                    "\n";
+            const std::string name = i == kMarked ? kMarkup : "card" + std::to_string(i);
+            list += name + "\t" + path(i == kMissing ? "none.xml" : "running.xml") + "\n";
         }
         file("cards.tsv", list);
     }
@@ -63,6 +63,9 @@ protected:
     }
 
     static constexpr int kCards = 40;
+    static constexpr int kMissing = 5; /**< Its configuration cannot be read. */
+    static constexpr int kMarked = 9;  /**< Its name is this one. */
+    static constexpr const char *kMarkup = "<b>\"&";
 };
 
 } // namespace
@@ -96,11 +99,13 @@ TEST_F(Fleet, WhoeverChecksWhatTheFileIsThatOfASerialRun)
     EXPECT_EQ(merged.code, 3) << merged;
     EXPECT_EQ(read("merged"), read("serial"));
     EXPECT_THAT(read("tests.xml"), AllOf(HasSubstr("tests=\"40\" failures=\"39\" errors=\"1\""),
-                                         HasSubstr("name=\"card9\"")));
-    EXPECT_THAT(read("page.html"),
-                AllOf(HasSubstr("<tr><td>card9</td><td class=\"not-confirmed\">not confirmed</td>"
-                                "<td>fec_confirmation_warning</td>"),
-                      HasSubstr("</tbody>"), testing::EndsWith("</html>\n")));
+                                         HasSubstr("name=\"&lt;b&gt;&quot;&amp;\"")));
+    EXPECT_THAT(
+        read("page.html"),
+        AllOf(HasSubstr(
+                  "<tr><td>&lt;b&gt;&quot;&amp;</td><td class=\"not-confirmed\">not confirmed</td>"
+                  "<td>fec_confirmation_warning</td>"),
+              HasSubstr("</tbody>"), testing::EndsWith("</html>\n")));
 }
 
 TEST_F(Fleet, WhateverIsKilledNothingIsLost)
