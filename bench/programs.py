@@ -62,7 +62,7 @@ class Card:
             elif name == "onu" and element.find("{*}onu-id") is not None:
                 place = (port, element.findtext("{*}onu-id"))
                 self.profiles[place] = element.findtext("{*}profile-references/{*}line-profile")
-            if name in ("onu", "gpon", "service-port", "line-profile"):
+            if name in ("onu", "gpon", "service-port"):
                 element.clear()
 
     def places(self, count):
@@ -128,6 +128,17 @@ def one_shot(card, rounds):
     say("  peak of resident memory", f"{small[1]:.0f} MiB")
 
 
+def places(card, rounds):
+    """What it takes to find a place in the largest text that there is: a candidate with one objection, at its end."""
+    before, tag, behind = card.running.read_text().rpartition("<default-gateway>")
+    gateway = behind.partition("<")[0]
+    network = gateway.rpartition(".")[0]
+    sound, faulty = (card.write(f"{name}.xml", before + tag + behind.replace(gateway, address, 1))
+                     for name, address in (("sound", f"{network}.200"), ("faulty", "192.0.2.1")))
+    say("whole candidate with one objection, to one with none",
+        f"{ratio_of(lambda: card.check(faulty), lambda: card.check(sound), rounds):.2f}", 1.1)
+
+
 def many_edits(card, rounds):
     (edit,) = card.everyday(1)
     for kind, edits, limit in (("everyday", card.everyday(EDITS), 4), ("quiet", card.quiet(EDITS), 2)):
@@ -187,6 +198,7 @@ def main():
         sizes = {int(links) for links in arguments.links.split(",")} | {FULL_CARD}
         cards = {links: Card(program, pathlib.Path(folder), links) for links in sorted(sizes)}
         one_shot(cards[FULL_CARD], arguments.rounds)
+        places(cards[FULL_CARD], arguments.rounds)
         many_edits(cards[FULL_CARD], arguments.rounds)
         same = {links: Card(program, pathlib.Path(folder), links, 32) for links in sizes if links <= FULL_CARD}
         open_card(cards, same, arguments.build / "bench-open.dat")

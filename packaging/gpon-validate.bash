@@ -33,7 +33,7 @@ _gpon_validate()
     if [ -z "$words" ]; then
         case $command in
         check)
-            words="--running --edit --edits --in-turn --default-operation --skip-foreign --card --plugin --yes --no --warnings-as-errors --all --new-only --diff --explain --calls --reads --json
+            words="--running --edit --edits --in-turn --default-operation --skip-foreign --card --plugin --yes --no --warnings-as-errors --all --new-only --rule --diff --explain --calls --reads --json
                 --report --check-running --no-reuse --in-process --timeout --max-size --trace --trace-file --color --config --help"
             if [[ $current != -* ]]; then
                 compopt -o filenames

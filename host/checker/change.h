@@ -20,12 +20,6 @@ struct Change {
     engine::Source source;               /**< With the name under which reports mention it. */
 };
 
-/** Requests of a rule. */
-struct RuleFilter {
-    std::string rule; /**< Opaque key. */
-    std::string path; /**< Node that it is asked about; empty: any. */
-};
-
 /** How to check. */
 struct Policy {
     bool all = false;                      /**< Go on after a rejection. */
@@ -40,8 +34,9 @@ struct Policy {
     bool reuse = false;
     /** All rules are asked about all their nodes, whether the change calls for it or not. */
     bool everything = false;
-    /** Only these requests of those that are called for; empty: all. Reuses no answers. */
-    std::vector<RuleFilter> only;
+    /** Only these requests, whether the change calls for them or not; empty: all that it calls
+     *  for. What comes of them is no verdict on the change. */
+    std::vector<RuleFilter> only{};
     /** Rules that remark are asked about the running configuration as well. */
     bool tell_new = false;
     /** The outcome tells what the change does. */

@@ -80,6 +80,20 @@ std::vector<engine::Request> only(const std::vector<RuleFilter> &filters,
     return requests;
 }
 
+/** @throws engine::InputError  A place at which the rule is never asked. */
+void require_asked(const Outcome &outcome)
+{
+    if (outcome.only.empty() || outcome.planned != 0 || outcome.only.front().path.empty()) {
+        return;
+    }
+    const RuleFilter &wanted = outcome.only.front();
+    throw engine::InputError(
+        {{engine::Fault::kInvalidOption, "", 0, wanted.path,
+          wanted.rule + " is not asked about this node, or the candidate does not have it",
+          "`gpon-validate points " + wanted.rule +
+              "` tells where it is asked; a path is written as in reports"}});
+}
+
 void forget_reads(Outcome &outcome)
 {
     for (RuleRun &run : outcome.runs) {
@@ -136,7 +150,7 @@ Outcome Checker::check(const Change &change, const Policy &policy, CheckListener
 
 void Checker::commit(const Outcome &outcome)
 {
-    if (!m_transaction || outcome.transaction != *m_transaction ||
+    if (!m_transaction || outcome.transaction != *m_transaction || !outcome.only.empty() ||
         outcome.result() != Result::kAccepted) {
         throw std::logic_error("only the last change that was checked and accepted is committed");
     }
@@ -219,12 +233,14 @@ void Checker::ask(const Candidate &candidate, const Policy &policy, CheckListene
     const bool reuses = policy.reuse && policy.only.empty();
     timed(outcome.phases, "compare", [&] {
         outcome.differs = !transaction.changes().empty();
-        plan.emplace(transaction, policy.everything);
+        plan.emplace(transaction, policy.everything || !policy.only.empty());
         requests = reuses ? m_answers.choose(transaction, *plan, policy.all)
                           : only(policy.only, plan->all_requests());
         outcome.planned = reuses ? m_answers.planned() : requests.size();
+        outcome.only = policy.only;
         outcome.unchecked_links = find_unchecked_links(transaction, *plan);
     });
+    require_asked(outcome);
     using Mode = engine::ReadLog::Mode;
     engine::ReadLog::instance().set_mode(
         std::max(policy.reads, reuses ? Mode::kPlaces : Mode::kOff));

@@ -34,26 +34,22 @@ Nodes entries_from(const lyd_node *first)
     return entries;
 }
 
-std::string text_of(const SchemaNode &schema, const Nodes &entries)
-{
-    std::string text;
-    for (const auto *entry : entries) {
-        text += (text.empty() ? "" : ", ") + engine::quote_key(lyd_get_value(entry));
-    }
-    return engine::is_secret(schema) ? engine::kMaskedValue : text;
-}
-
 /** @param entries  Of a leaf-list, if they are not those in the tree. */
-std::optional<std::string> value_of(const SchemaNode &schema, const lyd_node *node,
-                                    const Nodes &entries = {})
+std::vector<std::string> values_of(const SchemaNode &schema, const lyd_node *node,
+                                   const Nodes &entries = {})
 {
-    if (node != nullptr && schema.is_leaf_list()) {
-        return text_of(schema, entries.empty() ? entries_from(node) : entries);
+    std::vector<std::string> values;
+    const bool has_value = schema.is_leaf_list() || (schema.is_leaf() && !schema.is_empty_leaf());
+    if (node != nullptr && has_value) {
+        const auto nodes = !schema.is_leaf_list() ? Nodes{node}
+                           : entries.empty()      ? entries_from(node)
+                                                  : entries;
+        for (const auto *one : nodes) {
+            values.emplace_back(engine::is_secret(schema) ? engine::kMaskedValue
+                                                          : lyd_get_value(one));
+        }
     }
-    if (node == nullptr || !schema.is_leaf() || schema.is_empty_leaf()) {
-        return std::nullopt;
-    }
-    return text_of(schema, {node});
+    return values;
 }
 
 Difference whole(const lyd_node *node, Kind kind, const Nodes &entries = {});
@@ -81,8 +77,9 @@ Difference whole(const lyd_node *node, Kind kind, const Nodes &entries)
     difference.kind = kind;
     difference.step = step_of(node);
     difference.is_secret = engine::is_secret(schema);
+    difference.is_leaf_list = schema.is_leaf_list();
     (kind == Kind::kCreated ? difference.after : difference.before) =
-        value_of(schema, node, entries);
+        values_of(schema, node, entries);
     difference.below = all_below(node, kind);
     return difference;
 }
@@ -104,12 +101,13 @@ Difference difference_of(const Change &change)
         return whole(change.before, Kind::kDeleted, change.entries_before);
     }
     Difference difference;
-    difference.step = step_of(change.after);
+    difference.step = step_of(change.node()); // A plain container may be on one side only.
     if (change.kind == ChangeKind::kValue) {
         difference.kind = Kind::kChanged;
-        difference.before = value_of(schema, change.before, change.entries_before);
-        difference.after = value_of(schema, change.after);
+        difference.before = values_of(schema, change.before, change.entries_before);
+        difference.after = values_of(schema, change.after);
         difference.is_secret = engine::is_secret(schema);
+        difference.is_leaf_list = schema.is_leaf_list();
         difference.is_default = is_supplied(change.after);
     } else if (change.kind == ChangeKind::kMoved) {
         difference.kind = Kind::kMoved;

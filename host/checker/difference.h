@@ -7,7 +7,6 @@
 
 #include "engine/data/changes.h"
 
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -20,9 +19,10 @@ struct Difference {
 
     Kind kind = Kind::kInside;
     std::string step; /**< Name with keys, such as gpon{1 1 3}. */
-    /** Value of a leaf, all values of a leaf-list; secrets are masked. */
-    std::optional<std::string> before;
-    std::optional<std::string> after;
+    /** The value of a leaf, all values of a leaf-list, or none; secrets are masked. */
+    std::vector<std::string> before;
+    std::vector<std::string> after;
+    bool is_leaf_list = false;
     bool is_secret = false;
     bool is_default = false; /**< The value after the change is the one that YANG supplies. */
     std::string behind;      /**< Where a moved entry stands now; empty: in front. */

@@ -106,6 +106,12 @@ struct Death {
 /** As programs read it, such as `signal`. */
 const char *name_of(Death::Kind kind);
 
+/** Requests of a rule. */
+struct RuleFilter {
+    std::string rule; /**< Opaque key. */
+    std::string path; /**< Node that it is asked about; empty: any. */
+};
+
 /** How the change that was checked was given. */
 enum class ChangeForm { kNone, kEdit, kCandidate };
 
@@ -147,7 +153,8 @@ struct Outcome {
     ChangeForm form = ChangeForm::kNone;
     bool differs =
         false; /**< Whether the candidate is another configuration than the running one. */
-    std::size_t planned = 0;                            /**< Requests that the change calls for. */
+    std::vector<RuleFilter> only; /**< Nothing but this was asked: no verdict on the change. */
+    std::size_t planned = 0;      /**< Requests that the change calls for. */
     std::optional<std::vector<Difference>> differences; /**< If the policy asks for them. */
     std::vector<SkippedPart> skipped;
     std::vector<UncheckedLink> unchecked_links;

@@ -1,6 +1,5 @@
 #include "checker/running_remarks.h"
 
-#include "checker/event_board.h"
 #include "checker/event_line.h"
 #include "checker/recorder.h"
 #include "checker/supervisor.h"
@@ -29,14 +28,10 @@ Outcome ask(engine::Framework &framework, const engine::Transaction &transaction
     CheckListener nobody;
     Recorder recorder(requests, true, outcome, nobody);
     EventBoard board;
-    std::size_t received = 0;
     ChildWork child;
-    child.idle_timeout = policy.idle_timeout;
     child.pulse = [&board] { return board.request(); };
-    child.on_line = [&](std::string_view line) {
-        received += line.size() + 1;
-        replay_event(line, key, recorder);
-    };
+    child.idle_timeout = policy.idle_timeout;
+    child.on_line = [&](std::string_view line) { replay_event(line, key, recorder); };
     child.on_output = [](std::string_view) {};
     child.on_tick = [] {};
     child.work = [&](int line_fd) {
@@ -47,11 +42,6 @@ Outcome ask(engine::Framework &framework, const engine::Transaction &transaction
     };
     try {
         const ChildEnd end = run_in_child(child);
-        std::string_view rest = board.rest(received);
-        for (auto size = rest.find('\n'); size != std::string_view::npos; size = rest.find('\n')) {
-            child.on_line(rest.substr(0, size));
-            rest.remove_prefix(size + 1);
-        }
         outcome.completed = recorder.has_ended() && end.signal == 0 && end.exit_status == 0;
     } catch (const std::runtime_error &) {
         outcome.completed = false; // The change has its verdict: that this failed is no part of it.

@@ -76,6 +76,9 @@ Policy policy_of(const CheckOptions &options)
     using Mode = engine::ReadLog::Mode;
     Policy policy;
     policy.all = options.all || options.new_only;
+    if (!options.rule.empty()) {
+        policy.only = {{options.rule.front(), options.rule.size() > 1 ? options.rule[1] : ""}};
+    }
     policy.tell_new = options.new_only;
     policy.differences = options.differences;
     policy.idle_timeout = options.timeout;

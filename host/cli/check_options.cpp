@@ -3,6 +3,7 @@
 #include "cli/option_kinds.h"
 
 #include <array>
+#include <utility>
 
 namespace host
 {
@@ -87,8 +88,27 @@ void take_all(const std::string &given, CheckOptions &options)
     options.all = given != "false";
 }
 
+/** @param is_key  It is the first word of the option: the second is a path. */
+void take_rule(const std::string &word, bool is_key)
+{
+    if (is_key) {
+        require_rule(word);
+    } else if (word.rfind('/', 0) != 0) {
+        throw CLI::ValidationError(word + " is no path of the card, such as "
+                                          "/config/gpon{1/1}/pon-link{3}/upstream");
+    }
+}
+
 void add_check_switches(CLI::App &app, CheckOptions &options)
 {
+    app.add_option("--rule", options.rule,
+                   "Ask this rule only, about all its nodes or the one of PATH, whether the change "
+                   "calls for it or not; CANDIDATE stands before it")
+        ->type_name("KEY [PATH]")
+        ->expected(1, 2)
+        ->each([is_key = true](const std::string &word) mutable {
+            take_rule(word, std::exchange(is_key, false));
+        });
     app.add_flag("--new-only", options.new_only,
                  "As --all, and tell apart what the running configuration draws on its own: it is "
                  "counted, not shown. The result stays what it is");

@@ -42,6 +42,7 @@ struct CheckOptions {
     std::string yes; /**< As it was given; what it means stands in `answer` and the next. */
     std::vector<std::string> confirmed_rules; /**< Their warnings are confirmed, no others. */
     bool warnings_as_errors = false;
+    std::vector<std::string> rule; /**< Key, and perhaps a path, of the one to ask. */
     bool all = false;
     bool differences = false; /**< The report also tells what the change does. */
     std::string shown;        /**< As --all was given; full: nothing of a long list is left out. */

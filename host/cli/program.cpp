@@ -186,6 +186,9 @@ int run_command(CLI::App &app, const Commands &commands, const Console &console)
         throw CLI::RequiredError("A configuration: --running, --edit or CANDIDATE");
     }
     require_one_stdin(check);
+    if (check.in_turn && !check.rule.empty()) {
+        throw CLI::ExcludesError("--in-turn", "--rule"); // One rule is not enough for a commit.
+    }
     if (check.in_turn && !has_edits) {
         throw CLI::RequiresError("--in-turn", "--edit or --edits");
     }

@@ -86,6 +86,7 @@ void FleetSummary::add(const ResultLine &line)
             ++m_failures[remark];
             break;
         case Finding::Kind::kUncheckedLink:
+        case Finding::Kind::kSkipped:
             break;
         }
     }

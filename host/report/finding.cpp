@@ -165,6 +165,28 @@ std::vector<Finding> findings_of(const Outcome &outcome)
     return findings;
 }
 
+bool is_known(const Finding &finding)
+{
+    return finding.evidence.is_new == false;
+}
+
+std::string cause_of(const Finding &finding)
+{
+    const auto &cause = finding.evidence.cause;
+    if (!cause) {
+        return {};
+    }
+    std::string text = "because " + (cause->path == finding.path ? "it" : cause->path) + " " +
+                       (cause->operation == "changed" ? "" : "was ") + cause->operation;
+    if (cause->before && cause->after) {
+        return text + ": " + *cause->before + " → " + *cause->after;
+    }
+    if (cause->after) {
+        return text + ": " + *cause->after;
+    }
+    return text + (cause->before ? " (" + *cause->before + ")" : "");
+}
+
 std::string resolution_of(const std::string &rule, const std::string &text)
 {
     const Rule *known = find_rule(rule);

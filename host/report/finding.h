@@ -40,6 +40,12 @@ struct Finding {
 /** All that a report of this outcome tells of, in the order of telling. */
 std::vector<Finding> findings_of(const Outcome &outcome);
 
+/** What called for a remark, such as `because it changed: 1 → 2`; may be empty. */
+std::string cause_of(const Finding &finding);
+
+/** Whether the running configuration draws it as well. */
+bool is_known(const Finding &finding);
+
 /**
  * The way to resolve a remark, by the rule's texts: what varies in them stands in braces.
  * @return Empty when no text of the rule fits.

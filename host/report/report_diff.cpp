@@ -1,8 +1,10 @@
 #include "report/report_diff.h"
 
+#include "engine/data/path.h"
 #include "report/printable.h"
 
 #include <ostream>
+#include <utility>
 
 namespace host
 {
@@ -45,6 +47,15 @@ std::string painted(Kind kind, const std::string &line, const Style &style)
     return line;
 }
 
+std::string joined(const std::vector<std::string> &values)
+{
+    std::string text;
+    for (const auto &value : values) {
+        text += (text.empty() ? "" : ", ") + engine::quote_key(value);
+    }
+    return text;
+}
+
 std::string value_text(const Difference &difference)
 {
     std::string text;
@@ -52,11 +63,11 @@ std::string value_text(const Difference &difference)
         text = difference.behind.empty() ? " moved to the front"
                                          : " moved behind " + difference.behind;
     }
-    if (difference.before) {
-        text += ": " + *difference.before;
+    if (!difference.before.empty()) {
+        text += ": " + joined(difference.before);
     }
-    if (difference.after) {
-        text += (difference.before ? " \u2192 " : ": ") + *difference.after;
+    if (!difference.after.empty()) {
+        text += (difference.before.empty() ? ": " : " \u2192 ") + joined(difference.after);
     }
     return text + (difference.is_default ? " (default)" : "");
 }
@@ -108,11 +119,11 @@ void add(const Differences &differences, const std::string &above, Json &array)
         const auto path = above + "/" + difference.step;
         if (difference.kind != Kind::kInside) {
             Json json{{"path", path}, {"operation", word_for(difference.kind)}};
-            if (difference.before) {
-                json["before"] = *difference.before;
-            }
-            if (difference.after) {
-                json["after"] = *difference.after;
+            for (const auto &[name, values] :
+                 {std::pair{"before", &difference.before}, std::pair{"after", &difference.after}}) {
+                if (!values->empty()) {
+                    json[name] = difference.is_leaf_list ? Json(*values) : Json(values->front());
+                }
             }
             if (difference.kind == Kind::kMoved) {
                 json["behind"] =

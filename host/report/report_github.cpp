@@ -8,9 +8,10 @@ namespace host
 namespace
 {
 
-const char *command_of(Severity severity)
+/** What is not new is told, and alarms nobody. */
+const char *command_of(const Finding &finding)
 {
-    switch (severity) {
+    switch (is_known(finding) ? Severity::kNote : finding.severity) {
     case Severity::kNote:
         return "notice";
     case Severity::kWarning:
@@ -43,7 +44,7 @@ std::string property(const std::string &text)
 std::string message_of(const Finding &finding)
 {
     std::string text = finding.text;
-    for (const auto &more : {finding.path, finding.help}) {
+    for (const auto &more : {finding.path, cause_of(finding), finding.help}) {
         text += (more.empty() ? "" : "\n") + more;
     }
     return escaped(printable_lines(text), "%\r\n");
@@ -56,7 +57,7 @@ std::string GithubReport::conclusion(const Outcome &outcome, Place /*place*/)
     std::string lines;
     for (const auto &finding : findings_of(outcome)) {
         const FileLocation place = place_of(finding, outcome);
-        lines += std::string("::") + command_of(finding.severity) + ' ';
+        lines += std::string("::") + command_of(finding) + ' ';
         if (!place.file.empty()) {
             lines += "file=" + property(path_from(m_settings.working_folder, place.file)) +
                      ",line=" + std::to_string(place.line) + ',';

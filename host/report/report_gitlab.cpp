@@ -12,7 +12,7 @@ const char *severity_of(const Finding &finding)
     if (finding.kind == Finding::Kind::kDeath) {
         return "blocker";
     }
-    switch (finding.severity) {
+    switch (is_known(finding) ? Severity::kNote : finding.severity) {
     case Severity::kNote:
         return "info";
     case Severity::kWarning:

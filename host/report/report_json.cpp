@@ -176,6 +176,9 @@ Json json_report(const Outcome &outcome, bool with_explanation)
         json[outcome.form == ChangeForm::kEdit ? "edit" : "candidate"] = outcome.change;
     }
     json["differs"] = outcome.differs;
+    for (const auto &filter : outcome.only) {
+        json["only"] = {{"rule", filter.rule}, {"path", filter.path}};
+    }
     json["rules-ran"] = outcome.rules();
     json["requests-made"] = outcome.answered();
     json["rejections"] = remarks(outcome, engine::Verdict::kRejected);

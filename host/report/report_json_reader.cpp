@@ -70,6 +70,18 @@ engine::Problem read_problem(const Json &json)
     return problem;
 }
 
+SkippedPart read_skipped(const Json &json)
+{
+    SkippedPart part;
+    part.file = json.at("source");
+    part.nodes.place.line = json.at("line");
+    part.nodes.place.column = json.at("column");
+    part.nodes.space = json.at("model");
+    part.nodes.name = json.at("name");
+    part.nodes.count = json.at("nodes");
+    return part;
+}
+
 Death read_death(const Json &json)
 {
     Death death;
@@ -117,6 +129,9 @@ Outcome read(const Json &report)
     outcome.confirmation = read_confirmation(report.at("confirmation"));
     for (const auto &problem : report.at("problems")) {
         outcome.problems.push_back(read_problem(problem));
+    }
+    for (const auto &part : report.value("skipped", Json::array())) {
+        outcome.skipped.push_back(read_skipped(part));
     }
     if (const auto death = report.find("death"); death != report.end()) {
         outcome.death = read_death(*death);

@@ -134,7 +134,7 @@ std::string lines_of(const std::vector<Finding> &findings)
             lines << place.column << ':';
         }
         lines << (place.file.empty() ? "" : " ") << finding.id << ": " << finding.text << '\n';
-        for (const auto &more : {finding.path, finding.help}) {
+        for (const auto &more : {finding.path, cause_of(finding), finding.help}) {
             if (!more.empty()) {
                 lines << "  " << more << '\n';
             }

@@ -24,11 +24,6 @@ bool is_remark(const Finding &finding)
     return finding.kind == Finding::Kind::kRejection || finding.kind == Finding::Kind::kWarning;
 }
 
-bool is_known(const Finding &finding)
-{
-    return finding.evidence.is_new == false;
-}
-
 /** In the order of their first findings. */
 std::vector<Group> group(const std::vector<Finding> &findings, Finding::Kind kind, bool new_only)
 {
@@ -56,23 +51,6 @@ std::string word_for(const Finding &finding, const Style &style)
     return finding.severity == Severity::kError ? style.bad("error:") : style.warning("warning:");
 }
 
-std::string text_of(const Finding &finding)
-{
-    const auto &cause = finding.evidence.cause;
-    if (!cause) {
-        return {};
-    }
-    std::string text = "because " + (cause->path == finding.path ? "it" : cause->path) + " " +
-                       (cause->operation == "changed" ? "" : "was ") + cause->operation;
-    if (cause->before && cause->after) {
-        return text + ": " + *cause->before + " → " + *cause->after;
-    }
-    if (cause->after) {
-        return text + ": " + *cause->after;
-    }
-    return text + (cause->before ? " (" + *cause->before + ")" : "");
-}
-
 bool is_same(const FileLocation &a, const FileLocation &b)
 {
     return a.file == b.file && a.line == b.line && a.column == b.column;
@@ -85,9 +63,9 @@ void print_place(std::ostream &out, const Finding &finding, const Finding *last,
     const bool is_told = last == nullptr || is_same(location, last->evidence.location);
     out << "  " << (is_told ? "" : location_text(location, style)) << printable(finding.path)
         << " (" << finding.id << ")\n";
-    const std::string cause = text_of(finding);
+    const std::string cause = cause_of(finding);
     if (!cause.empty() &&
-        (last == nullptr || cause != text_of(*last) || cause.rfind("because it ", 0) == 0)) {
+        (last == nullptr || cause != cause_of(*last) || cause.rfind("because it ", 0) == 0)) {
         out << "  " << printable(cause) << '\n';
     }
 }

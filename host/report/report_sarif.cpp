@@ -72,11 +72,15 @@ Json descriptor_of(const Finding &finding)
             {"defaultConfiguration", {{"level", level_of(finding.severity)}}}};
 }
 
-/** What people read: the way out is part of it, because a rule has several. */
+/** What people read: the way out is part of it, because a rule has several. The place stands beside
+ * it. */
 Json message_of(const Finding &finding)
 {
-    return message(
-        printable_lines(finding.text + (finding.help.empty() ? "" : "\n") + finding.help));
+    std::string text = finding.text;
+    for (const auto &more : {cause_of(finding), finding.help}) {
+        text += (more.empty() ? "" : "\n") + more;
+    }
+    return message(printable_lines(text));
 }
 
 Json json_of(const ChangedNode &cause)

@@ -61,6 +61,9 @@ std::string cause_of(const Death &death)
 
 std::string accepted_sentence(const Outcome &outcome)
 {
+    if (!outcome.only.empty()) {
+        return "No objection (" + plural(outcome.answered(), "request") + ").";
+    }
     std::string text = outcome.confirmation.needed ? "Accepted after confirmation. " : "Accepted. ";
     if (!outcome.differs) {
         text += "The candidate does not differ from the running configuration. ";
@@ -181,6 +184,10 @@ void print_findings(std::ostream &out, const Outcome &outcome, const Style &styl
 
 void print_conclusion(std::ostream &out, const Outcome &outcome, const Style &style)
 {
+    for (const auto &filter : outcome.only) {
+        out << "Only " << filter.rule << " was asked" << (filter.path.empty() ? "" : " at ")
+            << printable(filter.path) << ": this is no verdict on the change.\n";
+    }
     const auto assumed = assumed_capabilities(outcome);
     for (const auto &[name, value] : assumed) {
         out << (name == assumed.front().first ? "Assumed, because there is no --card: " : ", ")

@@ -62,7 +62,7 @@ std::string outcome_of(const Case &golden)
     }
     switch (match.str(1).front()) {
     case '0':
-        return golden.expected.find("Warnings") == std::string::npos ? "accepted" : "confirmed";
+        return golden.expected.find(": warning: ") == std::string::npos ? "accepted" : "confirmed";
     case '1':
         return "rejected";
     case '2':

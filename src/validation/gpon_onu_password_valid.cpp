@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <string_view>
 #include <utility>
 
 using validation::Candidate;
@@ -18,7 +19,8 @@ namespace
 {
 
 constexpr std::int32_t kPasswordMethod = 2;
-constexpr const char *kSerialNumber = "serial-number";
+constexpr std::string_view kSerialNumber =
+    "serial-number"; // Compared for each ONU, by length first.
 constexpr const char *kPassword = "password";
 constexpr int kLeafTextSize = 8192;
 constexpr std::size_t kLocationSize = 32; // Enough for all numbers of links and ONUs.
@@ -54,7 +56,7 @@ void collect_interface(std::int32_t maapi_sock, confd_trans_ctx *tctx, const std
 {
     // For some thousand ONUs: what all of a link share is put together once.
     static const std::string password = kPassword;
-    static const std::string serial_number = kSerialNumber;
+    static const std::string serial_number(kSerialNumber);
     const std::string onu_list = "/config/interface/gpon{1 1 " + interface + "}/onu";
     std::string onu_prefix = onu_list;
     for (ListCursor onus(Candidate(maapi_sock, tctx), onu_list.c_str()); onus.has_entry();
@@ -117,22 +119,20 @@ void evaluateOnuSerialPassword(std::ostringstream &report, const OnuCredentials 
 {
     // The first entry is compared with an empty value at no location, and an empty value repeats
     // it: an ONU with an empty password is reported even when it is alone.
-    std::string previous_value;
-    std::string previous_location;
+    static const OnuCredentials::value_type kNone;
+    const auto *previous = &kNone;
     bool in_run = false;
-    for (const auto &[value, location] : values) {
-        if (value == previous_value) {
+    for (const auto &entry : values) {
+        const bool is_repeated = entry.first == previous->first;
+        if (is_repeated) {
             if (!in_run) {
-                append_line(report, previous_location, label, previous_value);
+                append_line(report, previous->second, label, previous->first);
             }
-            append_line(report, location, label, value);
+            append_line(report, entry.second, label, entry.first);
             *duplicate = -1;
-            in_run = true;
-        } else {
-            in_run = false;
         }
-        previous_value = value;
-        previous_location = location;
+        in_run = is_repeated;
+        previous = &entry;
     }
 }
 
@@ -157,7 +157,8 @@ std::int32_t validate_onu_pwd_sn_unique(std::int32_t maapi_sock, confd_trans_ctx
     }
     std::ostringstream serial_report;
     std::int32_t serial_flag = 0;
-    evaluateOnuSerialPassword(serial_report, collected.serials, kSerialNumber, &serial_flag);
+    evaluateOnuSerialPassword(serial_report, collected.serials, std::string(kSerialNumber),
+                              &serial_flag);
     if (serial_flag == -1) {
         text +=
             "ONU serial number must be unique.\n Repeated serial numbers:\n" + serial_report.str();

@@ -1,6 +1,6 @@
 #include "match_overlap_validation.h"
 
-#include <charconv>
+#include <cstdint>
 #include <utility>
 
 // The signatures with texts by value are the published ones.
@@ -23,17 +23,12 @@ int MatchOverlapValidation::ServicePortMatchOverlaps(const char *name, std::stri
 std::string MatchOverlapValidation::GetMatchString(const char * /*name*/, std::string interface,
                                                    unsigned int onu, unsigned int gem, int vlan)
 {
-    constexpr std::size_t kNumbers = 64; // Room for three.
-    char numbers[kNumbers];
-    char *at = numbers;
-    const auto add = [&](auto number) {
-        *at++ = ' ';
-        at = std::to_chars(at, numbers + kNumbers, number).ptr;
-    };
-    add(onu);
-    add(gem);
-    add(vlan);
-    return std::move(interface.append(numbers, at));
+    std::string match = std::move(interface);
+    for (const std::int64_t part : {std::int64_t{onu}, std::int64_t{gem}, std::int64_t{vlan}}) {
+        match += ' ';
+        match += std::to_string(part);
+    }
+    return match;
 }
 
 // NOLINTEND(performance-unnecessary-value-param)

@@ -148,7 +148,7 @@ TEST(Document, RefusesWhatItWouldHaveToIgnoreAroundTheData)
          "Invalid test-option maybe"},
         {edit + data + "</edit-config>" + edit + data + "</edit-config>",
          "junk after document element"},
-        {"<config>" + described("a") + "</config>", "config"},
+        {"<config>" + described("a") + "</config>", "Missing XML namespace"},
         {"<data>" + described("a") + "</data>", "data holds a whole configuration"},
         {"{\"data\":" + described_json("a") + "}", "data holds a whole configuration"},
         {"{\"edit-config\":{\"config\":[]}}", "config is not an array"},
@@ -191,48 +191,49 @@ TEST(Document, RefusesWhatWouldBeIgnored)
         "<config a='b' xmlns='urn:ietf:params:xml:ns:netconf:base:1.0'>" + described("a");
     const struct {
         std::string text;
-        unsigned line;
+        unsigned line, column;
         std::string path, message;
     } rows[] = {
         // Behind the data.
-        {described("a") + "\n\0 "s, 4, "", "NUL byte in column 1"},
-        {described("a\0b"s), 3, "", "NUL byte in column 15"},
-        {described_json("a") + "\n \0"s, 4, "", "NUL byte in column 2"},
-        {described_json("a") + "\n{}", 4, "", "Text behind the end of the data in column 1"},
-        {described_json("\xC3\xA4") + " x", 3, "", "Text behind the end of the data in column 24"},
+        {described("a") + "\n\0 "s, 4, 1, "", "NUL byte"},
+        {described("a\0b"s), 3, 15, "", "NUL byte"},
+        {described_json("a") + "\n \0"s, 4, 2, "", "NUL byte"},
+        {described_json("a") + "\n{}", 4, 1, "", "Text behind the end of the data"},
+        {described_json("\xC3\xA4") + " x", 3, 24, "", "Text behind the end of the data"},
         // Attributes and metadata.
-        {described("a", "operation='delete'"), 2, "/config/interface", "attribute operation"},
-        {described("a", "\nyang:operation\n=\n'delete'"), 3, "/config/interface",
+        {described("a", "operation='delete'"), 2, 12, "/config/interface", "attribute operation"},
+        {described("a", "\nyang:operation\n=\n'delete'"), 3, 1, "/config/interface",
          "attribute yang:operation"},
-        {described("a", "xml:base='b'"), 2, "/config/interface", "attribute xml:base"},
-        {described("a", "xmlns:x='urn:x' x:y='1'"), 2, "/config/interface", "attribute x:y"},
-        {described_json("a", ",\"@description\":{\"yang:operation\":\"delete\"}"), 3,
+        {described("a", "xml:base='b'"), 2, 12, "/config/interface", "attribute xml:base"},
+        {described("a", "xmlns:x='urn:x' x:y='1'"), 2, 28, "/config/interface", "attribute x:y"},
+        {described_json("a", ",\"@description\":{\"yang:operation\":\"delete\"}"), 3, 35,
          link + "/description", "metadata yang:operation"},
-        {described_json("a", ",\n\"\\u0040\":{\"operation\":\"delete\"}"), 4, link,
+        {described_json("a", ",\n\"\\u0040\":{\"operation\":\"delete\"}"), 4, 11, link,
          "metadata operation"},
-        {wrapped + "</config>", 1, "", "attribute a"},
+        {wrapped + "</config>", 1, 9, "", "attribute a"},
         // Not a text, or not in UTF-8.
-        {described("\xE4"), 3, "", "Not UTF-8: byte 0xE4 in column 14"},
-        {described("\xC3\xA4\xED\xA0\x80"), 3, "", "Not UTF-8: byte 0xED in column 15"},
-        {described_json("\xC0\x80"), 3, "", "Not UTF-8: byte 0xC0 in column 16"},
-        {described("a\xF0\x9F\x98"), 3, "", "Not UTF-8: byte 0xF0 in column 15"},
-        {"\xFF\xFE<\0"s, 1, "", "UTF-16"},
-        {"<\0c\0"s, 1, "", "UTF-16"},
-        {"<?xml version='1.0' encoding='ISO-8859-1'?>\n" + described("\xC3\xA4"), 1, "",
+        {described("\xE4"), 3, 14, "", "Not UTF-8: byte 0xE4"},
+        {described("\xC3\xA4\xED\xA0\x80"), 3, 15, "", "Not UTF-8: byte 0xED"},
+        {described_json("\xC0\x80"), 3, 16, "", "Not UTF-8: byte 0xC0"},
+        {described("a\xF0\x9F\x98"), 3, 15, "", "Not UTF-8: byte 0xF0"},
+        {"\xFF\xFE<\0"s, 1, 1, "", "UTF-16"},
+        {"<\0c\0"s, 1, 1, "", "UTF-16"},
+        {"<?xml version='1.0' encoding='ISO-8859-1'?>\n" + described("\xC3\xA4"), 1, 1, "",
          "encoding ISO-8859-1"},
-        {"<!DOCTYPE config [<!ENTITY a 'b'>]>\n" + described("&a;"), 1, "", "DOCTYPE"},
-        {described("<!-- -->&b;"), 3, "", "column 22: undefined entity"},
-        {described("<!-- --></b>"), 3, "", "column 24: mismatched tag"},
-        {described_json("a", ",\n\"@\":{]}"), 4, "", "Malformed JSON in column 6"},
-        {described_json("\\ud83d\\n"), 3, "", "Half of a surrogate pair in column 16"},
-        {described_json("\n \\udc00"), 4, "", "Half of a surrogate pair in column 2"},
+        {"<!DOCTYPE config [<!ENTITY a 'b'>]>\n" + described("&a;"), 1, 18, "", "DOCTYPE"},
+        {described("<!-- -->&b;"), 3, 22, "", "undefined entity"},
+        {described("<!-- --></b>"), 3, 24, "", "mismatched tag"},
+        {described_json("a", ",\n\"@\":{]}"), 4, 6, "", "Malformed JSON"},
+        {described_json("\\ud83d\\n"), 3, 16, "", "Half of a surrogate pair"},
+        {described_json("\n \\udc00"), 4, 2, "", "Half of a surrogate pair"},
     };
-    for (const auto &[text, line, path, message] : rows) {
+    for (const auto &[text, line, column, path, message] : rows) {
         SCOPED_TRACE(text);
         for (const auto &problems : {problems_of(parse, text), problems_of(edited, text)}) {
             ASSERT_FALSE(problems.empty());
             EXPECT_EQ(problems[0].source, "test.xml");
             EXPECT_EQ(problems[0].line, line);
+            EXPECT_EQ(problems[0].column, column);
             EXPECT_EQ(problems[0].path, path);
             EXPECT_THAT(problems[0].message, HasSubstr(message));
         }

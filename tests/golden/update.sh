@@ -15,7 +15,7 @@ fi
 program=$1
 shift
 
-find "$@" \( -name change.xml -o -name change.json -o -name candidate.xml -o -name overbook.xml -o -name arguments \) \
+find "$@" \( -name change.xml -o -name change.json -o -name change.json -o -name candidate.xml -o -name overbook.xml -o -name arguments \) \
   -printf '%h\n' | sort -u | while read -r folder; do
   echo "$folder"
   "$here/run_case.sh" --update "$folder" "$program"

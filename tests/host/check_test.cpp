@@ -28,7 +28,7 @@ TEST_F(Check, ShowsARejectionWithoutAReadableText)
     EXPECT_THAT(check_fec("fec_confirmation_warning=reject:\xff\n").out,
                 HasSubstr("rejected: \xef\xbf\xbd\n")); // What is no UTF-8.
     EXPECT_THAT(check_fec("fec_confirmation_warning=warn\n").out,
-                HasSubstr("warning: warned without a text\n"));
+                HasSubstr("warning: warned without a text (2 times)\n"));
 }
 
 TEST_F(Check, AsksTheOperatorOnlyWhenAnAnswerIsMissing)
@@ -102,7 +102,7 @@ TEST_F(Check, ReportsAFaultyFileBeforeThePluginIsCalled)
     for (const auto &[before, after] : {std::pair{broken, running}, std::pair{running, broken}}) {
         const ProgramRun done = check("lib_init=exit:9\n", {"--running", before, after});
         EXPECT_EQ(done.code, 3) << done;
-        EXPECT_THAT(done.out, AllOf(HasSubstr("broken.xml:2: "), HasSubstr("\nNot checked.\n")));
+        EXPECT_THAT(done.out, AllOf(HasSubstr("broken.xml:2:1: "), HasSubstr("\nNot checked.\n")));
     }
     const ProgramRun folder = check("", {path(".")});
     EXPECT_EQ(folder.code, 3) << folder;

@@ -5,7 +5,7 @@
 #include "support/golden_case.h"
 #include "support/model.h"
 
-#include <functional>
+#include <exception>
 
 using testing::HasSubstr;
 
@@ -53,7 +53,7 @@ TEST(Candidate, IsReadBackAsItWas)
         try {
             golden = test_support::read_golden_case(test_support::schema(),
                                                     entry.path().parent_path(), false);
-        } catch (const engine::InputError &) {
+        } catch (const std::exception &) {
             continue; // Faulty, or without one change.
         }
         engine::add_defaults(golden->candidate);
@@ -90,6 +90,8 @@ TEST_F(Diff, WritesTheCandidateOnlyWhereItIsAskedTo)
     EXPECT_EQ(diff({"-o", path("new.json"), "--exit-code"}).code, 1);
     const ProgramRun alone = diff({"-o", "-"});
     EXPECT_EQ(alone.out, read("new.json")) << "in the running configuration's format";
+
+    EXPECT_THAT(diff({"-o", "-", "--json"}).out, HasSubstr("stdout has the JSON report"));
 
     const ProgramRun over_input = diff({"-o", path("change.xml")});
     EXPECT_EQ(over_input.code, 3) << over_input;

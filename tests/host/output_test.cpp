@@ -172,6 +172,11 @@ TEST_F(Output, OfEachKindIsMadeFitForATerminal)
         run({"check", path(evil)}),
         check("", {file("bad.xml", "<config xmlns='urn:olt:gpon:base'><service-port><id>" +
                                        evil.substr(6) + "</id></service-port></config>")}),
+        run({"diff",
+             file("evil.xml", "<config xmlns='urn:olt:gpon:base'><interface><gpon>"
+                              "<chassis-id>1</chassis-id><slot-id>1</slot-id><port-id>1"
+                              "</port-id><description>" +
+                                  evil.substr(6) + "</description></gpon></interface></config>")}),
         check("", {"--running", path("running.xml"), "--edit",
                    file("bad.json", R"({"base:config": {"x)"
                                     "\\u009b\\u202e"

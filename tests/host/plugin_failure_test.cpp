@@ -78,7 +78,8 @@ TEST_F(PluginFailure, KeepsWhatWasFoundBefore)
         check("interface_validation=reject:Too few.\nfec_confirmation_warning=exit:1\n",
               {file("candidate.xml", kFecEdit), "--all"});
     EXPECT_EQ(done.code, 4) << done;
-    EXPECT_THAT(done.out, HasSubstr("/config/interface/gpon (interface_validation)\n    Too few."));
+    EXPECT_THAT(done.out,
+                HasSubstr("rejected: Too few.\n  /config/interface/gpon (interface_validation)\n"));
     EXPECT_THAT(done.out, HasSubstr(in_rule("it ended the process with exit status 1")));
 }
 

@@ -113,10 +113,12 @@ TEST(SarifReport, LeadsToFilesInAndOutsideOfTheWorkingFolder)
 TEST(SarifReport, TellsTheCauseAndWhetherItIsNew)
 {
     auto outcome = rejected("a.xml", {remark("sp_gem_check", "No.", {"a.xml", 3, 7})});
-    outcome.runs[0].evidence->is_new = true;
+    outcome.runs[0].evidence->is_new = false;
     outcome.runs[0].evidence->cause = {"/config/a", "changed", "1", "2"};
     const json result = sarif_of({outcome}).at("results").at(0);
-    EXPECT_EQ(result.at("baselineState"), "new");
+    EXPECT_EQ(result.at("baselineState"), "unchanged");
+    EXPECT_EQ(result.at("message").at("text"), "No.\nbecause /config/a changed: 1 → 2");
+    EXPECT_THAT(report_of(ReportFormat::kGithub, {outcome}), HasSubstr("::notice file=a.xml,"));
     EXPECT_EQ(
         result.at("properties").at("cause"),
         json::parse(R"({"path": "/config/a", "operation": "changed", "old": "1", "new": "2"})"));

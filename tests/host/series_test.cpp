@@ -52,6 +52,11 @@ protected:
             for (auto &problem : reports.back()["problems"]) {
                 problem.erase("source");
             }
+            for (const char *kind : {"rejections", "warnings"}) {
+                for (auto &remark : reports.back()[kind]) {
+                    remark["location"].erase("file");
+                }
+            }
         }
         return reports;
     }

@@ -36,26 +36,28 @@ bool AttributeFaults::is_known(const Attribute &attribute) const
     });
 }
 
-void AttributeFaults::add(const Attribute &attribute, const std::string &path, unsigned line)
+void AttributeFaults::add(const Attribute &attribute, const std::string &path, TextPlace place)
 {
     const std::string written(attribute.written);
+    const auto column = static_cast<unsigned>(place.column);
     if (m_content == Content::kConfiguration && is_known(attribute)) {
-        m_problems.push_back({Fault::kUnknownAttribute, m_source.name, line, path,
+        m_problems.push_back({Fault::kUnknownAttribute, m_source.name, place.line, path,
                               "The attribute " + written + " belongs into edits",
-                              "this is read as a whole configuration"});
+                              "this is read as a whole configuration", column});
         return;
     }
     const bool is_xml = m_format == Format::kXml;
     const char *hint = is_xml ? kXmlHint : kJsonHint;
-    m_problems.push_back({Fault::kUnknownAttribute, m_source.name, line, path,
+    m_problems.push_back({Fault::kUnknownAttribute, m_source.name, place.line, path,
                           (is_xml ? "Unknown attribute " : "Unknown metadata ") + written,
-                          m_content == Content::kEdit ? hint : "a configuration has none"});
+                          m_content == Content::kEdit ? hint : "a configuration has none", column});
 }
 
-void AttributeFaults::add_duplicate(const std::string &name, const std::string &path, unsigned line)
+void AttributeFaults::add_duplicate(const std::string &name, const std::string &path,
+                                    TextPlace place)
 {
-    m_problems.push_back(
-        {Fault::kDuplicate, m_source.name, line, path, "Duplicate member " + name, ""});
+    m_problems.push_back({Fault::kDuplicate, m_source.name, place.line, path,
+                          "Duplicate member " + name, "", static_cast<unsigned>(place.column)});
 }
 
 void AttributeFaults::require_none()

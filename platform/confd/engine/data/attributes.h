@@ -47,8 +47,8 @@ public:
         return m_content == Content::kEdit && is_known(attribute);
     }
 
-    void add(const Attribute &attribute, const std::string &path, unsigned line);
-    void add_duplicate(const std::string &name, const std::string &path, unsigned line);
+    void add(const Attribute &attribute, const std::string &path, TextPlace place);
+    void add_duplicate(const std::string &name, const std::string &path, TextPlace place);
     /** One fault more would not be told. */
     bool is_full() const { return m_problems.size() >= kMaxFaults; }
     /** @throws InputError  When there are any. */

@@ -52,9 +52,8 @@ LY_ERR Document::parse(const ly_ctx *context, std::uint32_t options, lyd_node *&
         const auto place = place_of(m_text, behind);
         lyd_free_all(std::exchange(root, nullptr));
         throw InputError(
-            {{Fault::kMalformed, m_source.name, place.line, "",
-              "Text behind the end of the data in column " + std::to_string(place.column),
-              "a file holds one configuration or edit"}});
+            {{Fault::kMalformed, m_source.name, place.line, "", "Text behind the end of the data",
+              "a file holds one configuration or edit", static_cast<unsigned>(place.column)}});
     }
     return result;
 }

@@ -118,10 +118,7 @@ private:
         const TextPlace place{static_cast<unsigned>(XML_GetCurrentLineNumber(m_parser.get())),
                               static_cast<std::size_t>(XML_GetCurrentColumnNumber(m_parser.get())) +
                                   1};
-        fail(m_source, place,
-             "Malformed XML in column " + std::to_string(place.column) + ": " +
-                 XML_ErrorString(code),
-             "");
+        fail(m_source, place, std::string("Malformed XML: ") + XML_ErrorString(code), "");
     }
 
     const Source &m_source;

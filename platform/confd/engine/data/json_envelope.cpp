@@ -280,10 +280,10 @@ void fail_as_malformed(const Source &source, std::string_view text, std::size_t 
     // Such as "[json.exception.parse_error.101] parse error at line 1, column 2: syntax error ..."
     const auto reason = failure.find(": ");
     const auto place = place_of(text, position > 0 ? position - 1 : 0);
-    throw InputError({{Fault::kMalformed, source.name, place.line, "",
-                       "Malformed JSON in column " + std::to_string(place.column) +
-                           std::string(failure.substr(std::min(reason, failure.size()))),
-                       "", static_cast<unsigned>(place.column)}});
+    throw InputError(
+        {{Fault::kMalformed, source.name, place.line, "",
+          "Malformed JSON" + std::string(failure.substr(std::min(reason, failure.size()))), "",
+          static_cast<unsigned>(place.column)}});
 }
 
 std::optional<std::string> cut_out_data(const RawText &raw, Envelope &envelope)

@@ -67,9 +67,10 @@ Escapes read_escapes(const Source &source, std::string_view text)
         const auto low = escape_at(text, at + kEscapeLength);
         if (*number > 0xDBFF || !low || !is_in(*low, 0xDC00, 0xDFFF)) {
             const auto place = place_of(text, at);
-            throw InputError({{Fault::kMalformed, source.name, place.line, "",
-                               "Half of a surrogate pair in column " + std::to_string(place.column),
-                               "a character beyond \\uffff is two escapes, \\ud8.. and \\udc.."}});
+            throw InputError(
+                {{Fault::kMalformed, source.name, place.line, "", "Half of a surrogate pair",
+                  "a character beyond \\uffff is two escapes, \\ud8.. and \\udc..",
+                  static_cast<unsigned>(place.column)}});
         }
         if (!escapes.resolved) {
             escapes.resolved.emplace().reserve(text.size());
@@ -146,10 +147,19 @@ private:
         m_levels.pop_back();
         return true;
     }
-    unsigned line() const
+    /** Of the name that was read last. */
+    TextPlace place() const
     {
-        const auto length = static_cast<std::size_t>(m_reached - m_text.data());
-        return place_of(m_text, length).line;
+        auto quote = static_cast<std::size_t>(m_reached - m_text.data()) - 1;
+        do {
+            --quote;
+        } while (m_text[quote] != '"' || is_escaped(quote));
+        return place_of(m_text, quote);
+    }
+    bool is_escaped(std::size_t at) const
+    {
+        const auto before = m_text.find_last_not_of('\\', at - 1);
+        return (at - 1 - before) % 2 != 0;
     }
     std::string path() const;
 
@@ -171,13 +181,13 @@ bool MetadataReader::key(string_t &name)
         const Attribute attribute{whole.substr(0, has_module ? colon : 0),
                                   whole.substr(has_module ? colon + 1 : 0), whole};
         if (!m_faults.is_allowed(attribute)) {
-            m_faults.add(attribute, path(), line());
+            m_faults.add(attribute, path(), place());
             return !m_faults.is_full();
         }
     }
     const bool matters = level.is_metadata || is_metadata_name(name);
     if (matters && !level.metadata.insert(name).second) {
-        m_faults.add_duplicate(name, path(), line());
+        m_faults.add_duplicate(name, path(), place());
         return !m_faults.is_full();
     }
     return true;

@@ -24,10 +24,11 @@ namespace
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr const char *kFileHint = "a file is required";
 
-[[noreturn]] void fail(Fault fault, const std::string &source, unsigned line,
+[[noreturn]] void fail(Fault fault, const std::string &source, const TextPlace &place,
                        const std::string &message, const std::string &hint)
 {
-    throw InputError({{fault, source, line, "", message, hint}});
+    throw InputError(
+        {{fault, source, place.line, "", message, hint, static_cast<unsigned>(place.column)}});
 }
 
 class FileDescriptor
@@ -38,7 +39,7 @@ public:
         : m_fd(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC))
     {
         if (m_fd < 0) {
-            fail(Fault::kUnreadable, path, 0, std::strerror(errno), kFileHint);
+            fail(Fault::kUnreadable, path, kNowhere, std::strerror(errno), kFileHint);
         }
     }
     ~FileDescriptor() { ::close(m_fd); }
@@ -81,13 +82,13 @@ private:
     void wait() const;
     [[noreturn]] void fail_for(int error) const
     {
-        fail(Fault::kUnreadable, m_source.name, 0, std::strerror(error), kFileHint);
+        fail(Fault::kUnreadable, m_source.name, kNowhere, std::strerror(error), kFileHint);
     }
     void require_size(std::size_t bytes) const
     {
         if (bytes > m_limits.max_bytes) {
-            fail(Fault::kTooLarge, m_source.name, 0, "Larger than " + size_text(m_limits.max_bytes),
-                 "");
+            fail(Fault::kTooLarge, m_source.name, kNowhere,
+                 "Larger than " + size_text(m_limits.max_bytes), "");
         }
     }
 
@@ -141,7 +142,7 @@ void FileReader::wait() const
     }
     if (count == 0) {
         const auto waited = std::chrono::duration_cast<std::chrono::seconds>(m_limits.idle_timeout);
-        fail(Fault::kUnreadable, m_source.name, 0,
+        fail(Fault::kUnreadable, m_source.name, kNowhere,
              "No data for " + std::to_string(waited.count()) + " s", "nobody writes to this pipe");
     }
 }
@@ -247,19 +248,17 @@ void require_utf8(const Source &source)
         return;
     }
     if (is_utf16(text)) {
-        fail(Fault::kMalformed, source.name, 1, "The text is UTF-16", kEncodingHint);
+        fail(Fault::kMalformed, source.name, TextPlace{}, "The text is UTF-16", kEncodingHint);
     }
     const auto place = place_of(text, fault);
-    const std::string column = " in column " + std::to_string(place.column);
     if (fault == nul) {
-        fail(Fault::kMalformed, source.name, place.line, "NUL byte" + column,
-             "the file is not a text");
+        fail(Fault::kMalformed, source.name, place, "NUL byte", "the file is not a text");
     }
     std::array<char, 8> byte{};
     std::snprintf(byte.data(), byte.size(), "0x%02X",
                   static_cast<unsigned>(static_cast<unsigned char>(text[fault])));
-    fail(Fault::kMalformed, source.name, place.line,
-         "Not UTF-8: byte " + std::string(byte.data()) + column, kEncodingHint);
+    fail(Fault::kMalformed, source.name, place, "Not UTF-8: byte " + std::string(byte.data()),
+         kEncodingHint);
 }
 
 } // namespace engine

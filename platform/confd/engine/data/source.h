@@ -49,6 +49,8 @@ struct TextPlace {
     unsigned line = 1;
     std::size_t column = 1; /**< In characters of UTF-8. */
 };
+/** What is not known. */
+inline constexpr TextPlace kNowhere{0, 0};
 TextPlace place_of(std::string_view text, std::size_t offset);
 
 /** The text without a byte order mark; it still ends with the source's NUL. */

@@ -15,9 +15,6 @@
 namespace engine
 {
 
-/** What a text does not tell the place of. */
-inline constexpr TextPlace kNowhere{0, 0};
-
 /**
  * The places of one text, by parsing it once more, when the first is asked for: who needs none pays
  * nothing. What is not in the text has the place of the deepest node above it that is, at last that

@@ -25,6 +25,22 @@ std::size_t count_lines(std::string_view text)
     return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
 }
 
+/** Where an attribute of a start tag, which is well-formed, begins. */
+std::size_t find_attribute(std::string_view tag, std::string_view name)
+{
+    constexpr auto kBlanks = " \t\r\n";
+    auto at = tag.find_first_of(kBlanks);
+    while ((at = tag.find_first_not_of(kBlanks, at)) != std::string_view::npos) {
+        const auto end = tag.find_first_of(" \t\r\n=", at);
+        if (end == std::string_view::npos || tag.substr(at, end - at) == name) {
+            return at;
+        }
+        const auto quote = tag.find_first_of("\"'", end);
+        at = tag.find(tag[quote], quote + 1) + 1;
+    }
+    return 0;
+}
+
 /** Reads a text and writes it again without what libyang refuses. */
 class XmlWriter
 {
@@ -100,8 +116,7 @@ private:
         if (XML_GetErrorCode(parser()) == XML_ERROR_NO_MEMORY) {
             throw std::bad_alloc();
         }
-        fail("Malformed XML in column " + std::to_string(place().column) + ": " +
-                 XML_ErrorString(XML_GetErrorCode(parser())),
+        fail(std::string("Malformed XML: ") + XML_ErrorString(XML_GetErrorCode(parser())),
              m_has_ended ? "a file holds one configuration or edit; several edits are several files"
                          : "");
     }
@@ -290,8 +305,9 @@ void XmlWriter::write_declarations()
 void XmlWriter::refuse_attribute(const QualifiedName &name)
 {
     const std::string written = name.written();
-    const auto in_tag = count_lines(tag().substr(0, tag().find(written)));
-    m_faults.add({name.space, name.local, written}, path(), line() + static_cast<unsigned>(in_tag));
+    const auto start = static_cast<std::size_t>(XML_GetCurrentByteIndex(parser()));
+    m_faults.add({name.space, name.local, written}, path(),
+                 place_of(m_text, start + find_attribute(tag(), written)));
     if (m_faults.is_full()) {
         XML_StopParser(parser(), XML_FALSE);
     }
