@@ -49,7 +49,8 @@ inline bool is_ordinary(const std::filesystem::path &folder)
             return false;
         }
     }
-    return !exists(folder / "stdin") && !exists(folder / "command");
+    return !exists(folder / "stdin") && !exists(folder / "command") &&
+           !exists(folder / "command-line");
 }
 
 /** @param checked  Whether YANG must allow the candidate; tests may hold what it forbids. */
