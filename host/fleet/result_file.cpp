@@ -96,7 +96,7 @@ std::uint64_t ResultReader::read_all(const Take &take)
     for (std::uint64_t at = 0; at < all; at += kChunk) {
         StoredResult chunk;
         chunk.offset = at;
-        chunk.size = std::min(kChunk, all - at);
+        chunk.size = static_cast<std::size_t>(std::min(kChunk, all - at));
         rest += read(chunk);
         std::size_t start = 0;
         for (auto end = rest.find('\n'); end != std::string::npos; end = rest.find('\n', start)) {

@@ -23,7 +23,7 @@ struct StoredResult {
     std::string inputs;
     Result result = Result::kNotChecked;
     std::uint64_t offset = 0;
-    std::uint64_t size = 0; /**< With its newline. */
+    std::size_t size = 0; /**< With its newline. */
     unsigned line = 0;
 };
 
