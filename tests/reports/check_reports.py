@@ -170,7 +170,7 @@ def main() -> int:
     parser.add_argument("--multitool")
     parser.add_argument("--group", action="append")
     parser.add_argument("examples", type=pathlib.Path)
-    parser.add_argument("program", nargs="+")
+    parser.add_argument("program", nargs=argparse.REMAINDER)
     words = parser.parse_args()
     program = [str(pathlib.Path(word).resolve()) if os.path.exists(word) else word for word in words.program]
     folders = sorted(file.parent.resolve() for file in words.examples.glob("**/expected.txt")
