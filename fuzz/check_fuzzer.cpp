@@ -23,6 +23,7 @@
 #include "report/report_explain.h"
 #include "report/report_json.h"
 #include "report/report_text.h"
+#include "report/words.h"
 #include "zlog_host.h"
 
 #include <sstream>

@@ -11,6 +11,7 @@
 #include "finding.h"
 #include "support/golden_case.h"
 #include "zlog_host.h"
+#include "engine/data/source_file.h"
 
 #include <algorithm>
 #include <array>

@@ -4,6 +4,7 @@
  */
 #include "checker/checker.h"
 #include "checker/model_schema.h"
+#include "engine/data/source_file.h"
 
 #include <chrono>
 #include <cstdlib>

@@ -1,6 +1,7 @@
 #include "cli/check_inputs.h"
 
 #include "engine/data/error.h"
+#include "engine/data/source_file.h"
 
 #include <algorithm>
 #include <filesystem>

@@ -4,7 +4,7 @@
  */
 #pragma once
 
-#include "engine/data/source.h"
+#include "engine/data/source_file.h"
 #include "report/report.h"
 #include "report/style.h"
 
@@ -12,11 +12,6 @@
 #include <optional>
 #include <string>
 #include <vector>
-
-namespace CLI
-{
-class App;
-}
 
 namespace host
 {
@@ -67,18 +62,5 @@ struct CheckOptions {
     /** Whether there is a report for each of several edits, however many there are in the end. */
     bool is_series() const { return edits.size() > 1 || !edits_from.empty() || in_turn; }
 };
-
-/** --yes, --no, --warnings-as-errors and --all. */
-void add_answers(CLI::App &app, CheckOptions &options);
-/** --timeout and --max-size. */
-void add_limits(CLI::App &app, CheckOptions &options);
-/** FORMAT or FORMAT=FILE. @throws CLI::ValidationError */
-ReportOption read_report(const std::string &text);
-
-/** Two reports on stdout could not be told apart. @throws CLI::ValidationError */
-void require_one_on_stdout(const CheckOptions &options);
-
-/** Adds the command with its options. */
-void add_check(CLI::App &program, CheckOptions &options);
 
 } // namespace host

@@ -2,6 +2,7 @@
 
 #include "cli/check_inputs.h"
 #include "cli/output_file.h"
+#include "report/report_formats.h"
 #include "report/report_text.h"
 
 #include <algorithm>

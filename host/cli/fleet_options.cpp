@@ -1,5 +1,6 @@
 #include "cli/fleet_options.h"
 
+#include "cli/check_arguments.h"
 #include "cli/option_kinds.h"
 
 #include <algorithm>

@@ -1,6 +1,7 @@
 #include "cli/fleet_reports.h"
 
 #include "cli/output_file.h"
+#include "report/report_formats.h"
 
 #include <filesystem>
 #include <system_error>

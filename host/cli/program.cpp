@@ -2,6 +2,7 @@
 
 #include "checker/outcome.h"
 #include "cli/audit_command.h"
+#include "cli/check_arguments.h"
 #include "cli/check_command.h"
 #include "cli/diff_command.h"
 #include "cli/fleet_command.h"

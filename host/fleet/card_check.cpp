@@ -2,6 +2,7 @@
 
 #include "checker/checker.h"
 #include "checker/plugin.h"
+#include "engine/data/source_file.h"
 #include "fleet/edit_command.h"
 #include "fleet/result_line.h"
 

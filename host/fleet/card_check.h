@@ -5,6 +5,7 @@
 #pragma once
 
 #include "checker/change.h"
+#include "engine/data/source_file.h"
 #include "fleet/card_list.h"
 #include "fleet/input_hash.h"
 

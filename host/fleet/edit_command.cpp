@@ -2,6 +2,7 @@
 
 #include "checker/supervisor.h"
 #include "engine/data/error.h"
+#include "engine/data/source_file.h"
 
 #include <array>
 #include <cerrno>

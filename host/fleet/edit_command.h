@@ -4,7 +4,7 @@
  */
 #pragma once
 
-#include "engine/data/source.h"
+#include "engine/data/source_file.h"
 #include "fleet/card_list.h"
 
 #include <string>

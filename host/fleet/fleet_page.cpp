@@ -2,7 +2,7 @@
 
 #include "report/finding.h"
 #include "report/printable.h"
-#include "report/report_text.h"
+#include "report/words.h"
 
 #include <sstream>
 #include <string_view>

@@ -4,7 +4,7 @@
 #include "report/finding.h"
 #include "report/printable.h"
 #include "report/report_json.h"
-#include "report/report_text.h"
+#include "report/words.h"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
 #include "report/finding.h"
 
-#include "report/report_text.h"
+#include "report/words.h"
 #include "rules/rules.h"
 
 #include <algorithm>

@@ -9,7 +9,6 @@
 #include "report/report_remarks.h"
 
 #include <map>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -57,7 +56,5 @@ public:
     /** What there is to print when no check follows. */
     virtual std::string end(const RunSummary & /*summary*/) { return {}; }
 };
-
-std::unique_ptr<Report> make_report(ReportFormat format, const ReportSettings &settings);
 
 } // namespace host

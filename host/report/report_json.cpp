@@ -4,7 +4,7 @@
 #include "report/finding.h"
 #include "report/report_diff.h"
 #include "report/report_reads.h"
-#include "report/report_text.h"
+#include "report/words.h"
 
 namespace host
 {

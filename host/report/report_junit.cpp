@@ -2,7 +2,7 @@
 
 #include "report/finding_place.h"
 #include "report/printable.h"
-#include "report/report_text.h"
+#include "report/words.h"
 
 #include <algorithm>
 #include <array>

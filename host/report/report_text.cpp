@@ -2,9 +2,8 @@
 
 #include "report/assumptions.h"
 #include "report/printable.h"
+#include "report/words.h"
 
-#include <csignal>
-#include <cstring>
 #include <ostream>
 #include <sstream>
 #include <string_view>
@@ -26,11 +25,6 @@ std::vector<std::string> lines_of(const std::string &text)
     return lines;
 }
 
-std::string plural(std::size_t count, const std::string &noun)
-{
-    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
-}
-
 void print_plugin_output(std::ostream &out, const std::string &output)
 {
     const auto lines = lines_of(output);
@@ -42,21 +36,6 @@ void print_plugin_output(std::ostream &out, const std::string &output)
     for (std::size_t i = first; i < lines.size(); ++i) {
         out << "  " << printable(lines[i]) << '\n';
     }
-}
-
-std::string cause_of(const Death &death)
-{
-    switch (death.kind) {
-    case Death::Kind::kSignal:
-        return "signal " + std::to_string(death.number) + " (" + strsignal(death.number) + ")";
-    case Death::Kind::kExit:
-        return "it ended the process with exit status " + std::to_string(death.number);
-    case Death::Kind::kException:
-        return "uncaught exception " + death.exception;
-    case Death::Kind::kTimeout:
-        return "no answer within " + std::to_string(death.number) + " s";
-    }
-    return "unknown cause";
 }
 
 std::string accepted_sentence(const Outcome &outcome)
@@ -92,60 +71,12 @@ std::string not_confirmed_sentence(const Outcome &outcome)
 
 } // namespace
 
-std::string text_of(const engine::Answer &answer)
-{
-    if (!answer.text.empty()) {
-        return answer.text;
-    }
-    if (answer.verdict == engine::Verdict::kWarning) {
-        return "warned without a text";
-    }
-    const bool is_usual = answer.result == CONFD_ERR;
-    return "rejected without a text" +
-           (is_usual ? "" : " (result " + std::to_string(answer.result) + ")");
-}
-
-const char *words_for(Result result)
-{
-    switch (result) {
-    case Result::kAccepted:
-        return "accepted";
-    case Result::kRejected:
-        return "rejected";
-    case Result::kNotConfirmed:
-        return "not confirmed";
-    case Result::kNotChecked:
-        return "not checked";
-    case Result::kPluginDied:
-        return "inconclusive";
-    }
-    return "unknown";
-}
-
-std::string skipped_text(const engine::SkippedNodes &nodes)
-{
-    return "skipped " + plural(nodes.count, "node") + " of another model, " + nodes.space +
-           (nodes.count == 1 ? ": " : ", beginning with ") + nodes.name;
-}
-
 void print_skipped(std::ostream &out, const std::vector<SkippedPart> &skipped, const Style &style)
 {
     for (const auto &[file, nodes] : skipped) {
         out << style.strong(printable(file)) << ':' << nodes.place.line << ':' << nodes.place.column
             << ": " << printable(skipped_text(nodes)) << '\n';
     }
-}
-
-std::string sentence(const Death &death)
-{
-    std::string text = death.kind == Death::Kind::kTimeout ? "The plug-in was stopped in "
-                                                           : "The plug-in died in ";
-    if (!death.rule.empty()) {
-        text += death.rule + " at " + death.path;
-    } else {
-        text += name_of(death.step);
-    }
-    return text + ": " + cause_of(death);
 }
 
 void print_problems(std::ostream &out, const std::vector<engine::Problem> &problems,

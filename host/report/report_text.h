@@ -27,16 +27,4 @@ void print_problems(std::ostream &out, const std::vector<engine::Problem> &probl
 /** Tells what was skipped in the inputs, a line for each model. */
 void print_skipped(std::ostream &out, const std::vector<SkippedPart> &skipped, const Style &style);
 
-/** What was skipped of one model. */
-std::string skipped_text(const engine::SkippedNodes &nodes);
-
-/** Such as "not confirmed", for a sum of results. */
-const char *words_for(Result result);
-
-/** What a rule said, or that it said nothing: an operator must never face an empty reason. */
-std::string text_of(const engine::Answer &answer);
-
-/** How the plug-in died, in one sentence without its stop. */
-std::string sentence(const Death &death);
-
 } // namespace host

@@ -3,6 +3,7 @@
 #include "report/printable.h"
 #include "report/report_diff.h"
 #include "report/report_text.h"
+#include "report/words.h"
 
 #include <sstream>
 

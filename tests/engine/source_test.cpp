@@ -1,4 +1,4 @@
-#include "engine/data/source.h"
+#include "engine/data/source_file.h"
 
 #include "engine/data/error.h"
 

@@ -2,6 +2,7 @@
 
 #include "checker/checker.h"
 #include "support/golden_case.h"
+#include "engine/data/source_file.h"
 
 #include <gmock/gmock.h>
 

@@ -1,6 +1,6 @@
 #include "support/open_card.h"
 
-#include "engine/data/source.h"
+#include "engine/data/source_file.h"
 #include "support/golden_case.h"
 
 #include <gtest/gtest.h>

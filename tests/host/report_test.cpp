@@ -2,6 +2,7 @@
 #include "report/report_explain.h"
 #include "report/report_json.h"
 #include "report/report_text.h"
+#include "report/words.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -4,6 +4,7 @@
 #include "engine/data/defaults.h"
 #include "engine/data/yang_check.h"
 #include "engine/edit/edit.h"
+#include "engine/data/source_file.h"
 
 #include <fm_host.h>
 

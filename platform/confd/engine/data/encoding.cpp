@@ -133,20 +133,6 @@ bool is_ascii(std::string_view text)
                        [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
-/** Such as "UTF-16" for what only XML may be in; null for all else. */
-const char *wide_encoding(std::string_view text)
-{
-    if (text.substr(0, 4) == "\xFF\xFE\0\0"sv || text.substr(0, 4) == "\0\0\xFE\xFF"sv) {
-        return "UTF-32";
-    }
-    for (const auto begin : {"\xFF\xFE"sv, "\xFE\xFF"sv, "<\0"sv, "\0<"sv}) {
-        if (text.substr(0, begin.size()) == begin) {
-            return "UTF-16";
-        }
-    }
-    return nullptr;
-}
-
 void require_wide_xml(const Source &source)
 {
     const std::string encoding = wide_encoding(source.text);
@@ -166,11 +152,6 @@ bool is_utf8_or_ascii(std::string_view encoding)
             [](char a, char b) { return std::tolower(static_cast<unsigned char>(a)) == b; });
     };
     return is("utf-8") || is("us-ascii");
-}
-
-bool is_wide(std::string_view text)
-{
-    return wide_encoding(text) != nullptr;
 }
 
 void convert_to_utf8(Source &source)

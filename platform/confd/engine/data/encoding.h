@@ -11,14 +11,8 @@
 namespace engine
 {
 
-/** For who gave a text in an encoding that is not understood. */
-inline constexpr const char *kEncodingHint = "save the file as UTF-8";
-
 /** Whether an encoding's name is UTF-8's, or that of a part of it. */
 bool is_utf8_or_ascii(std::string_view encoding);
-
-/** Whether the text begins as one in UTF-16 or UTF-32 does. */
-bool is_wide(std::string_view text);
 
 /**
  * Converts XML that says by its byte order mark or its declaration that it is in another encoding;

@@ -4,7 +4,6 @@
  */
 #pragma once
 
-#include <chrono>
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -30,20 +29,6 @@ struct Source {
     Reading reading{};
 };
 
-/** What reading a file may cost. */
-struct ReadLimits {
-    std::size_t max_bytes = std::size_t{512} << 20U;
-    /** How long a pipe may stay silent before it is given up; 0: for ever. */
-    std::chrono::milliseconds idle_timeout = std::chrono::minutes(1);
-};
-
-/**
- * Reads a whole file, pipe or device. XML in another encoding becomes UTF-8: see convert_to_utf8.
- * @throws InputError  It cannot be read, is larger than the limit, stays silent for too long, or
- *                     is not text: a NUL byte ends the reading.
- */
-Source read_source(const std::string &path, const ReadLimits &limits = {});
-
 /** Where in a text a byte is. */
 struct TextPlace {
     unsigned line = 1;
@@ -58,5 +43,16 @@ std::string_view without_mark(const std::string &text);
 
 /** @throws InputError  The text holds a NUL byte or is not UTF-8; it says where. */
 void require_utf8(const Source &source);
+
+/** For who gave a text in an encoding that is not understood. */
+inline constexpr const char *kEncodingHint = "save the file as UTF-8";
+
+/** "UTF-16" or "UTF-32" for a text that begins as one in it does; null for all else. */
+const char *wide_encoding(std::string_view text);
+
+inline bool is_wide(std::string_view text)
+{
+    return wide_encoding(text) != nullptr;
+}
 
 } // namespace engine

@@ -1,4 +1,4 @@
-#include "cli/check_options.h"
+#include "cli/check_arguments.h"
 
 #include "cli/option_kinds.h"
 

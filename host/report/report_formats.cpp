@@ -1,4 +1,4 @@
-#include "report/report.h"
+#include "report/report_formats.h"
 
 #include "report/report_github.h"
 #include "report/report_gitlab.h"
