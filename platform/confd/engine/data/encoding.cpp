@@ -127,12 +127,6 @@ private:
     std::string m_out;
 };
 
-bool is_ascii(std::string_view text)
-{
-    return std::all_of(text.begin(), text.end(),
-                       [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-}
-
 /** Such as "UTF-16" for what only XML may be in; null for all else. */
 const char *wide_encoding(std::string_view text)
 {
@@ -166,6 +160,12 @@ bool is_utf8_or_ascii(std::string_view encoding)
             [](char a, char b) { return std::tolower(static_cast<unsigned char>(a)) == b; });
     };
     return is("utf-8") || is("us-ascii");
+}
+
+bool is_ascii(std::string_view text)
+{
+    return std::all_of(text.begin(), text.end(),
+                       [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
 bool is_wide(std::string_view text)

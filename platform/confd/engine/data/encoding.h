@@ -17,6 +17,9 @@ inline constexpr const char *kEncodingHint = "save the file as UTF-8";
 /** Whether an encoding's name is UTF-8's, or that of a part of it. */
 bool is_utf8_or_ascii(std::string_view encoding);
 
+/** Whether any encoding that is known here would read the text alike. */
+bool is_ascii(std::string_view text);
+
 /** Whether the text begins as one in UTF-16 or UTF-32 does. */
 bool is_wide(std::string_view text);
 
