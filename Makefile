@@ -13,8 +13,8 @@ source_dirs := src platform model host tests bench fuzz
 linted := ^$(CURDIR)/($(shell echo $(source_dirs) | tr ' ' '|'))/
 
 .DEFAULT_GOAL := help
-.PHONY: help run program test test-powerpc test-reports sizes packages test-packages bench plot mutants soak fuzz \
-    coverage docs api-docs build configure format lint clean
+.PHONY: help run program test test-powerpc test-reports sizes packages test-packages test-fleet bench \
+    bench-fleet plot mutants soak fuzz     coverage docs api-docs build configure format lint clean
 
 help: ## Lists these commands
 	@echo "Besides git, make is all that has to be there first: on Debian 12 the rest is installed"
@@ -72,12 +72,19 @@ test-packages: packages ## Checks the packages, and installs them into a bare De
 	tests/packages/check_packages.sh $(build_dir) $(build_dir)/rebuilt
 	tests/packages/clean_system.sh $(build_dir)/packages $(build_dir)/clean-system
 
+test-fleet: program ## Checks 200 cards on two nodes with Slurm and with GNU parallel, and kills a worker (as root)
+	@cmake/install-deps.sh tests test-fleet
+	tests/fleet/engines.sh $(build_dir) $(build_dir)/fleet-engines
+
 bench: build ## Builds, then runs the benchmarks (BENCH_ARGS="--benchmark_filter=..."): tables, and JSON
 	@cmake/install-deps.sh bench
 	$(bin_dir)/gpon_bench --benchmark_out=$(build_dir)/bench.json \
 	    --curves=$(build_dir)/bench-curves.dat $(BENCH_ARGS)
 	@echo; echo "The same in JSON: $(build_dir)/bench.json"; echo
 	bench/programs.py $(build_dir)
+
+bench-fleet: build ## Times fleets of 10,000 small cards and of 200 full ones
+	bench/fleet.py $(build_dir)
 
 plot: ## Draws docs/performance.svg from the last benchmarks
 	@cmake/install-deps.sh plot

@@ -6,12 +6,13 @@ declare -A groups=(
     [program]="make g++ cmake ninja-build pkg-config libyang2-dev libspdlog-dev libcli11-dev nlohmann-json3-dev
         libssl-dev libexpat1-dev libpugixml-dev"
     [tests]="libgtest-dev libgmock-dev libbenchmark-dev python3 python3-jsonschema
-        libxml2-utils"
+        libxml2-utils xsltproc"
     [powerpc]="g++-powerpc-linux-gnu qemu-user dpkg-dev perl googletest"
     [packages]="dpkg-dev file"
     [test-reports]="python3 python3-jsonschema libxml2-utils"
     [npm]="npm"
     [test-packages]="debootstrap lintian python3"
+    [test-fleet]="slurmctld slurmd slurm-client munge parallel openssh-server openssh-client"
     [bench]="libyang-tools python3"
     [plot]="gnuplot-nox"
     [fuzz]="clang libclang-rt-14-dev"
@@ -52,6 +53,13 @@ if [ "$(id -u)" -ne 0 ]; then
     command -v sudo >/dev/null ||
         fail "not root, and there is no sudo; as root, run: apt-get install ${missing[*]}"
     as_root=(sudo)
+fi
+# What is installed is used by tests of ours, not started as a service of the machine.
+policy=/usr/sbin/policy-rc.d
+if [ ! -e "$policy" ]; then
+    trap '"${as_root[@]}" rm -f "$policy"' EXIT
+    printf '#!/bin/sh\nexit 101\n' | "${as_root[@]}" tee "$policy" >/dev/null
+    "${as_root[@]}" chmod 755 "$policy"
 fi
 apt_get=("${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -q -o DPkg::Lock::Timeout=300)
 "${apt_get[@]}" update || fail "apt-get update failed: see above"

@@ -9,6 +9,7 @@
 #include "base_card.h"
 #include "byte_reader.h"
 #include "checker/asking.h"
+#include "checker/evidence.h"
 #include "checker/model_schema.h"
 #include "checker/plugin.h"
 #include "checker/recorder.h"
@@ -51,6 +52,7 @@ Datastore edited(const Datastore &running, const std::string &text)
 struct Configurations {
     Datastore running;
     Datastore candidate;
+    std::string change; /**< Text that made the one of the other. */
 };
 
 Configurations from_texts(const std::string &text)
@@ -62,7 +64,7 @@ Configurations from_texts(const std::string &text)
     const std::string change =
         end == std::string::npos ? text : text.substr(end + separator.size());
     Datastore candidate = edited(running, change);
-    return {std::move(running), std::move(candidate)};
+    return {std::move(running), std::move(candidate), change};
 }
 
 /** A card whose capabilities are small enough to matter. */
@@ -87,8 +89,9 @@ Configurations from_decisions(fuzz::ByteReader bytes)
             // The second edit may fit the base card all the same.
         }
     }
-    Datastore candidate = edited(running, maker.make());
-    return {std::move(running), std::move(candidate)};
+    const std::string change = maker.make();
+    Datastore candidate = edited(running, change);
+    return {std::move(running), std::move(candidate), change};
 }
 
 /** What is printed and read again is the same configuration. */
@@ -136,6 +139,11 @@ void ask(Configurations configurations, host::Outcome &outcome)
     host::Recorder recorder(requests, questions.all, outcome, nobody);
     host::ask_plugin(questions, recorder);
     outcome.completed = recorder.has_ended();
+    const engine::Source change{"edit.xml", configurations.change};
+    host::add_evidence(outcome, framework.schema(), outcome.form, change);
+    for (const host::RuleRun &run : outcome.runs) {
+        require(!run.evidence || run.evidence->location.line > 0, "a remark without a place");
+    }
     framework.end(transaction.handle());
 
     require(

@@ -5,7 +5,7 @@ _gpon_validate()
     local current=$2 previous=$3 command=${COMP_WORDS[1]} words=
     COMPREPLY=()
     if [ "$COMP_CWORD" -eq 1 ]; then
-        words="check diff audit points generate --config --help --version"
+        words="check diff fleet audit points generate --config --help --version"
         mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
         return
     fi
@@ -15,7 +15,7 @@ _gpon_validate()
         mapfile -t COMPREPLY < <(compgen -f -- "$current")
         return
         ;;
-    --edits)
+    --edits | --list-from)
         compopt -o filenames
         mapfile -t COMPREPLY < <(compgen -d -- "$current")
         return
@@ -26,7 +26,7 @@ _gpon_validate()
     --format) words="xml json" ;;
     --default-operation) words="merge replace none" ;;
     --timeout | --max-size | --links | --onus | --line-profiles | --bandwidth-profiles | --rg-profiles | \
-        --service-ports | --seed)
+        --service-ports | --seed | --jobs | --shard | --edit-command)
         return
         ;;
     esac
@@ -44,6 +44,15 @@ _gpon_validate()
         diff)
             words="--running --edit --default-operation --skip-foreign --json --output --format --exit-code --max-size
                 --color --help"
+            if [[ $current != -* ]]; then
+                compopt -o filenames
+                mapfile -t COMPREPLY < <(compgen -f -- "$current")
+                return
+            fi
+            ;;
+        fleet)
+            words="merge --list-from --edit --edit-command --default-operation --skip-foreign --plugin --output --jobs --resume --shard --check-running --yes --no
+                --warnings-as-errors --all --json --report --timeout --max-size --color --help"
             if [[ $current != -* ]]; then
                 compopt -o filenames
                 mapfile -t COMPREPLY < <(compgen -f -- "$current")

@@ -115,7 +115,11 @@ void fill_gaps()
 #ifdef __GLIBC__
     constexpr std::size_t kLargest = 256;
     constexpr std::size_t kStep = 2 * sizeof(std::size_t);
-    [[gnu::used]] static std::vector<void *> *gaps = new std::vector<void *>;
+    [[gnu::used]] static std::vector<void *> *gaps = nullptr;
+    if (gaps != nullptr) {
+        return; // Those of the loading are the many.
+    }
+    gaps = new std::vector<void *>;
     for (std::size_t size = kStep + sizeof(std::size_t); size <= kLargest; size += kStep) {
         for (auto left = mallinfo2().ordblks; left > 0; --left) {
             gaps->push_back(std::malloc(size));

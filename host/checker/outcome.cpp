@@ -29,6 +29,38 @@ const char *name_of(Step step)
     return "an unknown step";
 }
 
+const char *name_of(Result result)
+{
+    switch (result) {
+    case Result::kAccepted:
+        return "accepted";
+    case Result::kRejected:
+        return "rejected";
+    case Result::kNotConfirmed:
+        return "not-confirmed";
+    case Result::kNotChecked:
+        return "not-checked";
+    case Result::kPluginDied:
+        return "plugin-died";
+    }
+    return "unknown";
+}
+
+const char *name_of(Death::Kind kind)
+{
+    switch (kind) {
+    case Death::Kind::kSignal:
+        return "signal";
+    case Death::Kind::kExit:
+        return "exit";
+    case Death::Kind::kException:
+        return "exception";
+    case Death::Kind::kTimeout:
+        return "timeout";
+    }
+    return "unknown";
+}
+
 Result worse_of(Result one, Result other)
 {
     constexpr std::array kFromWorst{Result::kPluginDied, Result::kNotChecked, Result::kRejected,

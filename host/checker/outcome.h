@@ -9,6 +9,7 @@
 #include "engine/data/error.h"
 #include "engine/session/validation.h"
 
+#include <array>
 #include <chrono>
 #include <cstddef>
 #include <optional>
@@ -27,6 +28,12 @@ enum class Result {
     kNotChecked = 3, /**< Bad input or options, or an unusable plug-in. */
     kPluginDied = 4
 };
+
+inline constexpr std::array kAllResults{Result::kAccepted, Result::kRejected, Result::kNotConfirmed,
+                                        Result::kNotChecked, Result::kPluginDied};
+
+/** As programs read it, such as `not-checked`. */
+const char *name_of(Result result);
 
 /**
  * Which of the two says more about a series of checks: whatever left a change without a verdict
@@ -95,6 +102,9 @@ struct Death {
     std::string rule; /**< In Step::kValidate: the rule that was running; may be empty. */
     std::string path; /**< What it was asked about. */
 };
+
+/** As programs read it, such as `signal`. */
+const char *name_of(Death::Kind kind);
 
 /** Requests of a rule. */
 struct RuleFilter {

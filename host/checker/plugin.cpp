@@ -85,11 +85,15 @@ void Plugin::Unload::operator()(void *handle) const
     dlclose(handle);
 }
 
-Plugin::Plugin(const std::string &path) : m_name(path.empty() ? kFileName : path)
+std::string plugin_file(const std::string &path)
 {
     // A plain name would be looked for on the loader's paths, not where the user is.
-    const std::string file =
-        path.empty() ? default_path() : std::filesystem::absolute(path).string();
+    return path.empty() ? default_path() : std::filesystem::absolute(path).string();
+}
+
+Plugin::Plugin(const std::string &path) : m_name(path.empty() ? kFileName : path)
+{
+    const std::string file = plugin_file(path);
     m_handle.reset(dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL));
     if (!m_handle) {
         unusable(m_name, "the plug-in cannot be loaded: " + loader_reason(file),

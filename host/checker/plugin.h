@@ -21,6 +21,11 @@ public:
 };
 
 /**
+ * File of the plug-in that Plugin loads for this path. A bare name: the loader looks for it.
+ */
+std::string plugin_file(const std::string &path);
+
+/**
  * The library, loaded for the lifetime of the object.
  *
  * Entry points throw PluginThrew for whatever exception leaves the library. An unusable plug-in

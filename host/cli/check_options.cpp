@@ -48,21 +48,6 @@ void add_check_inputs(CLI::App &app, CheckOptions &options)
     add_card(app, options);
 }
 
-ReportOption read_report(const std::string &text)
-{
-    ReportOption report;
-    const auto sign = text.find('=');
-    report.name = text.substr(0, sign);
-    report.format = chosen("--report", kReportFormats, report.name);
-    if (sign != std::string::npos) {
-        report.file = text.substr(sign + 1);
-        if (report.file.empty()) {
-            throw CLI::ValidationError("--report", "no file is named behind " + text);
-        }
-    }
-    return report;
-}
-
 void add_reports(CLI::App &app, CheckOptions &options)
 {
     app.add_flag("--json", options.json,
@@ -116,19 +101,6 @@ void take_rule(const std::string &word, bool is_key)
 
 void add_check_switches(CLI::App &app, CheckOptions &options)
 {
-    auto *yes = app.add_flag("--yes", options.yes,
-                             "Confirm all warnings; with --yes=RULE,... only those of these rules")
-                    ->each([&options](const std::string &given) { take_yes(given, options); });
-    app.add_flag_callback(
-           "--no", [&options] { options.answer = false; }, "Confirm no warning")
-        ->excludes(yes);
-    app.add_flag("--warnings-as-errors", options.warnings_as_errors,
-                 "A warning rejects the change, and nobody is asked")
-        ->excludes(yes);
-    app.add_flag("--all", options.shown,
-                 "Show every objection, not the first one only; with --all=full nothing of a long "
-                 "list is left out")
-        ->each([&options](const std::string &given) { take_all(given, options); });
     app.add_option("--rule", options.rule,
                    "Ask this rule only, about all its nodes or the one of PATH, whether the change "
                    "calls for it or not; CANDIDATE stands before it")
@@ -157,7 +129,53 @@ void add_check_switches(CLI::App &app, CheckOptions &options)
                  "kills it kills this program");
 }
 
-void add_check_limits(CLI::App &app, CheckOptions &options)
+void add_traces(CLI::App &app, CheckOptions &options)
+{
+    auto *trace = add_choice(
+        app, "--trace", kTraceLevels, [&options](int level) { options.trace_level = level; },
+        "Write the plug-in's traces from this level up: fine (10), progress (11), decisions (12)");
+    trace->type_name("LEVEL");
+    app.add_option("--trace-file", options.trace_file, "Where to write them instead of to stderr")
+        ->type_name("FILE")
+        ->check(file_name())
+        ->needs(trace);
+}
+
+} // namespace
+
+ReportOption read_report(const std::string &text)
+{
+    ReportOption report;
+    const auto sign = text.find('=');
+    report.name = text.substr(0, sign);
+    report.format = chosen("--report", kReportFormats, report.name);
+    if (sign != std::string::npos) {
+        report.file = text.substr(sign + 1);
+        if (report.file.empty()) {
+            throw CLI::ValidationError("--report", "no file is named behind " + text);
+        }
+    }
+    return report;
+}
+
+void add_answers(CLI::App &app, CheckOptions &options)
+{
+    auto *yes = app.add_flag("--yes", options.yes,
+                             "Confirm all warnings; with --yes=RULE,... only those of these rules")
+                    ->each([&options](const std::string &given) { take_yes(given, options); });
+    app.add_flag_callback(
+           "--no", [&options] { options.answer = false; }, "Confirm no warning")
+        ->excludes(yes);
+    app.add_flag("--warnings-as-errors", options.warnings_as_errors,
+                 "A warning rejects the change, and nobody is asked")
+        ->excludes(yes);
+    app.add_flag("--all", options.shown,
+                 "Show every objection, not the first one only; with --all=full nothing of a long "
+                 "list is left out")
+        ->each([&options](const std::string &given) { take_all(given, options); });
+}
+
+void add_limits(CLI::App &app, CheckOptions &options)
 {
     constexpr int kLongestTimeout = 1000000;
     app.add_option_function<int>(
@@ -169,18 +187,7 @@ void add_check_limits(CLI::App &app, CheckOptions &options)
         ->transform(decimal())
         ->check(CLI::Range(0, kLongestTimeout));
     add_max_size(app, options);
-    auto *trace = add_choice(
-        app, "--trace", kTraceLevels, [&options](int level) { options.trace_level = level; },
-        "Write the plug-in's traces from this level up: fine (10), progress (11), decisions (12)");
-    trace->type_name("LEVEL");
-    app.add_option("--trace-file", options.trace_file, "Where to write them instead of to stderr")
-        ->type_name("FILE")
-        ->check(file_name())
-        ->needs(trace);
-    add_color(app, options);
 }
-
-} // namespace
 
 void add_check(CLI::App &program, CheckOptions &options)
 {
@@ -188,9 +195,12 @@ void add_check(CLI::App &program, CheckOptions &options)
         program.add_subcommand("check", "Check a change against the data model and all rules");
     app->footer(std::string(kCheckExamples) + kExitCodes);
     add_check_inputs(*app, options);
+    add_answers(*app, options);
     add_check_switches(*app, options);
     add_reports(*app, options);
-    add_check_limits(*app, options);
+    add_limits(*app, options);
+    add_traces(*app, options);
+    add_color(*app, options);
 }
 
 void require_one_on_stdout(const CheckOptions &options)

@@ -68,6 +68,13 @@ struct CheckOptions {
     bool is_series() const { return edits.size() > 1 || !edits_from.empty() || in_turn; }
 };
 
+/** --yes, --no, --warnings-as-errors and --all. */
+void add_answers(CLI::App &app, CheckOptions &options);
+/** --timeout and --max-size. */
+void add_limits(CLI::App &app, CheckOptions &options);
+/** FORMAT or FORMAT=FILE. @throws CLI::ValidationError */
+ReportOption read_report(const std::string &text);
+
 /** Two reports on stdout could not be told apart. @throws CLI::ValidationError */
 void require_one_on_stdout(const CheckOptions &options);
 

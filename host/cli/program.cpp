@@ -4,6 +4,7 @@
 #include "cli/audit_command.h"
 #include "cli/check_command.h"
 #include "cli/diff_command.h"
+#include "cli/fleet_command.h"
 #include "cli/generate_command.h"
 #include "cli/option_kinds.h"
 #include "cli/points_command.h"
@@ -48,6 +49,7 @@ struct Commands {
     CheckOptions check;
     CheckOptions audit;
     DiffOptions diff;
+    FleetOptions fleet;
     PointsOptions points;
     GenerateOptions generate;
 };
@@ -143,6 +145,20 @@ void add_generate(CLI::App &program, GenerateOptions &options)
         ->check(file_name());
 }
 
+int run_fleet(const CLI::App &app, const FleetOptions &options, const Console &console)
+{
+    if (options.output.empty()) {
+        throw CLI::RequiredError("--output");
+    }
+    if (app.got_subcommand("merge")) {
+        return run_fleet_merge(options, console);
+    }
+    if (options.list.empty() && options.list_from.empty()) {
+        throw CLI::RequiredError("LIST or --list-from");
+    }
+    return run_fleet_command(options, console);
+}
+
 int run_command(CLI::App &app, const Commands &commands, const Console &console)
 {
     const CheckOptions &check = commands.check;
@@ -159,8 +175,11 @@ int run_command(CLI::App &app, const Commands &commands, const Console &console)
         require_one_stdin(commands.audit);
         return run_audit(commands.audit, console);
     }
+    if (app.got_subcommand("fleet")) {
+        return run_fleet(*app.get_subcommand("fleet"), commands.fleet, console);
+    }
     if (!app.got_subcommand("check")) {
-        throw CLI::RequiredError("A command: check, diff, audit, points or generate");
+        throw CLI::RequiredError("A command: check, diff, fleet, audit, points or generate");
     }
     const bool has_edits = !check.edits.empty() || !check.edits_from.empty();
     if (check.running.empty() && !has_edits && check.candidate.empty()) {
@@ -193,6 +212,7 @@ int parse_and_run(int argc, const char *const *argv, const Console &console)
         ->type_name("FILE");
     add_check(app, commands.check);
     add_diff(app, commands.diff);
+    add_fleet(app, commands.fleet);
     add_audit(app, commands.audit);
     add_points(app, commands.points);
     add_generate(app, commands.generate);

@@ -197,4 +197,12 @@ std::string resolution_of(const std::string &rule, const std::string &text)
     return whole != nullptr ? whole->resolve : resolution_of_lines(*known, text);
 }
 
+std::string pattern_of(const std::string &rule, const std::string &text)
+{
+    const Rule *known = find_rule(rule);
+    const std::string said = without_end(text);
+    const RuleText *whole = known != nullptr ? text_that_fits(*known, said) : nullptr;
+    return whole != nullptr ? whole->text : said;
+}
+
 } // namespace host

@@ -52,4 +52,7 @@ bool is_known(const Finding &finding);
  */
 std::string resolution_of(const std::string &rule, const std::string &text);
 
+/** The rule's text that a remark is one of, with braces; the remark itself when none fits. */
+std::string pattern_of(const std::string &rule, const std::string &text);
+
 } // namespace host

@@ -13,23 +13,6 @@ namespace
 
 using Json = nlohmann::ordered_json;
 
-const char *word_for(Result result)
-{
-    switch (result) {
-    case Result::kAccepted:
-        return "accepted";
-    case Result::kRejected:
-        return "rejected";
-    case Result::kNotConfirmed:
-        return "not-confirmed";
-    case Result::kNotChecked:
-        return "not-checked";
-    case Result::kPluginDied:
-        return "plugin-died";
-    }
-    return "unknown";
-}
-
 const char *word_for(engine::Verdict verdict)
 {
     switch (verdict) {
@@ -39,21 +22,6 @@ const char *word_for(engine::Verdict verdict)
         return "warning";
     case engine::Verdict::kRejected:
         return "rejected";
-    }
-    return "unknown";
-}
-
-const char *word_for(Death::Kind kind)
-{
-    switch (kind) {
-    case Death::Kind::kSignal:
-        return "signal";
-    case Death::Kind::kExit:
-        return "exit";
-    case Death::Kind::kException:
-        return "exception";
-    case Death::Kind::kTimeout:
-        return "timeout";
     }
     return "unknown";
 }
@@ -125,9 +93,9 @@ Json confirmation(const Confirmation &confirmation)
 Json death(const Outcome &outcome)
 {
     const Death &end = *outcome.death;
-    Json json{{"kind", word_for(end.kind)}, {"step", name_of(end.step)},
-              {"rule", end.rule},           {"path", end.path},
-              {"number", end.number},       {"exception", end.exception},
+    Json json{{"kind", name_of(end.kind)}, {"step", name_of(end.step)},
+              {"rule", end.rule},          {"path", end.path},
+              {"number", end.number},      {"exception", end.exception},
               {"sentence", sentence(end)}};
     return json;
 }
@@ -201,7 +169,7 @@ Json json_skipped(const std::vector<SkippedPart> &skipped)
 
 Json json_report(const Outcome &outcome, bool with_explanation)
 {
-    Json json{{"result", word_for(outcome.result())},
+    Json json{{"result", name_of(outcome.result())},
               {"exit-code", static_cast<int>(outcome.result())},
               {"running", outcome.running}};
     if (outcome.form != ChangeForm::kNone) {

@@ -7,7 +7,8 @@
 # The folder holds README (why the case matters), expected.txt (stdout, then `exit N`), and one of
 # change.xml, change.json, candidate.xml, overbook.xml; running.xml and card.json stand there or in the folder
 # above. `command` may name another command than check, `arguments` hold further words of the command line, and
-# `stdin` what the program reads. With --update expected.txt is written instead of compared.
+# `stdin` what the program reads. A file `command-line` holds all words instead, as a shell reads them; $scratch is an
+# empty folder. With --update expected.txt is written instead of compared.
 set -uo pipefail
 
 update=no
@@ -37,6 +38,12 @@ inherited() {
 }
 
 command_words() {
+  if [ -f command-line ]; then
+    scratch=$(mktemp -d)
+    trap 'rm -r "$scratch"' EXIT
+    eval "words=($(< command-line))"
+    return
+  fi
   words=(check)
   [ -f command ] && words=("$(< command)")
   local running card

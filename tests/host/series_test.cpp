@@ -49,6 +49,7 @@ protected:
             reports.push_back(json::parse(line));
             reports.back().erase("plugin-output"); // It is read as it comes.
             reports.back().erase("edit");
+            reports.back().erase("sequence");
             for (auto &problem : reports.back()["problems"]) {
                 problem.erase("source");
             }

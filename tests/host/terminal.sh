@@ -13,7 +13,7 @@ answer_with() {
     local code=0 screen
     screen=$(printf '%s\n' "$1" | script --quiet --return --echo never --command \
         "$program check --running ../running.xml --edit change.xml" /dev/null) || code=$?
-    if [ "$code" -ne "$2" ] || [[ $screen != *"warning: "*"Proceed? [yes,no] "*"$3"* ]]; then
+    if [ "$code" -ne "$2" ] || [[ $screen != *"warning:"*"Proceed? [yes,no] "*"$3"* ]]; then
         printf 'To "%s" it ends with exit code %s, and on the terminal stands:\n%s\n' "$1" "$code" "$screen"
         return 1
     fi

@@ -7,11 +7,13 @@
 
 #include <fm_host.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace test_support
 {
@@ -33,6 +35,22 @@ inline std::optional<std::filesystem::path> inherited(const std::filesystem::pat
         }
     }
     return std::nullopt;
+}
+
+/** Whether the case is an ordinary check: nothing is read in another way, and all rules are asked.
+ */
+inline bool is_ordinary(const std::filesystem::path &folder)
+{
+    constexpr std::string_view kOthers[] = {"--skip-foreign", "--default-operation", "--rule",
+                                            "--warnings-as-errors"};
+    std::string word;
+    for (std::ifstream arguments(folder / "arguments"); arguments >> word;) {
+        if (std::find(std::begin(kOthers), std::end(kOthers), word) != std::end(kOthers)) {
+            return false;
+        }
+    }
+    return !exists(folder / "stdin") && !exists(folder / "command") &&
+           !exists(folder / "command-line");
 }
 
 /** @param checked  Whether YANG must allow the candidate; tests may hold what it forbids. */

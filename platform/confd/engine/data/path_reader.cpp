@@ -475,7 +475,7 @@ private:
         std::string text;
         Meaning meaning{};
     };
-    static constexpr std::size_t kPlaces = 2048;
+    static constexpr std::size_t kPlaces = 4096;
     std::vector<Place> m_places = std::vector<Place>(kPlaces);
 };
 

@@ -61,6 +61,9 @@ void TextNodesBuilder::end()
 TextNodes read_text_nodes(const Schema &schema, const Source &source)
 {
     const auto text = without_mark(source.text);
+    if (text.size() >= TextNode::kNone) {
+        return {}; // Beyond what a number of a node holds.
+    }
     TextNodes result = format_of(source.text) == Format::kJson ? read_json_nodes(schema, text)
                                                                : read_xml_nodes(schema, text);
     for (TextNode &node : result.nodes) {
