@@ -127,12 +127,6 @@ private:
     std::string m_out;
 };
 
-bool is_ascii(std::string_view text)
-{
-    return std::all_of(text.begin(), text.end(),
-                       [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-}
-
 void require_wide_xml(const Source &source)
 {
     const std::string encoding = wide_encoding(source.text);
@@ -152,6 +146,12 @@ bool is_utf8_or_ascii(std::string_view encoding)
             [](char a, char b) { return std::tolower(static_cast<unsigned char>(a)) == b; });
     };
     return is("utf-8") || is("us-ascii");
+}
+
+bool is_ascii(std::string_view text)
+{
+    return std::all_of(text.begin(), text.end(),
+                       [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
 void convert_to_utf8(Source &source)

@@ -14,6 +14,9 @@ namespace engine
 /** Whether an encoding's name is UTF-8's, or that of a part of it. */
 bool is_utf8_or_ascii(std::string_view encoding);
 
+/** Whether any encoding that is known here would read the text alike. */
+bool is_ascii(std::string_view text);
+
 /**
  * Converts XML that says by its byte order mark or its declaration that it is in another encoding;
  * the declaration then names none. All characters stay in their lines and columns.

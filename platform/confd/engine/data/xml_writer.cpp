@@ -1,7 +1,7 @@
 #include "engine/data/xml_writer.h"
 
 #include "engine/data/encoding.h"
-#include "engine/data/qualified_name.h"
+#include "engine/data/xml_parts.h"
 
 #include <expat.h>
 
@@ -23,21 +23,6 @@ constexpr std::string_view kBlanks = " \t\r\n";
 std::size_t count_lines(std::string_view text)
 {
     return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
-}
-
-/** Where an attribute of a start tag, which is well-formed, begins. */
-std::size_t find_attribute(std::string_view tag, std::string_view name)
-{
-    auto at = tag.find_first_of(kBlanks);
-    while ((at = tag.find_first_not_of(kBlanks, at)) != std::string_view::npos) {
-        const auto end = tag.find_first_of(" \t\r\n=", at);
-        if (end == std::string_view::npos || tag.substr(at, end - at) == name) {
-            return at;
-        }
-        const auto quote = tag.find_first_of("\"'", end);
-        at = tag.find(tag[quote], quote + 1) + 1;
-    }
-    return 0;
 }
 
 /** Reads a text and writes it again without what libyang refuses. */
@@ -122,10 +107,7 @@ private:
 
     void check_encoding(const XML_Char *encoding) const
     {
-        const bool is_ascii = std::all_of(m_text.begin(), m_text.end(), [](char c) {
-            return static_cast<unsigned char>(c) < 0x80;
-        });
-        if (encoding != nullptr && !is_utf8_or_ascii(encoding) && !is_ascii) {
+        if (encoding != nullptr && !is_utf8_or_ascii(encoding) && !is_ascii(m_text)) {
             fail("The text declares the encoding " + std::string(encoding),
                  "save the file as UTF-8, and declare that or nothing");
         }
@@ -156,8 +138,6 @@ private:
     void write_attribute(const QualifiedName &name, std::string_view value);
     void end(const XML_Char *name);
     void take_text(std::string_view text);
-    enum class Where { kText, kAttribute };
-    static void write_escaped(std::string &out, std::string_view text, Where where);
     void write_lines(std::size_t line);
     /** The tag in the text. */
     std::string_view tag() const
@@ -358,34 +338,6 @@ void XmlWriter::take_text(std::string_view text)
     } else if (text.find_first_not_of(kBlanks) != std::string_view::npos &&
                !m_envelope.is_ignored()) {
         fail("Text beside the data", "");
-    }
-}
-
-void XmlWriter::write_escaped(std::string &out, std::string_view text, Where where)
-{
-    for (const char c : text) {
-        switch (c) {
-        case '&':
-            out += "&amp;";
-            break;
-        case '<':
-            out += "&lt;";
-            break;
-        case '>':
-            out += "&gt;";
-            break;
-        case '"':
-            out += "&quot;";
-            break;
-        case '\r':
-            out += "&#13;";
-            break;
-        case '\n':
-            out += where == Where::kAttribute ? "&#10;" : "\n";
-            break;
-        default:
-            out += c;
-        }
     }
 }
 

@@ -1,6 +1,6 @@
 /**
  * @file
- * Names as expat tells them.
+ * Parts of XML: names as expat tells them, attributes in tags, text.
  */
 #pragma once
 
@@ -37,5 +37,13 @@ struct QualifiedName {
 
     std::string_view space, local, prefix;
 };
+
+/** Where an attribute of a start tag, which is well-formed, begins. */
+std::size_t find_attribute(std::string_view tag, std::string_view name);
+
+/** Where a text is to be written. */
+enum class Where { kText, kAttribute };
+/** Writes it so that it is read as it is. */
+void write_escaped(std::string &out, std::string_view text, Where where);
 
 } // namespace engine
