@@ -19,7 +19,7 @@
 #include "engine/edit/edit.h"
 #include "finding.h"
 #include "fm_host.h"
-#include "report/report.h"
+#include "report/report_formats.h"
 #include "report/report_explain.h"
 #include "report/report_json.h"
 #include "report/report_text.h"
