@@ -77,6 +77,23 @@ std::string remark_on(const LinkFigures &link)
     return text;
 }
 
+std::string room_text(const Room &room)
+{
+    std::string text = std::to_string(room.more);
+    switch (room.limit) {
+    case RoomLimit::kFixed:
+        return text + " f";
+    case RoomLimit::kOnus:
+        return text +
+               (room.more < room.by_bandwidth ? " of " + std::to_string(room.by_bandwidth) : "");
+    case RoomLimit::kMissingLine:
+        return "none";
+    case RoomLimit::kGuaranteed:
+        break;
+    }
+    return text;
+}
+
 std::string port_name(const VlanFigures &vlan)
 {
     return vlan.is_veip ? "VEIP" : "Ethernet " + std::to_string(vlan.port);

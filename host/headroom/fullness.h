@@ -35,6 +35,9 @@ std::string oversubscription(const LinkFigures &link, const Limits &limits);
 /** Where a link differs from a full and sound one, in words; empty: nowhere. */
 std::string remark_on(const LinkFigures &link);
 
+/** How many ONUs fit, with what keeps out one more: 3, `3 f` (fixed rate), `0 of 3` or `none`. */
+std::string room_text(const Room &room);
+
 /** Port of a service profile, as people know it. */
 std::string port_name(const VlanFigures &vlan);
 

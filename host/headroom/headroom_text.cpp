@@ -72,6 +72,7 @@ private:
     std::vector<TextCell> link_row(const LinkFigures &link) const;
     void objections();
     void room();
+    TextCell room_cell(const LinkFigures &link, std::size_t line) const;
     void room_table(const std::vector<std::size_t> &lines, std::size_t first, std::size_t last);
     std::vector<std::size_t> lines_by_use() const;
     void card();
@@ -178,6 +179,16 @@ std::vector<std::size_t> Printer::lines_by_use() const
     return order;
 }
 
+TextCell Printer::room_cell(const LinkFigures &link, std::size_t line) const
+{
+    const LinkFigures *before = m_before != nullptr ? find_link(*m_before, link.port) : nullptr;
+    const std::size_t place =
+        before != nullptr ? find_line(*m_before, m_after.lines[line].name) : std::string::npos;
+    const std::string was = place != std::string::npos ? room_text(before->room[place]) : "";
+    return {before_after(was, room_text(link.room[line])),
+            link.room[line].more == 0 ? Look::kWarning : Look::kPlain};
+}
+
 void Printer::room_table(const std::vector<std::size_t> &lines, std::size_t first, std::size_t last)
 {
     TextTable table;
@@ -187,19 +198,8 @@ void Printer::room_table(const std::vector<std::size_t> &lines, std::size_t firs
     }
     for (const std::size_t line : lines) {
         std::vector<TextCell> row{{m_after.lines[line].name}};
-        for (std::size_t i = first; i < last; ++i) {
-            const LinkFigures &link = m_after.links[i];
-            const LinkFigures *before =
-                m_before != nullptr ? find_link(*m_before, link.port) : nullptr;
-            const std::size_t place = before != nullptr
-                                          ? find_line(*m_before, m_after.lines[line].name)
-                                          : std::string::npos;
-            const std::uint32_t more = link.room[line].more;
-            row.push_back(
-                {before_after(place != std::string::npos ? std::to_string(before->room[place].more)
-                                                         : "",
-                              std::to_string(more)),
-                 more == 0 ? Look::kWarning : Look::kPlain});
+        for (std::size_t link = first; link < last; ++link) {
+            row.push_back(room_cell(m_after.links[link], line));
         }
         table.add_row(std::move(row));
     }
@@ -219,14 +219,23 @@ void Printer::room()
         return;
     }
     heading("How many ONUs more fit");
+    m_out
+        << "f: the fixed rates keep out one more. 0 of 9: the rates of 9 would fit, but not their "
+           "number.\n";
     const auto lines = lines_by_use();
-    std::size_t widest = text_width("line profile");
+    std::size_t head = text_width("line profile");
+    std::size_t column = 1;
     for (const std::size_t line : lines) {
-        widest = std::max(widest, text_width(printable(m_after.lines[line].name)));
+        head = std::max(head, text_width(printable(m_after.lines[line].name)));
+        for (const LinkFigures &link : m_after.links) {
+            column =
+                std::max({column, text_width(link.name), text_width(room_cell(link, line).text)});
+        }
     }
-    constexpr std::size_t kColumn = 12; // Such as `128 → 127`, and the gap.
-    const std::size_t fit = m_detail.width > widest + kColumn ? (m_detail.width - widest) / kColumn
-                                                              : m_after.links.size();
+    column += 2; // The gap.
+    const std::size_t fit = m_detail.width == 0              ? m_after.links.size()
+                            : m_detail.width > head + column ? (m_detail.width - head) / column
+                                                             : 1;
     for (std::size_t first = 0; first < m_after.links.size(); first += fit) {
         m_out << (first > 0 ? "\n" : "");
         room_table(lines, first, std::min(first + fit, m_after.links.size()));
@@ -238,10 +247,9 @@ void Printer::figure(const std::string &name, std::uint32_t value, std::uint32_t
                      std::uint32_t limit, const char *rule)
 {
     const RuleVerdict verdict = verdict_of(m_survey.outcome, rule);
-    TextTable table;
-    const TextCell amount{before_after(m_before != nullptr ? grouped(before) : "", grouped(value)) +
-                          " of " + grouped(limit)};
-    m_out << "  " << name << ": " << amount.text << ", " << percent_text(value, limit) << ", "
+    m_out << "  " << name << ": "
+          << before_after(m_before != nullptr ? grouped(before) : "", grouped(value)) << " of "
+          << grouped(limit) << ", " << percent_text(value, limit) << ", "
           << words_for(verdict.state) << '\n';
 }
 

@@ -53,22 +53,6 @@ std::string link_row(const Survey &survey, const LinkFigures &link)
         is_new || (before != nullptr && has_changed(*before, link)));
 }
 
-/** How many fit, with a letter that tells what keeps out one more. */
-std::string room_text(const Room &room)
-{
-    switch (room.limit) {
-    case RoomLimit::kFixed:
-        return std::to_string(room.more) + " f";
-    case RoomLimit::kOnus:
-        return std::to_string(room.more) + " n";
-    case RoomLimit::kMissingLine:
-        return "none";
-    case RoomLimit::kGuaranteed:
-        break;
-    }
-    return std::to_string(room.more);
-}
-
 std::string room_cell(const Survey &survey, const LinkFigures &link, std::size_t line)
 {
     const std::string after = room_text(link.room[line]);
@@ -152,9 +136,9 @@ std::string room_section(const Survey &survey)
     return section(
         "more", "How many more",
         "<p class=\"soft\">ONUs with a line profile that can be added to a link, their overhead "
-        "counted. What keeps out one more: the guaranteed rate, or where an f stands, the fixed "
-        "rate, or where an n stands, the number of ONUs. Where none fits because a line profile "
-        "does not exist, it says none.</p>\n" +
+        "counted. The guaranteed rates keep out one more, or the fixed rates where an f stands. "
+        "0 of 9: the rates of 9 would fit, but the link has as many ONUs as it may have. None: "
+        "the link is rejected because of a line profile that does not exist.</p>\n" +
             table("ONUs more, by line profile and PON link", heads, rows));
 }
 

@@ -39,6 +39,7 @@ Room room_for(const bandwidth_ctx &line, const LinkDemand &link, const Limits &l
     if (!limits.do_bw_check || numbers < room.more) {
         room.more = numbers;
         room.limit = RoomLimit::kOnus;
+        room.by_bandwidth = limits.do_bw_check ? room.by_bandwidth : numbers;
     }
     return room;
 }
