@@ -63,19 +63,25 @@ Json json_onus(const LinkFigures &link)
     return onus;
 }
 
-Json json_room(const LinkFigures &link, const Figures &figures)
+/** Columns, not objects: there is one for each line profile and link. */
+Json json_room(const LinkFigures &link)
 {
-    Json all = Json::array();
-    for (std::size_t i = 0; i < link.room.size(); ++i) {
-        all.push_back({{"line_profile", figures.lines[i].name},
-                       {"onus", link.room[i].more},
-                       {"by_bandwidth", link.room[i].by_bandwidth},
-                       {"limited_by", name_of(link.room[i].limit)}});
+    Json onus = Json::array();
+    Json by_bandwidth = Json::array();
+    Json limits = Json::array();
+    for (const Room &room : link.room) {
+        onus.push_back(room.more);
+        by_bandwidth.push_back(room.by_bandwidth);
+        limits.push_back(name_of(room.limit));
     }
-    return all;
+    Json json;
+    json["onus"] = std::move(onus);
+    json["by_bandwidth"] = std::move(by_bandwidth);
+    json["limited_by"] = std::move(limits);
+    return json;
 }
 
-Json json_link(const LinkFigures &link, const Figures &figures)
+Json json_link(const LinkFigures &link)
 {
     Json json{{"link", link.name},         {"settings", link.has_settings},
               {"onus", link.onus},         {"guaranteed", link.guaranteed},
@@ -89,7 +95,7 @@ Json json_link(const LinkFigures &link, const Figures &figures)
     }
     json["shares"] = std::move(shares);
     json["largest_onus"] = json_onus(link);
-    json["room"] = json_room(link, figures);
+    json["room"] = json_room(link);
     return json;
 }
 
@@ -113,7 +119,7 @@ Json json_figures(const Figures &figures)
 {
     Json json{{"links", Json::array()}};
     for (const LinkFigures &link : figures.links) {
-        json["links"].push_back(json_link(link, figures));
+        json["links"].push_back(json_link(link));
     }
     json["line_profiles"] = json_lines(figures);
     json["service_ports"] = figures.service_ports;

@@ -29,15 +29,33 @@ Change no_edit(const engine::Schema &schema, const std::string &name)
             {name, std::string("<config xmlns=\"") + schema.module()->ns + "\"/>", {}}};
 }
 
-Policy about_limits(Policy policy)
+Policy about(Policy policy, const std::vector<const char *> &rules)
 {
     policy.all = true;
     policy.only.clear();
-    for (const char *rule :
-         {kLinkRule, kCardBandwidthRule, kServicePortRule, kVlanRule, kRealTimeRule}) {
+    for (const char *rule : rules) {
         policy.only.push_back({rule, ""});
     }
     return policy;
+}
+
+/**
+ * Asks the rules that limit something. The check of all links comes first: only where that objects
+ * each link is asked about, to know which it is.
+ */
+Outcome ask_rules(Checker &checker, const Change &change, const Policy &policy,
+                  CheckListener &listener)
+{
+    Outcome outcome = checker.check(
+        change, about(policy, {kCardBandwidthRule, kServicePortRule, kVlanRule, kRealTimeRule}),
+        listener);
+    if (outcome.completed && verdict_of(outcome, kCardBandwidthRule).is_objection()) {
+        Outcome links = checker.check(change, about(policy, {kLinkRule}), listener);
+        links.runs.insert(links.runs.end(), outcome.runs.begin(), outcome.runs.end());
+        links.skipped = std::move(outcome.skipped);
+        return links;
+    }
+    return outcome;
 }
 
 RuleVerdict::State state_of(engine::Verdict verdict)
@@ -92,8 +110,9 @@ Survey survey(Checker &checker, const Change &change, const Policy &policy, Chec
     found.figures = read_committed();
     const bool is_change = change.form != ChangeForm::kNone;
     const auto &schema = checker.running().schema();
-    found.outcome = checker.check(is_change ? change : no_edit(schema, "the running configuration"),
-                                  about_limits(policy), listener);
+    found.outcome =
+        ask_rules(checker, is_change ? change : no_edit(schema, "the running configuration"),
+                  policy, listener);
     found.outcome.form = change.form;
     found.outcome.change = change.source.name;
     if (is_change && found.outcome.transaction != 0 && found.outcome.problems.empty()) {
@@ -132,6 +151,10 @@ RuleVerdict verdict_on(const Survey &survey, const LinkFigures &link)
     }
     if (!link.has_settings) {
         return {RuleVerdict::State::kNoSettings, ""};
+    }
+    const RuleVerdict all = verdict_of(survey.outcome, kCardBandwidthRule);
+    if (!all.is_objection()) {
+        return all; // It has looked at every link.
     }
     return verdict_of(survey.outcome, kLinkRule,
                       "/config/gpon{1/1}/pon-link{" + std::to_string(link.port) + "}/upstream");
