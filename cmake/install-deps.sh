@@ -11,6 +11,7 @@ declare -A groups=(
     [packages]="dpkg-dev file"
     [test-reports]="python3 python3-jsonschema libxml2-utils"
     [npm]="npm"
+    [test-pages]="chromium"
     [test-packages]="debootstrap lintian python3"
     [test-fleet]="slurmctld slurmd slurm-client munge parallel openssh-server openssh-client"
     [bench]="libyang-tools python3"

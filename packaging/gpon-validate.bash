@@ -5,12 +5,12 @@ _gpon_validate()
     local current=$2 previous=$3 command=${COMP_WORDS[1]} words=
     COMPREPLY=()
     if [ "$COMP_CWORD" -eq 1 ]; then
-        words="check diff fleet audit points generate --config --help --version"
+        words="check headroom diff fleet audit points generate --config --help --version"
         mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
         return
     fi
     case $previous in
-    --config | --running | --edit | --card | --plugin | --trace-file | --output | -o)
+    --config | --running | --edit | --card | --plugin | --trace-file | --output | -o | --html)
         compopt -o filenames
         mapfile -t COMPREPLY < <(compgen -f -- "$current")
         return
@@ -35,6 +35,15 @@ _gpon_validate()
         check)
             words="--running --edit --edits --in-turn --default-operation --skip-foreign --card --plugin --yes --no --warnings-as-errors --all --new-only --rule --diff --explain --calls --reads --json
                 --report --check-running --no-reuse --in-process --timeout --max-size --trace --trace-file --color --config --help"
+            if [[ $current != -* ]]; then
+                compopt -o filenames
+                mapfile -t COMPREPLY < <(compgen -f -- "$current")
+                return
+            fi
+            ;;
+        headroom)
+            words="--running --edit --default-operation --skip-foreign --card --plugin --json --all --html --max-size
+                --color --help"
             if [[ $current != -* ]]; then
                 compopt -o filenames
                 mapfile -t COMPREPLY < <(compgen -f -- "$current")

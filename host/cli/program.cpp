@@ -7,6 +7,7 @@
 #include "cli/diff_command.h"
 #include "cli/fleet_command.h"
 #include "cli/generate_command.h"
+#include "cli/headroom_command.h"
 #include "cli/option_kinds.h"
 #include "cli/points_command.h"
 #include "cli/usage_error.h"
@@ -53,6 +54,7 @@ struct Commands {
     FleetOptions fleet;
     PointsOptions points;
     GenerateOptions generate;
+    HeadroomOptions headroom;
 };
 
 /** The parser takes the next word for the value of an option that ends with `=`. */
@@ -172,6 +174,9 @@ int run_command(CLI::App &app, const Commands &commands, const Console &console)
     if (app.got_subcommand("diff")) {
         return run_diff(commands.diff, console);
     }
+    if (app.got_subcommand("headroom")) {
+        return run_headroom(commands.headroom, console);
+    }
     if (app.got_subcommand("audit")) {
         require_one_stdin(commands.audit);
         return run_audit(commands.audit, console);
@@ -180,7 +185,7 @@ int run_command(CLI::App &app, const Commands &commands, const Console &console)
         return run_fleet(*app.get_subcommand("fleet"), commands.fleet, console);
     }
     if (!app.got_subcommand("check")) {
-        throw CLI::RequiredError("A command: check, diff, fleet, audit, points or generate");
+        throw CLI::RequiredError("A command: check, headroom, diff, fleet, audit, points or generate");
     }
     const bool has_edits = !check.edits.empty() || !check.edits_from.empty();
     if (check.running.empty() && !has_edits && check.candidate.empty()) {
@@ -212,6 +217,7 @@ int parse_and_run(int argc, const char *const *argv, const Console &console)
                    "command, such as [check] with card = \"card.json\"")
         ->type_name("FILE");
     add_check(app, commands.check);
+    add_headroom(app, commands.headroom);
     add_diff(app, commands.diff);
     add_fleet(app, commands.fleet);
     add_audit(app, commands.audit);

@@ -15,17 +15,6 @@ using validation::Candidate;
 using validation::ListCursor;
 using validation::reject;
 
-namespace
-{
-
-constexpr std::int32_t kPasswordMethod = 2;
-constexpr std::string_view kSerialNumber =
-    "serial-number"; // Compared for each ONU, by length first.
-constexpr const char *kPassword = "password";
-constexpr int kLeafTextSize = 8192;
-constexpr std::size_t kLocationSize = 32; // Enough for all numbers of links and ONUs.
-
-/** The vendor's four characters stay as entered; the rest are hexadecimal digits of either case. */
 void fold_serial_number(std::string &serial_number)
 {
     constexpr std::size_t kVendorLength = 4;
@@ -35,6 +24,16 @@ void fold_serial_number(std::string &serial_number)
                        return static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
                    });
 }
+
+namespace
+{
+
+constexpr std::int32_t kPasswordMethod = 2;
+constexpr std::string_view kSerialNumber =
+    "serial-number"; // Compared for each ONU, by length first.
+constexpr const char *kPassword = "password";
+constexpr int kLeafTextSize = 8192;
+constexpr std::size_t kLocationSize = 32; // Enough for all numbers of links and ONUs.
 
 void append_line(std::ostream &report, const std::string &location, const std::string &label,
                  const std::string &value)
