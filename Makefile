@@ -14,7 +14,7 @@ linted := ^$(CURDIR)/($(shell echo $(source_dirs) | tr ' ' '|'))/
 
 .DEFAULT_GOAL := help
 .PHONY: help run headroom program test test-powerpc test-reports sizes packages test-packages test-fleet test-pages bench \
-    bench-fleet plot mutants soak fuzz     coverage docs api-docs build configure format lint clean
+    bench-fleet plot mutants soak fuzz coverage docs api-docs build configure format lint clean
 
 help: ## Lists these commands
 	@echo "Besides git, make is all that has to be there first: on Debian 12 the rest is installed"

@@ -276,7 +276,7 @@ void Checker::explain(const Candidate &candidate, const Policy &policy, Outcome 
     if (has_remarks) {
         timed(outcome.phases, "places", [&] {
             const auto &change = candidate.change;
-            add_evidence(outcome, m_framework->schema(), change.form,
+            add_evidence(outcome, m_framework->schema(),
                          change.form == ChangeForm::kNone ? m_running_source : change.source);
         });
     }
