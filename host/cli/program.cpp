@@ -2,6 +2,7 @@
 
 #include "checker/outcome.h"
 #include "cli/audit_command.h"
+#include "cli/bundle_check.h"
 #include "cli/check_arguments.h"
 #include "cli/check_command.h"
 #include "cli/diff_command.h"
@@ -10,6 +11,7 @@
 #include "cli/headroom_command.h"
 #include "cli/option_kinds.h"
 #include "cli/points_command.h"
+#include "cli/replay_command.h"
 #include "cli/usage_error.h"
 #include "report/printable.h"
 
@@ -55,6 +57,7 @@ struct Commands {
     PointsOptions points;
     GenerateOptions generate;
     HeadroomOptions headroom;
+    ReplayOptions replay;
 };
 
 /** The parser takes the next word for the value of an option that ends with `=`. */
@@ -174,6 +177,9 @@ int run_command(CLI::App &app, const Commands &commands, const Console &console)
     if (app.got_subcommand("diff")) {
         return run_diff(commands.diff, console);
     }
+    if (app.got_subcommand("replay")) {
+        return run_replay(commands.replay, console);
+    }
     if (app.got_subcommand("headroom")) {
         return run_headroom(commands.headroom, console);
     }
@@ -185,7 +191,8 @@ int run_command(CLI::App &app, const Commands &commands, const Console &console)
         return run_fleet(*app.get_subcommand("fleet"), commands.fleet, console);
     }
     if (!app.got_subcommand("check")) {
-        throw CLI::RequiredError("A command: check, headroom, diff, fleet, audit, points or generate");
+        throw CLI::RequiredError(
+            "A command: check, headroom, diff, fleet, audit, points, generate or replay");
     }
     const bool has_edits = !check.edits.empty() || !check.edits_from.empty();
     if (check.running.empty() && !has_edits && check.candidate.empty()) {
@@ -199,7 +206,7 @@ int run_command(CLI::App &app, const Commands &commands, const Console &console)
         throw CLI::RequiresError("--in-turn", "--edit or --edits");
     }
     require_one_on_stdout(check);
-    return run_check(check, console);
+    return check.bundle.empty() ? run_check(check, console) : check_and_bundle(check, console);
 }
 
 int parse_and_run(int argc, const char *const *argv, const Console &console)
@@ -223,6 +230,7 @@ int parse_and_run(int argc, const char *const *argv, const Console &console)
     add_audit(app, commands.audit);
     add_points(app, commands.points);
     add_generate(app, commands.generate);
+    add_replay(app, commands.replay);
     try {
         refuse_empty_values(argc, argv);
         app.parse(argc, argv);

@@ -8,7 +8,7 @@ packaging=$1
 shift
 
 # Only where an option is introduced, at the start of a line; texts mention others.
-helped=$({ "$@" --help; for command in check headroom diff fleet audit points generate; do "$@" "$command" --help; done; } |
+helped=$({ "$@" --help; for command in check headroom diff fleet audit points generate replay; do "$@" "$command" --help; done; } |
     grep -oE '^ +(-[a-z],)?--[a-z-]+' | grep -oE -- '--[a-z-]+' | sort -u)
 [ "$(wc -l <<< "$helped")" -gt 20 ] || { echo "--help tells too few options: $helped"; exit 1; }
 
