@@ -178,14 +178,14 @@ int loadAllLines(std::int32_t maapi_sock, confd_trans_ctx *tctx)
     const cl_ElapsedTime stopwatch;
     for (ListCursor lines(Candidate(maapi_sock, tctx), kLineProfiles); lines.has_entry();
          lines.next()) {
-        const std::string name = print_value(lines.key());
+        std::string name = print_value(lines.key());
         TRACE(kTraceFine, "Loading line %s", name.c_str());
         bwctx line{};
         // An unknown bandwidth profile was logged; the line profile counts without it.
-        loadAllTconts(maapi_sock, tctx, kLineProfiles + ("{" + name + "}/tcont"), line);
+        loadAllTconts(maapi_sock, tctx, joined({kLineProfiles, "{", name, "}/tcont"}), line);
         TRACE(kTraceFine, "Line %s has dynamic=%d static=%d TCONTs", name.c_str(),
               line.dynamic_tconts, line.static_tconts);
-        line_profiles.emplace(name, line);
+        line_profiles.emplace(std::move(name), line);
     }
     TRACE(kTraceFine, "Took %d msecs to load all line profiles from ConfD",
           stopwatch.get_elapsed_time_msec());
