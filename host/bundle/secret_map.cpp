@@ -129,7 +129,10 @@ std::string SecretMap::made_up(const std::string &folded)
 {
     std::string text = folded;
     for (std::size_t at = 0; at < text.size(); ++at) {
-        shift(text, at, m_random() % choices_at(text, at));
+        const std::size_t choices = choices_at(text, at);
+        if (choices > 1) {
+            shift(text, at, 1 + m_random() % (choices - 1)); // Another one at each place.
+        }
     }
     const std::string first = text;
     while (!is_free(text)) {

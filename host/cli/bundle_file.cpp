@@ -1,5 +1,6 @@
 #include "cli/bundle_file.h"
 
+#include "cli/kept_options.h"
 #include "report/report_json.h"
 
 #include <cstdio>

@@ -4,7 +4,8 @@
  */
 #pragma once
 
-#include "cli/bundle_check.h"
+#include "bundle/archive.h"
+#include "cli/kept_check.h"
 
 namespace host
 {

@@ -1,4 +1,4 @@
-#include "cli/bundle_check.h"
+#include "cli/kept_options.h"
 
 #include <utility>
 

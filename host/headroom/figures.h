@@ -4,8 +4,6 @@
  */
 #pragma once
 
-#include "engine/session/framework.h"
-
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -122,11 +120,5 @@ struct Figures {
     std::vector<UnusedProfile> unused;
     std::vector<NearCollision> near_collisions;
 };
-
-/**
- * Reads the figures of a transaction's candidate. The sums of a link are those of the bandwidth
- * check. Capacities are those of the card in use.
- */
-Figures read_figures(const engine::Transaction &transaction);
 
 } // namespace host

@@ -1,5 +1,6 @@
 #include "headroom/survey.h"
 
+#include "headroom/read_figures.h"
 #include "report/words.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-#include "headroom/figures.h"
+#include "headroom/read_figures.h"
 
 #include "headroom/card_figures.h"
 #include "headroom/link_figures.h"
