@@ -28,6 +28,7 @@ public:
     void add_whole(const lyd_node *node);
     /** Selects a node for the sake of what is selected below it. */
     void add_inner(const lyd_node *node) { m_inner.insert(node); }
+    bool empty() const { return m_whole.empty(); }
 
     /**
      * Copies what is selected, with the keys of list entries on the way. Flags of defaults are
