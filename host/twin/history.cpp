@@ -262,6 +262,7 @@ History::History(std::unique_ptr<Storage> storage) : m_storage(std::move(storage
 
 History::~History() = default;
 History::History(History &&) noexcept = default;
+History &History::operator=(History &&) noexcept = default;
 
 History History::open(const std::filesystem::path &folder, Access access)
 {

@@ -111,6 +111,7 @@ public:
     static History in_memory();
     ~History();
     History(History &&) noexcept;
+    History &operator=(History &&) noexcept;
 
     /** Whether there is no configuration yet, as in a new folder. */
     bool empty() const;

@@ -34,7 +34,11 @@ public:
     /** @param nodes  The elements below <filter>; none selects nothing. */
     explicit SubtreeFilter(std::vector<FilterNode> nodes) : m_nodes(std::move(nodes)) {}
 
-    /** Takes what libyang made of <filter>: an anyxml or opaque node. @throws FilterError */
+    /**
+     * Takes what libyang made of <filter>: an anyxml or opaque node. Attributes that its modules do
+     * not know are not in it any more.
+     * @throws FilterError
+     */
     static SubtreeFilter from(const lyd_node *filter);
 
     /** What it selects of a tree. @param data  First sibling at the top; may be null. */
