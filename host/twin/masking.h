@@ -1,0 +1,43 @@
+/**
+ * @file
+ * Secrets that not everybody may see.
+ */
+#pragma once
+
+#include "engine/schema/schema.h"
+
+#include <optional>
+#include <string>
+#include <unordered_set>
+
+namespace host::twin
+{
+
+/**
+ * Knows the secrets of the card's model, in trees of any context that holds that model. What stands
+ * in their place is no valid value, so that it cannot come back in an edit unnoticed.
+ */
+class Masking
+{
+public:
+    explicit Masking(const engine::Schema &schema);
+
+    /** Whether the node is a leaf or leaf-list whose value must not be shown. */
+    bool is_secret(const lyd_node *node) const;
+    /** Whether there is one at or below the first sibling or those behind it. */
+    bool has_secrets(const lyd_node *tree) const;
+    /**
+     * Puts engine::kMaskedValue in place of all secrets of a tree and its siblings. What comes is
+     * for printing: the masked nodes are opaque.
+     * @param tree  First sibling; may be another one afterwards.
+     */
+    void mask(lyd_node *&tree) const;
+
+private:
+    bool is_secret(const lysc_node *node) const;
+
+    std::unordered_set<std::string> m_paths; /**< Schema paths, without choices and cases. */
+    std::unordered_set<std::string> m_names; /**< The last names in them, to look at few paths. */
+};
+
+} // namespace host::twin
