@@ -80,7 +80,10 @@ public:
     const std::optional<PendingConfirmation> &pending() const { return m_pending; }
 
 private:
-    std::optional<Reversal> end(ConfirmEvent event);
+    /** Whether what is pending keeps the session from committing or cancelling. */
+    std::optional<Refusal> refuse_session(const std::optional<std::string> &persist_id,
+                                          std::uint32_t session) const;
+    Reversal end(ConfirmEvent event);
 
     std::optional<PendingConfirmation> m_pending;
     Clock::time_point m_deadline{};

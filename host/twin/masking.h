@@ -6,7 +6,6 @@
 
 #include "engine/schema/schema.h"
 
-#include <optional>
 #include <string>
 #include <unordered_set>
 
@@ -27,17 +26,15 @@ public:
     /** Whether there is one at or below the first sibling or those behind it. */
     bool has_secrets(const lyd_node *tree) const;
     /**
-     * Puts engine::kMaskedValue in place of all secrets of a tree and its siblings. What comes is
-     * for printing: the masked nodes are opaque.
-     * @param tree  First sibling; may be another one afterwards.
+     * Puts engine::kMaskedValue in place of all secrets below the first node and its siblings, for
+     * printing: the masked nodes are opaque, and the last of their siblings.
      */
-    void mask(lyd_node *&tree) const;
+    void mask(lyd_node *tree) const;
 
 private:
-    bool is_secret(const lysc_node *node) const;
-
     std::unordered_set<std::string> m_paths; /**< Schema paths, without choices and cases. */
     std::unordered_set<std::string> m_names; /**< The last names in them, to look at few paths. */
+    std::string m_ns;
 };
 
 } // namespace host::twin

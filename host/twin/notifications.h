@@ -1,58 +1,28 @@
 /**
  * @file
- * The stream of events and who has subscribed to it (RFC 5277, RFC 6470). Without sockets: the
+ * The stream of events and who has subscribed to it (RFC 5277). Without sockets: the
  * server sends what comes out of here.
  */
 #pragma once
 
-#include "twin/confirmed_commit.h"
+#include "twin/event_bodies.h"
 #include "twin/subtree_filter.h"
 
-#include <chrono>
 #include <cstdint>
 #include <deque>
 #include <map>
 #include <optional>
 #include <string>
-#include <variant>
 #include <vector>
 
 namespace host::twin
 {
-
-/** Wall-clock time, as events carry it. */
-using EventTime = std::chrono::system_clock::time_point;
 
 /** An event's element, as XML. */
 struct Event {
     EventTime time;
     std::string body;
 };
-
-/** Reads a date and time of YANG (RFC 3339); nothing for any other text. */
-std::optional<EventTime> event_time_of(std::string_view text);
-/** In UTC, to the millisecond. */
-std::string text_of(EventTime time);
-
-/** Bodies of events (RFC 6470). Author::session 0 stands for the server itself. */
-struct ConfigEdit {
-    std::string target;    /**< Instance identifier; its prefixes are names of modules. */
-    std::string operation; /**< merge, replace, create, delete or remove. */
-};
-/** @param namespaces  Of the modules in targets, by name. */
-std::string config_change_body(const Author &author, const std::string &datastore,
-                               const std::vector<ConfigEdit> &edits,
-                               const std::map<std::string, std::string> &namespaces);
-std::string session_start_body(const Author &author);
-/** @param killed_by  Session that ended it, for the reason "killed".
- *  @param reason     closed, killed, dropped, timeout, bad-hello or other. */
-std::string session_end_body(const Author &author, const std::string &reason,
-                             std::optional<std::uint32_t> killed_by = {});
-/** @param timeout  For kStart and kExtend. */
-std::string confirmed_commit_body(const Author &author, ConfirmEvent event,
-                                  std::chrono::seconds timeout);
-std::string replay_complete_body();
-std::string notification_complete_body();
 
 /** What a client asks for with <create-subscription>. */
 struct SubscriptionRequest {
@@ -106,6 +76,7 @@ public:
     std::optional<EventTime> log_aged() const { return m_aged; }
 
 private:
+    bool is_sent(const SubscriptionRequest &request, const Event &event) const;
     bool selects(const SubscriptionRequest &request, const Event &event) const;
 
     const ly_ctx *m_context;
