@@ -10,6 +10,11 @@
 #include <optional>
 #include <string>
 
+namespace CLI
+{
+class App;
+}
+
 namespace host
 {
 

@@ -1,7 +1,7 @@
 /** Reports for pipelines: what golden cases cannot hold, and files that cannot be written. */
 #include "program_runner.h"
 
-#include "report/report.h"
+#include "report/report_formats.h"
 
 #include <nlohmann/json.hpp>
 

@@ -1,0 +1,83 @@
+#include "twin/server_context.h"
+
+#include "card_model.h"
+#include "twin/server_modules.h"
+
+#include <array>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace host::twin
+{
+namespace
+{
+
+/** Files of IETF modules have their revision in their names. */
+bool is_named(const model::YangText &text, std::string_view name)
+{
+    return text.name == name ||
+           (text.name.substr(0, name.size()) == name && text.name.substr(name.size(), 1) == "@");
+}
+
+const model::YangText *find_text(std::string_view name)
+{
+    for (const auto *texts : {&model::yang_texts(), &model::server_yang_texts()}) {
+        for (const auto &text : *texts) {
+            if (is_named(text, name)) {
+                return &text;
+            }
+        }
+    }
+    return nullptr;
+}
+
+LY_ERR give_text(const char *module, const char *, const char *submodule, const char *, void *,
+                 LYS_INFORMAT *format, const char **data, ly_module_imp_data_free_clb *free_data)
+{
+    const auto *text = find_text(submodule != nullptr ? submodule : module);
+    if (text == nullptr) {
+        return LY_ENOTFOUND;
+    }
+    *format = LYS_IN_YANG;
+    *data = text->text.data();
+    *free_data = nullptr;
+    return LY_SUCCESS;
+}
+
+void load(ly_ctx *context, const std::string &name, std::vector<const char *> features = {})
+{
+    features.push_back(nullptr);
+    if (ly_ctx_load_module(context, name.c_str(), nullptr, features.data()) == nullptr) {
+        const char *why = ly_errmsg(context);
+        throw std::runtime_error("module " + name + " cannot be loaded: " +
+                                 (why != nullptr ? why : "not found"));
+    }
+}
+
+} // namespace
+
+ServerContext make_server_context(bool writable_running)
+{
+    ly_ctx *made = nullptr;
+    if (ly_ctx_new(nullptr, LY_CTX_DISABLE_SEARCHDIRS, &made) != LY_SUCCESS) {
+        throw std::runtime_error("no libyang context can be made");
+    }
+    ServerContext context(made);
+    ly_ctx_set_module_imp_clb(made, give_text, nullptr);
+    std::vector<const char *> features{"candidate",         "confirmed-commit", "validate",
+                                       "rollback-on-error", "startup",          "xpath"};
+    if (writable_running) {
+        features.push_back("writable-running");
+    }
+    load(made, "ietf-netconf", features);
+    for (const char *name :
+         {"ietf-netconf-monitoring", "ietf-netconf-with-defaults", "notifications",
+          "nc-notifications", "ietf-netconf-notifications", "gpon-twin-confirm"}) {
+        load(made, name);
+    }
+    load(made, std::string(model::kMainModule));
+    return context;
+}
+
+} // namespace host::twin

@@ -1,0 +1,29 @@
+/**
+ * @file
+ * What the server's libyang context holds: NETCONF's own modules and the card's model.
+ */
+#pragma once
+
+#include <libyang/libyang.h>
+
+#include <memory>
+#include <string_view>
+
+namespace host::twin
+{
+
+inline constexpr const char *kNetconfNamespace = "urn:ietf:params:xml:ns:netconf:base:1.0";
+inline constexpr const char *kConfirmNamespace = "urn:olt:gpon:twin:confirm";
+
+struct FreeContext {
+    void operator()(ly_ctx *context) const { ly_ctx_destroy(context); }
+};
+using ServerContext = std::unique_ptr<ly_ctx, FreeContext>;
+
+/**
+ * RPCs are parsed in this context, and replies made. The configurations are in the engine's own.
+ * @throws std::runtime_error
+ */
+ServerContext make_server_context(bool writable_running);
+
+} // namespace host::twin
