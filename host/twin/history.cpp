@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <mutex>
 #include <sstream>
 #include <utility>
@@ -73,6 +74,12 @@ std::vector<std::string> words_of(const std::string &text)
     return words;
 }
 
+std::int64_t now_ms()
+{
+    using namespace std::chrono;
+    return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
+}
+
 void bind(SQLite::Statement &statement, const Author &author)
 {
     statement.bind(":user", author.user);
@@ -93,6 +100,7 @@ Commit commit_of(SQLite::Statement &row)
 {
     Commit commit;
     commit.number = row.getColumn("number").getInt64();
+    commit.base = row.getColumn("base").getInt64();
     commit.time_ms = row.getColumn("time_ms").getInt64();
     commit.author = author_of(row);
     commit.kind = value_of(kKinds, row.getColumn("kind").getString());
@@ -135,11 +143,12 @@ StoredConfiguration configuration_after(SQLite::Database &database, CommitNumber
         if (form == Form::kEdit) {
             configuration.edits.push_back(row.getColumn("text").getString());
         }
-        const CommitNumber base = row.getColumn("base").getInt64();
-        if (base >= number) {
+        const CommitNumber before =
+            row.getColumn(form == Form::kRestore ? "restored" : "base").getInt64();
+        if (before >= number) {
             throw HistoryError("commit " + std::to_string(number) + " has no beginning");
         }
-        number = base;
+        number = before;
         text = snapshot(database, number);
     }
     configuration.snapshot = std::move(*text);
@@ -165,10 +174,10 @@ CommitNumber insert(SQLite::Database &database, const Commit &commit, const Step
 {
     SQLite::Statement row(database,
                           "INSERT INTO commits (time_ms, user, role, session, transport, host, "
-                          "kind, verdict, confirmations, form, text, base) VALUES (:time_ms, "
-                          ":user, :role, :session, :transport, :host, :kind, :verdict, "
-                          ":confirmations, :form, :text, :base)");
-    row.bind(":time_ms", commit.time_ms);
+                          "kind, verdict, confirmations, form, text, base, restored) VALUES "
+                          "(:time_ms, :user, :role, :session, :transport, :host, :kind, :verdict, "
+                          ":confirmations, :form, :text, :base, :restored)");
+    row.bind(":time_ms", commit.time_ms != 0 ? commit.time_ms : now_ms());
     bind(row, commit.author);
     row.bind(":kind", text_of(kKinds, commit.kind));
     row.bind(":verdict", commit.verdict);
@@ -176,6 +185,7 @@ CommitNumber insert(SQLite::Database &database, const Commit &commit, const Step
     row.bind(":form", text_of(kForms, step.form));
     row.bind(":text", step.text);
     row.bind(":base", base);
+    row.bind(":restored", step.restored);
     row.exec();
     return database.getLastInsertRowid();
 }
@@ -335,9 +345,7 @@ CommitNumber History::add(const Commit &commit, const Step &step,
 {
     Storage &storage = *m_storage;
     const CommitNumber number = storage.change([&](auto &database) {
-        const CommitNumber base =
-            step.form == Form::kRestore ? step.restored : running_of(database).value_or(0);
-        const CommitNumber added = insert(database, commit, step, base);
+        const CommitNumber added = insert(database, commit, step, running_of(database).value_or(0));
         if (step.form != Form::kNothing) {
             set_running(database, added);
         }
@@ -455,12 +463,8 @@ Step History::step(CommitNumber number) const
 {
     return m_storage->with([&](auto &database) {
         auto row = row_of(database, number);
-        Step step{value_of(kForms, row.getColumn("form").getString()),
-                  row.getColumn("text").getString()};
-        if (step.form == Form::kRestore) {
-            step.restored = row.getColumn("base").getInt64();
-        }
-        return step;
+        return Step{value_of(kForms, row.getColumn("form").getString()),
+                    row.getColumn("text").getString(), row.getColumn("restored").getInt64()};
     });
 }
 

@@ -50,7 +50,8 @@ const char *name_of(CommitKind kind);
 /** One line of the history. */
 struct Commit {
     CommitNumber number = 0;  /**< Given by the history. */
-    std::int64_t time_ms = 0; /**< Since 1970, UTC. */
+    CommitNumber base = 0;    /**< What was running before it; given by the history. */
+    std::int64_t time_ms = 0; /**< Since 1970, UTC; 0 is now for a commit to be added. */
     Author author;
     CommitKind kind = CommitKind::kCommit;
     std::string verdict = "accepted";       /**< As in reports: accepted, rejected, ... */

@@ -26,7 +26,7 @@ CREATE TABLE commits (
     number INTEGER PRIMARY KEY, time_ms INTEGER NOT NULL,
     user TEXT NOT NULL, role TEXT NOT NULL, session INTEGER NOT NULL, transport TEXT NOT NULL,
     host TEXT NOT NULL, kind TEXT NOT NULL, verdict TEXT NOT NULL, confirmations TEXT NOT NULL,
-    form TEXT NOT NULL, text TEXT NOT NULL, base INTEGER NOT NULL) STRICT;
+    form TEXT NOT NULL, text TEXT NOT NULL, base INTEGER NOT NULL, restored INTEGER NOT NULL) STRICT;
 CREATE TABLE snapshots (number INTEGER PRIMARY KEY, text TEXT NOT NULL) STRICT;
 CREATE TABLE running (one INTEGER PRIMARY KEY CHECK (one = 1), number INTEGER NOT NULL) STRICT;
 CREATE TABLE startup (one INTEGER PRIMARY KEY CHECK (one = 1), number INTEGER, text TEXT) STRICT;
@@ -46,6 +46,15 @@ void set(SQLite::Database &database, const char *pragma, int value)
     database.exec(std::string("PRAGMA ") + pragma + " = " + std::to_string(value));
 }
 
+/** Makes the file, if there is none, for its owner alone: there are passwords in it. */
+void make_private(const std::string &name)
+{
+    const int file = open(name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    if (file >= 0) {
+        close(file);
+    }
+}
+
 } // namespace
 
 HistoryFile::HistoryFile(const fs::path &folder, History::Access access)
@@ -54,10 +63,9 @@ HistoryFile::HistoryFile(const fs::path &folder, History::Access access)
     const bool serves = access == History::Access::kServe;
     if (serves) {
         std::error_code error;
-        if (fs::create_directories(folder, error)) {
-            fs::permissions(folder, fs::perms::owner_all, error); // There are passwords in it.
-        }
+        fs::create_directories(folder, error);
         lock(folder);
+        make_private(m_name);
     } else if (!fs::exists(m_name)) {
         throw HistoryError(m_name + ": there is no history");
     }

@@ -72,7 +72,7 @@ TEST(History, IsTheSameAfterRestarts)
     std::optional<std::string> startup;
     std::mt19937 random(14);
     std::size_t snapshots = 0;
-    for (int step = 0; step < 3000; ++step) {
+    for (int step = 0; step < 1500; ++step) {
         const std::string letter(1, static_cast<char>('b' + random() % 25));
         switch (random() % 256) {
         case 0:
@@ -152,6 +152,7 @@ TEST(History, TellsWhoDidWhat)
     EXPECT_EQ(commits[0].verdict, "rejected");
     const Commit &first = commits[1];
     EXPECT_EQ(first.number, 1);
+    EXPECT_EQ(commits[0].base, 1);
     EXPECT_EQ(first.time_ms, 1700000000123);
     EXPECT_EQ(first.kind, CommitKind::kEdit);
     EXPECT_EQ(first.author.role + first.author.transport + first.author.host,
