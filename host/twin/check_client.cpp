@@ -29,14 +29,22 @@ pid_t spawn(int fd)
     // The file descriptor may be the wanted one already: it must lose its close-on-exec flag.
     posix_spawn_file_actions_adddup2(&actions, fd, kCheckProcessFd);
     posix_spawn_file_actions_addclosefrom_np(&actions, kCheckProcessFd + 1);
+    // The server's threads block the signals that end it; the process must not inherit that.
+    posix_spawnattr_t attributes{};
+    posix_spawnattr_init(&attributes);
+    sigset_t none{};
+    sigemptyset(&none);
+    posix_spawnattr_setsigmask(&attributes, &none);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
     std::array<char, 10> name{"gpon-twin"};
     std::array<char, 14> task{};
     std::strcpy(task.data(), kCheckProcess);
     const std::array<char *, 3> words{name.data(), task.data(), nullptr};
     pid_t process = -1;
     const int failure =
-        posix_spawn(&process, "/proc/self/exe", &actions, nullptr, words.data(), environ);
+        posix_spawn(&process, "/proc/self/exe", &actions, &attributes, words.data(), environ);
     posix_spawn_file_actions_destroy(&actions);
+    posix_spawnattr_destroy(&attributes);
     if (failure != 0) {
         throw CheckFailure(std::string("the check process cannot be started: ") +
                            std::strerror(failure));
@@ -96,6 +104,11 @@ void CheckClient::Turn::commit()
     } catch (const CheckFailure &) {
         m_client.stop(true);
     }
+}
+
+void CheckClient::Turn::forget()
+{
+    m_client.stop(true);
 }
 
 void CheckClient::start()

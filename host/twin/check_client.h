@@ -51,6 +51,8 @@ public:
         /** The change of the last check, which was accepted, is running from now on. When this
          *  fails the next process starts with it. */
         void commit();
+        /** What is running has changed without a check: the process starts anew. */
+        void forget();
 
     private:
         friend class CheckClient;

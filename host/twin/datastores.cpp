@@ -24,7 +24,7 @@ Datastore parsed(const Datastore &running, const Source &configuration)
 }
 
 /** The edit that makes `after` of `before`, wherever they may differ. */
-std::string difference(const Datastore &before, const Datastore &after)
+TreeEdit difference(const Datastore &before, const Datastore &after)
 {
     Touched anywhere;
     anywhere.add_everything();
@@ -103,7 +103,7 @@ bool Datastores::is_modified() const
 Datastores::Plan Datastores::plan_commit()
 {
     const std::lock_guard editing(m_edit);
-    return {m_candidate ? edit_between(m_running, *m_candidate, m_touched) : "", m_generation};
+    return {m_candidate ? edit_between(m_running, *m_candidate, m_touched) : TreeEdit(), m_generation};
 }
 
 Datastores::Plan Datastores::plan_trial(const Source &edit)
@@ -125,15 +125,21 @@ Datastores::Plan Datastores::plan_replacement(const Source &configuration)
     return {difference(m_running, parsed(m_running, configuration))};
 }
 
+Datastores::Plan Datastores::plan_replacement(const Datastore &configuration)
+{
+    const std::lock_guard editing(m_edit);
+    return {difference(m_running, configuration)};
+}
+
 void Datastores::commit(const Plan &plan)
 {
     const std::lock_guard editing(m_edit);
     const auto apply = [&plan](Datastore &tree) {
-        if (plan.edit.empty()) {
+        if (plan.edit.text.empty()) {
             return;
         }
         engine::UndoLog log(tree);
-        engine::apply_edit(log, made(plan.edit));
+        engine::apply_edit(log, made(plan.edit.text));
         log.keep();
     };
     {
@@ -145,7 +151,7 @@ void Datastores::commit(const Plan &plan)
         m_touched.clear();
     } else if (m_touched.empty() && m_candidate) {
         apply(*m_candidate); // It goes on being what is running.
-    } else if (!m_touched.empty() && !plan.edit.empty()) {
+    } else if (!m_touched.empty() && !plan.edit.text.empty()) {
         m_touched.add_everything();
     }
 }

@@ -29,6 +29,8 @@ public:
 
     explicit Datastores(engine::Datastore running);
 
+    const std::shared_ptr<const engine::Schema> &schema() const { return m_running.schema_ptr(); }
+
     void read_running(const Read &read) const;
     void read_candidate(const Read &read) const;
 
@@ -43,7 +45,7 @@ public:
 
     /** A change of the running configuration that may be checked and committed. */
     struct Plan {
-        std::string edit; /**< In XML; empty: nothing changes. */
+        TreeEdit edit; /**< Without text: nothing changes. */
         /** State of the candidate that it leads to; nothing: it is none of the candidate. */
         std::optional<std::uint64_t> candidate{};
     };
@@ -56,6 +58,7 @@ public:
     Plan plan_edit(const engine::Source &edit);
     /** The same for a whole configuration. @throws engine::InputError */
     Plan plan_replacement(const engine::Source &configuration);
+    Plan plan_replacement(const engine::Datastore &configuration);
 
     /** Makes a plan part of the running configuration. Since it was made, no other may have been.
      */

@@ -2,54 +2,85 @@
 
 #include "twin/server_context.h"
 
+#include <algorithm>
+#include <pugixml.hpp>
+#include <sstream>
+
 namespace host::twin
 {
 namespace
 {
 
-constexpr const char *kModelPrefix = "base";
-
-lyd_node *add(lyd_node *parent, const char *space, const std::string &name,
-              const std::string &value)
+/** XML has no place for control characters, not even escaped. */
+std::string without_controls(std::string text)
 {
-    lyd_node *node = nullptr;
-    lyd_new_opaq2(parent, nullptr, name.c_str(), value.empty() ? nullptr : value.c_str(), nullptr,
-                  space, &node);
+    std::replace_if(
+        text.begin(), text.end(),
+        [](char c) { return static_cast<unsigned char>(c) < ' ' && c != '\n' && c != '\t'; }, '?');
+    return text;
+}
+
+pugi::xml_node add(pugi::xml_node parent, const std::string &name, const std::string &value)
+{
+    auto node = parent.append_child(name.c_str());
+    if (!value.empty()) {
+        node.text().set(without_controls(value).c_str());
+    }
     return node;
 }
 
-void add_path(lyd_node *error, const ly_ctx *context, const std::string &path)
+void add_path(pugi::xml_node error, const ly_ctx *context, const std::string &path)
 {
-    auto *node = add(error, kNetconfNamespace, "error-path", path);
-    const auto *module = ly_ctx_get_module_implemented(context, kModelPrefix);
-    lyd_new_attr(node, nullptr, (std::string("xmlns:") + kModelPrefix).c_str(), module->ns, nullptr);
+    const std::string prefix = path.substr(1, path.find(':') - 1);
+    const auto *module = ly_ctx_get_module_implemented(context, prefix.c_str());
+    auto node = add(error, "error-path", path);
+    if (module != nullptr) {
+        node.append_attribute(("xmlns:" + prefix).c_str()) = module->ns;
+    }
 }
 
-lyd_node *node_of(const ly_ctx *context, const RpcError &error)
+void add_info(pugi::xml_node node, const RpcError &error)
 {
-    lyd_node *node = nullptr;
-    lyd_new_opaq2(nullptr, context, "rpc-error", nullptr, nullptr, kNetconfNamespace, &node);
-    const auto put = [node](const char *name, const std::string &value) {
-        if (!value.empty()) {
-            add(node, kNetconfNamespace, name, value);
-        }
-    };
-    put("error-type", error.type);
-    put("error-tag", error.tag);
-    put("error-severity", error.is_warning ? "warning" : "error");
-    put("error-app-tag", error.app_tag);
+    if (error.info.empty() && error.details.empty()) {
+        return;
+    }
+    auto info = node.append_child("error-info");
+    for (const auto &[name, value] : error.info) {
+        add(info, name, value);
+    }
+    for (const auto &[name, value] : error.details) {
+        add(info, name, value).append_attribute("xmlns") = kConfirmNamespace;
+    }
+}
+
+std::string xml_of(const ly_ctx *context, const RpcError &error)
+{
+    pugi::xml_document document;
+    auto node = document.append_child("rpc-error");
+    node.append_attribute("xmlns") = kNetconfNamespace;
+    add(node, "error-type", error.type);
+    add(node, "error-tag", error.tag);
+    add(node, "error-severity", error.is_warning ? "warning" : "error");
+    if (!error.app_tag.empty()) {
+        add(node, "error-app-tag", error.app_tag);
+    }
     if (!error.path.empty()) {
         add_path(node, context, error.path);
     }
-    put("error-message", error.message);
-    if (!error.info.empty() || !error.details.empty()) {
-        auto *info = add(node, kNetconfNamespace, "error-info", "");
-        for (const auto &[name, value] : error.info) {
-            add(info, kNetconfNamespace, name, value);
-        }
-        for (const auto &[name, value] : error.details) {
-            add(info, kConfirmNamespace, name, value);
-        }
+    add(node, "error-message", error.message);
+    add_info(node, error);
+    std::ostringstream text;
+    document.save(text, "", pugi::format_raw | pugi::format_no_declaration);
+    return text.str();
+}
+
+/** Parsed, since libyang keeps prefixes in values of nodes that it has read, and of no others. */
+lyd_node *node_of(const ly_ctx *context, const RpcError &error)
+{
+    lyd_node *node = nullptr;
+    if (lyd_parse_data_mem(context, xml_of(context, error).c_str(), LYD_XML,
+                           LYD_PARSE_ONLY | LYD_PARSE_OPAQ, 0, &node) != LY_SUCCESS) {
+        node = nc_err(context, NC_ERR_OP_FAILED, NC_ERR_TYPE_APP);
     }
     return node;
 }

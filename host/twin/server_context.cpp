@@ -59,6 +59,7 @@ void load(ly_ctx *context, const std::string &name, std::vector<const char *> fe
 
 ServerContext make_server_context(bool writable_running)
 {
+    ly_log_options(LY_LOSTORE); // Whoever asks gets to know; nothing is printed.
     ly_ctx *made = nullptr;
     if (ly_ctx_new(nullptr, LY_CTX_DISABLE_SEARCHDIRS, &made) != LY_SUCCESS) {
         throw std::runtime_error("no libyang context can be made");

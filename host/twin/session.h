@@ -36,6 +36,7 @@ public:
     std::uint32_t id() const { return m_author.session; }
     const Author &author() const { return m_author; }
     Role role() const { return m_role; }
+    EventTime begin() const { return m_begin; }
 
     /** Readable when there is word for the session's thread. */
     int wake_fd() const { return m_wake_fd; }
@@ -54,6 +55,7 @@ public:
 private:
     Author m_author;
     Role m_role;
+    EventTime m_begin = std::chrono::system_clock::now();
     int m_wake_fd;
     std::atomic<std::uint32_t> m_killed_by{0};
     std::mutex m_mutex;

@@ -9,7 +9,8 @@ namespace host::twin
 namespace
 {
 
-constexpr const char *kOperation = " nc:operation=\"";
+constexpr const char *kReplace = "replace";
+constexpr const char *kRemove = "remove";
 constexpr const char *kNetconf = "urn:ietf:params:xml:ns:netconf:base:1.0";
 constexpr const char *kYang = "urn:ietf:params:xml:ns:yang:1";
 
@@ -32,11 +33,16 @@ bool is_user_ordered(const lyd_node *node)
 
 lyd_node *find_in(const lyd_node *siblings, const lyd_node *node)
 {
-    lyd_node *match = nullptr;
-    if (siblings == nullptr || lyd_find_sibling_first(siblings, node, &match) != LY_SUCCESS) {
-        return nullptr; // libyang may have set a result all the same.
+    if (siblings == nullptr) {
+        return nullptr;
     }
-    return match;
+    // A leaf is the same one whatever its value.
+    const bool has_keys = (node->schema->nodetype & (LYS_LIST | LYS_LEAFLIST)) != 0;
+    lyd_node *match = nullptr;
+    const LY_ERR result = has_keys
+                              ? lyd_find_sibling_first(siblings, node, &match)
+                              : lyd_find_sibling_val(siblings, node->schema, nullptr, 0, &match);
+    return result == LY_SUCCESS ? match : nullptr; // libyang may have set it all the same.
 }
 
 struct Free {
@@ -65,10 +71,33 @@ std::string printed_alone(const lyd_node *node)
     return printed(copy);
 }
 
+/** For events; the prefix is the module's name. */
+std::string instance_identifier(const lyd_node *node)
+{
+    const std::string prefix = std::string(node->schema->module->name) + ":";
+    std::string text = "/" + prefix + node->schema->name;
+    const auto add = [&text](const std::string &name, const std::string &value) {
+        const char quote = value.find('\'') == std::string::npos ? '\'' : '"';
+        text += "[" + name + "=" + quote + value + quote + "]";
+    };
+    if (node->schema->nodetype == LYS_LEAFLIST) {
+        add(".", lyd_get_value(node));
+    }
+    for (const auto *key = lyd_child(node);
+         key != nullptr && key->schema != nullptr && lysc_is_key(key->schema); key = key->next) {
+        add(prefix + key->schema->name, lyd_get_value(key));
+    }
+    const auto *parent = lyd_parent(node);
+    return (parent != nullptr ? instance_identifier(parent) : "") + text;
+}
+
 class EditWriter
 {
 public:
-    explicit EditWriter(const Touched &touched) : m_touched(touched) {}
+    EditWriter(const Touched &touched, std::vector<ConfigEdit> &places)
+        : m_touched(touched), m_places(places)
+    {
+    }
 
     /** Two levels that may differ. @param all  All below may differ, else what was touched. */
     void compare(const lyd_node *before, const lyd_node *after, bool all);
@@ -78,21 +107,39 @@ private:
     void write_gone(const lyd_node *before, const lyd_node *after);
     void write_node(const lyd_node *before, const lyd_node *node, bool all);
     void write_inner(const lyd_node *before, const lyd_node *node, bool all);
-    /** @param attributes  For the element's start tag. */
-    void write(const std::string &element, const std::string &attributes);
+    /** @param element    The node, printed.
+     *  @param operation  Empty: merge. */
+    void write(const lyd_node *node, const std::string &element, const std::string &operation);
+    void note(const lyd_node *node, const std::string &operation);
     static bool has_other_order(const lyd_node *before, const lyd_node *first);
     static std::string place_of(const lyd_node *node);
 
+    static constexpr std::size_t kMaxPlaces = 1000;
+
     const Touched &m_touched;
+    std::vector<ConfigEdit> &m_places;
     std::string m_text;
     /** List or leaf-list whose entries are all written in their order. */
     const lysc_node *m_reordered = nullptr;
 };
 
-void EditWriter::write(const std::string &element, const std::string &attributes)
+void EditWriter::write(const lyd_node *node, const std::string &element,
+                       const std::string &operation)
 {
     const auto end = element.find_first_of(" />", 1);
-    m_text += element.substr(0, end) + attributes + element.substr(end);
+    m_text += element.substr(0, end);
+    if (!operation.empty()) {
+        m_text += " nc:operation=\"" + operation + "\"";
+    }
+    m_text += (operation != kRemove ? place_of(node) : "") + element.substr(end);
+    note(node, operation == kReplace ? "create" : operation == kRemove ? "delete" : "merge");
+}
+
+void EditWriter::note(const lyd_node *node, const std::string &operation)
+{
+    if (m_places.size() < kMaxPlaces) {
+        m_places.push_back({instance_identifier(node), operation});
+    }
 }
 
 /** Entries that are written all come to stand in this order, one behind the other. */
@@ -144,7 +191,7 @@ void EditWriter::write_gone(const lyd_node *before, const lyd_node *after)
 {
     for (const auto *node = before; node != nullptr; node = node->next) {
         if (!is_default(node) && !lysc_is_key(node->schema) && find_in(after, node) == nullptr) {
-            write(printed_alone(node), std::string(kOperation) + "remove\"");
+            write(node, printed_alone(node), kRemove);
         }
     }
 }
@@ -158,17 +205,17 @@ void EditWriter::write_node(const lyd_node *before, const lyd_node *node, bool a
         write_inner(before, node, all);
     } else if (before == nullptr) {
         if (!is_default(node)) {
-            write(printed(node), std::string(kOperation) + "replace\"" + place_of(node));
+            write(node, printed(node), kReplace);
         }
     } else if ((node->schema->nodetype & LYD_NODE_INNER) != 0) {
         write_inner(before, node, all);
     } else if (is_default(node)) {
         if (!is_default(before)) {
-            write(printed_alone(before), std::string(kOperation) + "remove\"");
+            write(before, printed_alone(before), kRemove);
         }
     } else if (is_default(before) || m_reordered == node->schema ||
                lyd_compare_single(before, node, 0) != LY_SUCCESS) {
-        write(printed(node), place_of(node));
+        write(node, printed(node), "");
     }
 }
 
@@ -176,11 +223,14 @@ void EditWriter::write_node(const lyd_node *before, const lyd_node *node, bool a
 void EditWriter::write_inner(const lyd_node *before, const lyd_node *node, bool all)
 {
     const bool moves = m_reordered == node->schema;
-    EditWriter inside(m_touched);
+    EditWriter inside(m_touched, m_places);
     inside.compare(before != nullptr ? lyd_child(before) : nullptr, lyd_child(node), all);
     std::string text = inside.take();
     if (text.empty() && !moves) {
         return;
+    }
+    if (moves) {
+        note(node, "merge");
     }
     std::string keys;
     for (const auto *key = lyd_child(node); key != nullptr && lysc_is_key(key->schema);
@@ -215,20 +265,22 @@ void Touched::clear()
     *this = Touched();
 }
 
-std::string edit_between(const engine::Datastore &before, const engine::Datastore &after,
-                         const Touched &touched)
+TreeEdit edit_between(const engine::Datastore &before, const engine::Datastore &after,
+                      const Touched &touched)
 {
+    TreeEdit edit;
     if (touched.empty()) {
-        return "";
+        return edit;
     }
-    EditWriter writer(touched);
+    EditWriter writer(touched, edit.places);
     writer.compare(before.root(), after.root(), touched.is_everything());
-    std::string text = writer.take();
-    const auto end = text.find_first_of(" />", 1);
+    edit.text = writer.take();
+    const auto end = edit.text.find_first_of(" />", 1);
     if (end != std::string::npos) {
-        text.insert(end, std::string(" xmlns:nc=\"") + kNetconf + "\" xmlns:yang=\"" + kYang + "\"");
+        edit.text.insert(end, std::string(" xmlns:nc=\"") + kNetconf + "\" xmlns:yang=\"" + kYang +
+                                  "\"");
     }
-    return text;
+    return edit;
 }
 
 } // namespace host::twin

@@ -6,9 +6,11 @@
 
 #include "engine/data/datastore.h"
 #include "engine/data/undo_log.h"
+#include "twin/event_bodies.h"
 
 #include <string>
 #include <unordered_set>
+#include <vector>
 
 namespace host::twin
 {
@@ -42,14 +44,20 @@ private:
     bool m_is_everything = false;
 };
 
+/** What leads from one configuration to another. */
+struct TreeEdit {
+    /** In XML with NETCONF operations; empty: there is no difference. */
+    std::string text;
+    /** What it says, node by node; of many changes only that there are some. */
+    std::vector<ConfigEdit> places;
+};
+
 /**
- * The edit that makes `after` of `before`, in XML with NETCONF operations, so that it gives the
- * same configuration wherever `before` is the configuration. A value that is set to its default is
- * another than one that YANG supplies.
+ * The edit that makes `after` of `before`: it gives the same configuration wherever `before` is the
+ * configuration. A value that is set to its default is another than one that YANG supplies.
  * @param touched  Of `after`.
- * @return Empty when there is no difference.
  */
-std::string edit_between(const engine::Datastore &before, const engine::Datastore &after,
-                         const Touched &touched);
+TreeEdit edit_between(const engine::Datastore &before, const engine::Datastore &after,
+                      const Touched &touched);
 
 } // namespace host::twin

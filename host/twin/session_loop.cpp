@@ -1,0 +1,162 @@
+#include "twin/session_loop.h"
+
+#include "twin/rpc.h"
+
+#include <cstring>
+#include <poll.h>
+#include <thread>
+
+namespace host::twin
+{
+namespace
+{
+
+/** libnetconf2 has one callback for all servers of a process. */
+std::atomic<SessionLoop *> current_loop{nullptr};
+
+nc_server_reply *answer_rpc(lyd_node *rpc, nc_session *session)
+{
+    SessionLoop *loop = current_loop;
+    return loop != nullptr ? loop->answer(rpc, session) : nullptr;
+}
+
+const char *reason_of(const nc_session *session)
+{
+    switch (nc_session_get_term_reason(session)) {
+    case NC_SESSION_TERM_CLOSED:
+        return "closed";
+    case NC_SESSION_TERM_KILLED:
+        return "killed";
+    case NC_SESSION_TERM_TIMEOUT:
+        return "timeout";
+    case NC_SESSION_TERM_DROPPED:
+        return "dropped";
+    default:
+        return "other";
+    }
+}
+
+} // namespace
+
+SessionLoop::SessionLoop(Device &device, const ly_ctx *context, LoopSetup setup)
+    : m_device(device), m_context(context), m_setup(std::move(setup)),
+      m_until_failure(m_setup.fail_at)
+{
+    current_loop = this;
+    nc_set_global_rpc_clb(answer_rpc);
+}
+
+SessionLoop::~SessionLoop()
+{
+    m_ends = true;
+    m_device.sessions().wake_all();
+    std::unique_lock lock(m_mutex);
+    m_ended.wait(lock, [this] { return m_running == 0; });
+    current_loop = nullptr;
+}
+
+void SessionLoop::spawn(std::function<void()> work)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        ++m_running;
+    }
+    std::thread([this, work = std::move(work)] {
+        work();
+        const std::lock_guard lock(m_mutex);
+        --m_running;
+        m_ended.notify_all();
+    }).detach();
+}
+
+nc_server_reply *SessionLoop::answer(const lyd_node *rpc, nc_session *handle)
+{
+    const auto *known = static_cast<Session *>(nc_session_get_data(handle));
+    const auto session = m_device.sessions().find(known->id());
+    std::this_thread::sleep_for(m_setup.latency);
+    if (must_fail(rpc->schema->name)) {
+        return make_reply(m_context, {RpcError{"operation-failed", "This call fails on purpose."}});
+    }
+    return twin::answer({m_device, session, rpc, m_context, m_setup.writable_running});
+}
+
+bool SessionLoop::must_fail(const std::string &rpc)
+{
+    return rpc == m_setup.fail_rpc && --m_until_failure == 0;
+}
+
+void SessionLoop::run(nc_session *handle, const Identity &who, const std::string &transport, int fd)
+{
+    const char *address = nc_session_get_host(handle);
+    const auto session = std::make_shared<Session>(
+        Author{who.name, name_of(who.role), nc_session_get_id(handle), transport,
+               address != nullptr && transport != "unix" ? address : ""},
+        who.role);
+    nc_session_set_data(handle, session.get());
+    nc_pollsession *polled = nc_ps_new();
+    nc_ps_add_session(polled, handle);
+    m_device.begin_session(session);
+    while (!m_ends && serve(polled, session, fd)) {
+    }
+    if (session->killed_by() != 0) {
+        nc_session_set_term_reason(handle, NC_SESSION_TERM_KILLED);
+        nc_session_set_killed_by(handle, session->killed_by());
+    }
+    m_device.end_session(session, reason_of(handle));
+    nc_ps_clear(polled, 1, nullptr);
+    nc_ps_free(polled);
+}
+
+bool SessionLoop::serve(nc_pollsession *polled, const SessionPtr &session, int fd)
+{
+    nc_session *handle = nc_ps_get_session(polled, 0);
+    session->clear_wake();
+    send_posts(handle, *session);
+    if (session->killed_by() != 0) {
+        return false;
+    }
+    const int result = nc_ps_poll(polled, 0, nullptr);
+    if ((result & NC_PSPOLL_SSH_CHANNEL) != 0) {
+        nc_session *other = nullptr;
+        if (nc_ps_accept_ssh_channel(polled, &other) == NC_MSG_HELLO) {
+            const Identity who{session->author().user, session->role()};
+            spawn([this, other, who, transport = session->author().transport, fd] {
+                run(other, who, transport, fd);
+            });
+        }
+    }
+    if ((result & (NC_PSPOLL_SESSION_TERM | NC_PSPOLL_ERROR)) != 0) {
+        return false;
+    }
+    if ((result & NC_PSPOLL_TIMEOUT) != 0) {
+        wait(*session, fd);
+    }
+    return true;
+}
+
+/** What SSH has read ahead does not show on the socket: hence not for ever. */
+void SessionLoop::wait(const Session &session, int fd) const
+{
+    constexpr int kKnown = 500;
+    constexpr int kUnknown = 10;
+    pollfd ready[] = {{session.wake_fd(), POLLIN, 0}, {fd, POLLIN, 0}};
+    ::poll(ready, 2, fd >= 0 ? kKnown : kUnknown);
+}
+
+void SessionLoop::send_posts(nc_session *handle, Session &session)
+{
+    constexpr int kPatience = 10'000;
+    for (const auto &event : session.take_posts()) {
+        lyd_node *tree = nullptr;
+        if (lyd_parse_data_mem(m_context, event.body.c_str(), LYD_XML,
+                               LYD_PARSE_ONLY | LYD_PARSE_OPAQ, 0, &tree) != LY_SUCCESS) {
+            continue;
+        }
+        nc_server_notif *notification =
+            nc_server_notif_new(tree, strdup(text_of(event.time).c_str()), NC_PARAMTYPE_FREE);
+        nc_server_notif_send(handle, notification, kPatience);
+        nc_server_notif_free(notification);
+    }
+}
+
+} // namespace host::twin
