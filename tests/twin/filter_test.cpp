@@ -113,8 +113,7 @@ public:
     }
 
 private:
-    test_support::Context m_context = test_support::make_context(
-        {"ietf-netconf", "ietf-yang-metadata"}, {kUsersModule, kStatsModule});
+    host::twin::ServerContext m_context = test_support::make_context({kUsersModule, kStatsModule});
 };
 
 struct Case {
