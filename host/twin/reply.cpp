@@ -125,6 +125,8 @@ std::vector<RpcError> errors_of(const std::vector<Remark> &remarks)
 std::vector<RpcError> errors_of(const CheckReport &report)
 {
     auto errors = errors_of(report.remarks);
+    std::stable_partition(errors.begin(), errors.end(),
+                          [](const RpcError &error) { return !error.is_warning; });
     if (report.result == Result::kNotConfirmed) {
         // Clients look at the first error's severity, and some at nothing else.
         RpcError first{"operation-failed",

@@ -74,7 +74,8 @@ engine::Source config_of(const lyd_node *any)
     std::string text;
     if (node->value_type == LYD_ANYDATA_DATATREE) {
         char *printed = nullptr;
-        lyd_print_mem(&printed, node->value.tree, LYD_XML, LYD_PRINT_WITHSIBLINGS);
+        lyd_print_mem(&printed, node->value.tree, LYD_XML,
+                      LYD_PRINT_WITHSIBLINGS | LYD_PRINT_KEEPEMPTYCONT);
         const std::unique_ptr<char, void (*)(void *)> owner(printed, std::free);
         text = printed != nullptr ? printed : "";
     } else if (node->value.str != nullptr) {

@@ -176,6 +176,7 @@ int serve(const TwinOptions &options, std::ostream &out)
         transport_setup(options, temporary ? temporary->path() : fs::path(options.state));
     const auto context = make_server_context(options.writable_running);
     Device device(device_setup(options), context.get());
+    explain_parse_errors(context.get());
     const NetconfLibrary library(context.get(), options.verbose);
     SessionLoop loop(device, context.get(), loop_setup(options));
     const Transports transports(setup, loop);

@@ -26,4 +26,10 @@ using ServerContext = std::unique_ptr<ly_ctx, FreeContext>;
  */
 ServerContext make_server_context(bool writable_running);
 
+/**
+ * libnetconf2 itself answers RPCs that libyang cannot parse, in libyang's words. Where those puzzle
+ * people, others take their place from now on.
+ */
+void explain_parse_errors(const ly_ctx *context);
+
 } // namespace host::twin

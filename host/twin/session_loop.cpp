@@ -71,6 +71,7 @@ void SessionLoop::spawn(std::function<void()> work)
 
 nc_server_reply *SessionLoop::answer(const lyd_node *rpc, nc_session *handle)
 {
+    ly_err_clean(const_cast<ly_ctx *>(m_context), nullptr);
     const auto *known = static_cast<Session *>(nc_session_get_data(handle));
     const auto session = m_device.sessions().find(known->id());
     std::this_thread::sleep_for(m_setup.latency);
