@@ -115,14 +115,15 @@ void print_table(const std::vector<Commit> &commits, CommitNumber running, std::
                         time_text(commit), person(commit.author), way_of(commit.author),
                         name_of(commit.kind), verdict(commit)});
         for (std::size_t i = 0; i < widths.size(); ++i) {
+            rows.back()[i] = printable(rows.back()[i]);
             widths[i] = std::max(widths[i], rows.back()[i].size());
         }
     }
     for (const auto &row : rows) {
         for (std::size_t i = 0; i + 1 < row.size(); ++i) {
-            out << std::left << std::setw(static_cast<int>(widths[i])) << printable(row[i]) << "  ";
+            out << std::left << std::setw(static_cast<int>(widths[i])) << row[i] << "  ";
         }
-        out << printable(row.back()) << '\n';
+        out << row.back() << '\n';
     }
 }
 

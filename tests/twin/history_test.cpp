@@ -1,5 +1,5 @@
 /** The history of commits: what is kept, through restarts and kills. */
-#include "twin/history.h"
+#include "twin/state_folder.h"
 
 #include <SQLiteCpp/SQLiteCpp.h>
 #include <gmock/gmock.h>
@@ -22,23 +22,7 @@ namespace
 using Access = History::Access;
 using Form = Step::Form;
 
-class Folder
-{
-public:
-    Folder()
-    {
-        std::string name = (fs::temp_directory_path() / "history-XXXXXX").string();
-        m_path = mkdtemp(name.data());
-    }
-    ~Folder() { fs::remove_all(m_path); }
-
-    History serve() const { return History::open(m_path, Access::kServe); }
-    fs::path file() const { return m_path / "history.sqlite"; }
-    const fs::path &path() const { return m_path; }
-
-private:
-    fs::path m_path;
-};
+using Folder = test_support::StateFolder;
 
 Commit commit_by(const std::string &user, const std::string &verdict = "accepted")
 {
