@@ -37,8 +37,8 @@ git ls-files -z | tar --create --null --files-from - | tar --extract --no-same-p
 echo "gitdir: $(git rev-parse --absolute-git-dir)" > "$sources/.git"
 cd "$sources"
 {
-    cmake --preset "$preset" -DGPON_TESTS=OFF -DGPON_BENCH=OFF
-    cmake --build --preset "$preset" --target gpon-validate
+    cmake --preset "$preset" -DGPON_TESTS=OFF -DGPON_BENCH=OFF -DGPON_TWIN=ON
+    cmake --build --preset "$preset" --target gpon-validate gpon-twin
     cd "build/$preset"
     cpack
 } > "$scratch/log" 2>&1 || { tail -20 "$scratch/log" >&2; fail "building again failed: see above"; }

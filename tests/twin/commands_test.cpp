@@ -80,11 +80,11 @@ TEST(Commands, TellWhatEachCommitChanged)
         history.add(commit_by("eve", "accepted"), {Form::kRestore, "", 0});
     }
     EXPECT_EQ(commands.list(),
-              "3*  2023-11-14T22:13:20.123Z  eve (operator)        ssh from 127.0.0.1, session 7"
+              "3*  2023-11-14T22:13:20.123Z  eve (operator)         ssh from 127.0.0.1, session 7"
               "  commit  accepted\n"
               "2   2023-11-14T22:13:20.123Z  \\x1b[2Jbob (operator)  ssh from 127.0.0.1, session 7"
               "  commit  rejected\n"
-              "1   2023-11-14T22:13:20.123Z  eve (operator)        ssh from 127.0.0.1, session 7"
+              "1   2023-11-14T22:13:20.123Z  eve (operator)         ssh from 127.0.0.1, session 7"
               "  commit  accepted\n");
     EXPECT_THAT(commands.list(1), Not(HasSubstr("bob")));
     EXPECT_THAT(commands.show(1), testing::AllOf(HasSubstr("rg-profile{home}"), HasSubstr("***"),

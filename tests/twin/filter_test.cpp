@@ -238,6 +238,13 @@ TEST(Masking, HidesSecretsAndNothingElse)
     masking.mask(tree.root());
     EXPECT_FALSE(masking.has_secrets(tree.root()));
     EXPECT_EQ(print(tree.root()), card("***", "***"));
+    for (const char *edit :
+         {"<password>***</password>", "<b:pppoe-password>***</b:pppoe-password>"}) {
+        EXPECT_TRUE(masking.is_masked(edit)) << edit;
+    }
+    for (const char *edit : {"", "<password>****</password>", "<description>***</description>"}) {
+        EXPECT_FALSE(masking.is_masked(edit)) << edit;
+    }
 }
 
 } // namespace
