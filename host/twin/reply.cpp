@@ -150,7 +150,7 @@ nc_server_reply *make_reply(const lyd_node *rpc, const Reply &reply)
     lyd_node *data = nullptr;
     lyd_new_inner(nullptr, rpc->schema->module, rpc->schema->name, 0, &output);
     lyd_new_any(output, nullptr, "data", const_cast<char *>(reply.data->c_str()), 0,
-                LYD_ANYDATA_XML, 1, &data);
+                reply.is_xml ? LYD_ANYDATA_XML : LYD_ANYDATA_STRING, 1, &data);
     return nc_server_reply_data(output, NC_WD_EXPLICIT, NC_PARAMTYPE_FREE);
 }
 

@@ -54,8 +54,8 @@ std::vector<RpcError> errors_of(const std::vector<Remark> &remarks);
 
 /** What a handler answers: nothing is <ok/>. */
 struct Reply {
-    std::optional<std::string> data; /**< XML of the output's `data`. */
-    bool is_silent = false;          /**< It is libnetconf2 that answers. */
+    std::optional<std::string> data{}; /**< Of the output. */
+    bool is_xml = true;                /**< What it is; else text. */
 };
 
 /** @param rpc  What is answered. */

@@ -17,8 +17,9 @@ struct Operation {
     Reply (*handle)(const Call &);
 };
 
-constexpr std::array<Operation, 13> kOperations{{{"get", get},
+constexpr std::array<Operation, 14> kOperations{{{"get", get},
                                                  {"get-config", get_config},
+                                                 {"get-schema", get_schema},
                                                  {"edit-config", edit_config},
                                                  {"copy-config", copy_config},
                                                  {"delete-config", delete_config},

@@ -42,6 +42,7 @@ nc_server_reply *answer(const Call &call);
 
 Reply get(const Call &call);
 Reply get_config(const Call &call);
+Reply get_schema(const Call &call);
 
 Reply edit_config(const Call &call);
 Reply copy_config(const Call &call);

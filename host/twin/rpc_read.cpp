@@ -1,6 +1,7 @@
 #include "twin/rpc.h"
 
 #include "twin/selection.h"
+#include "twin/server_context.h"
 #include "twin/state_data.h"
 #include "twin/subtree_filter.h"
 #include "twin/with_defaults.h"
@@ -139,6 +140,21 @@ Reply get_config(const Call &call)
     } catch (const FilterError &failure) {
         throw bad_filter(failure.what());
     }
+}
+
+Reply get_schema(const Call &call)
+{
+    const std::string format = call.text("format").value_or("yang");
+    const bool is_yang = format == "yang" || format.ends_with(":yang");
+    auto text = schema_text(call.context, call.text("identifier").value_or(""),
+                            call.text("version").value_or(""));
+    if (!text || !is_yang) {
+        RpcError error{"invalid-value", is_yang ? "There is no such schema."
+                                                : "Schemas are told in YANG only."};
+        error.type = "application";
+        throw RpcFailure(std::move(error));
+    }
+    return {std::move(*text), false};
 }
 
 Reply get(const Call &call)

@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -81,7 +82,33 @@ void explain(LY_LOG_LEVEL level, const char *message, const char *path)
     }
 }
 
+std::string printed(const lys_module *module)
+{
+    char *text = nullptr;
+    lys_print_mem(&text, module, LYS_OUT_YANG, 0);
+    const std::unique_ptr<char, void (*)(void *)> owner(text, std::free);
+    return text != nullptr ? text : "";
+}
+
 } // namespace
+
+std::optional<std::string> schema_text(const ly_ctx *context, const std::string &name,
+                                       const std::string &revision)
+{
+    const auto *module = ly_ctx_get_module_latest(context, name.c_str());
+    const auto *submodule = ly_ctx_get_submodule_latest(context, name.c_str());
+    const char *known = module != nullptr      ? module->revision
+                        : submodule != nullptr ? submodule->revs[0].date
+                                               : nullptr;
+    if (module == nullptr && submodule == nullptr) {
+        return std::nullopt;
+    }
+    if (!revision.empty() && (known == nullptr || revision != known)) {
+        return std::nullopt;
+    }
+    const auto *text = find_text(name); // libyang's own modules are none of ours.
+    return text != nullptr ? std::string(text->text) : printed(module);
+}
 
 void explain_parse_errors(const ly_ctx *context)
 {

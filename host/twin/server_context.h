@@ -7,7 +7,8 @@
 #include <libyang/libyang.h>
 
 #include <memory>
-#include <string_view>
+#include <optional>
+#include <string>
 
 namespace host::twin
 {
@@ -25,6 +26,11 @@ using ServerContext = std::unique_ptr<ly_ctx, FreeContext>;
  * @throws std::runtime_error
  */
 ServerContext make_server_context(bool writable_running);
+
+/** Text of a module or submodule in YANG; nothing when there is none.
+ *  @param revision  Empty: any. */
+std::optional<std::string> schema_text(const ly_ctx *context, const std::string &name,
+                                       const std::string &revision);
 
 /**
  * libnetconf2 itself answers RPCs that libyang cannot parse, in libyang's words. Where those puzzle

@@ -36,6 +36,17 @@ const char *reason_of(const nc_session *session)
     }
 }
 
+lyd_node *event_tree(const ly_ctx *context, const std::string &body)
+{
+    ly_in *input = nullptr;
+    lyd_node *tree = nullptr;
+    if (ly_in_new_memory(body.c_str(), &input) == LY_SUCCESS) {
+        lyd_parse_op(context, nullptr, input, LYD_XML, LYD_TYPE_NOTIF_YANG, &tree, nullptr);
+        ly_in_free(input, 0);
+    }
+    return tree;
+}
+
 } // namespace
 
 SessionLoop::SessionLoop(Device &device, const ly_ctx *context, LoopSetup setup)
@@ -44,6 +55,9 @@ SessionLoop::SessionLoop(Device &device, const ly_ctx *context, LoopSetup setup)
 {
     current_loop = this;
     nc_set_global_rpc_clb(answer_rpc);
+    // libnetconf2 has an answer of its own.
+    const auto *schema = lys_find_path(context, nullptr, "/ietf-netconf-monitoring:get-schema", 0);
+    const_cast<lysc_node *>(schema)->priv = reinterpret_cast<void *>(answer_rpc);
 }
 
 SessionLoop::~SessionLoop()
@@ -148,9 +162,11 @@ void SessionLoop::send_posts(nc_session *handle, Session &session)
 {
     constexpr int kPatience = 10'000;
     for (const auto &event : session.take_posts()) {
-        lyd_node *tree = nullptr;
-        if (lyd_parse_data_mem(m_context, event.body.c_str(), LYD_XML,
-                               LYD_PARSE_ONLY | LYD_PARSE_OPAQ, 0, &tree) != LY_SUCCESS) {
+        if (nc_session_get_notif_status(handle) == 0) {
+            nc_session_inc_notif_status(handle); // libnetconf2 sends events to nobody else.
+        }
+        lyd_node *tree = event_tree(m_context, event.body);
+        if (tree == nullptr) {
             continue;
         }
         nc_server_notif *notification =
