@@ -27,6 +27,10 @@ for package in "$build"/packages/*.deb; do
     dpkg-deb --extract "$package" "$scratch/installed"
 done
 "$here/binaries.py" --installed "$scratch/installed"
+# From 0, shut off, to 100, which may do all.
+systemd-analyze security --offline=true --threshold=20 \
+    "$scratch/installed/usr/lib/systemd/system/gpon-twin@.service" > "$scratch/security" ||
+    { cat "$scratch/security" >&2; fail "the service may do more than it needs"; }
 
 echo "check_packages: building the packages again"
 umask 077
