@@ -62,8 +62,10 @@ sizes: program ## Tells the plug-in's size here and, after make test-powerpc, on
 	@cmake/sizes.sh "x86-64" strip $(build_dir)/lib/libgpon_card_valid.so \
 	    "PowerPC, 32 bits" powerpc-linux-gnu-strip build/powerpc/lib/libgpon_card_valid.so
 
-packages: program ## Builds Debian packages: the plug-in, and the desk tools
-	@cmake/install-deps.sh packages
+packages: program ## Builds Debian packages: the plug-in, the desk tools, and gpon-twin
+	@cmake/install-deps.sh twin packages
+	cmake --preset $(PRESET) -DGPON_TWIN=ON
+	cmake --build --preset $(PRESET) --parallel $(JOBS) --target gpon-validate gpon-twin
 	cd $(build_dir) && rm -rf packages && cpack
 	@ls -l $(build_dir)/packages/*.deb
 

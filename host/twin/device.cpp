@@ -2,7 +2,7 @@
 
 #include "checker/model_schema.h"
 #include "engine/data/defaults.h"
-#include "engine/edit/edit.h"
+#include "twin/stored_tree.h"
 
 #include <algorithm>
 
@@ -21,16 +21,6 @@ constexpr std::chrono::milliseconds kPatience = 800ms;
 Author server_itself()
 {
     return {"", "", 0, "local", ""};
-}
-
-Datastore apply_all(Datastore tree, const std::vector<std::string> &edits)
-{
-    for (const auto &edit : edits) {
-        engine::UndoLog log(tree);
-        engine::apply_edit(log, {"history", edit});
-        log.keep();
-    }
-    return tree;
 }
 
 Datastore parsed(const std::shared_ptr<const engine::Schema> &schema, const Source &source)
@@ -65,8 +55,7 @@ Datastore load_running(const std::shared_ptr<const engine::Schema> &schema,
         commit.kind = CommitKind::kRevert;
         history.add(commit, {Step::Form::kRestore, "", pending->restores}, std::nullopt);
     }
-    const auto stored = history.running();
-    return apply_all(parsed(schema, {"history", stored.snapshot}), stored.edits);
+    return tree_of(schema, history.running());
 }
 
 std::string xml_of(const Datastores &data)
@@ -125,7 +114,7 @@ void Device::change_running(const ChangeRequest &request, const std::function<Pl
     const Plan plan = make();
     const CheckReport report = ask(turn, plan, request);
     if (report.result != Result::kAccepted) {
-        record_refusal(request, report);
+        record_refusal(request, plan, report);
         throw RpcFailure(errors_of(report));
     }
     if (request.session.killed_by() != 0) {
@@ -150,13 +139,14 @@ CheckReport Device::ask(CheckClient::Turn &turn, const Plan &plan, const ChangeR
     return report;
 }
 
-void Device::record_refusal(const ChangeRequest &request, const CheckReport &report)
+void Device::record_refusal(const ChangeRequest &request, const Plan &plan,
+                            const CheckReport &report)
 {
     Commit commit;
     commit.author = request.session.author();
     commit.kind = request.kind;
     commit.verdict = name_of(report.result);
-    m_history.add(commit, {});
+    m_history.add(commit, {Step::Form::kNothing, plan.edit.text});
 }
 
 void Device::keep(CheckClient::Turn &turn, const ChangeRequest &request, const Plan &plan,
@@ -264,7 +254,7 @@ Device::Plan Device::plan_rollback(CommitNumber number)
 
 Datastore Device::configuration(const StoredConfiguration &stored) const
 {
-    return apply_all(parsed(m_schema, {"history", stored.snapshot}), stored.edits);
+    return tree_of(m_schema, stored);
 }
 
 Datastore Device::startup() const

@@ -85,7 +85,8 @@ public:
 private:
     CheckClient::Turn take_turn();
     CheckReport ask(CheckClient::Turn &turn, const Plan &plan, const ChangeRequest &request);
-    void record_refusal(const ChangeRequest &request, const CheckReport &report);
+    void record_refusal(const ChangeRequest &request, const Plan &plan,
+                        const CheckReport &report);
     void keep(CheckClient::Turn &turn, const ChangeRequest &request, const Plan &plan,
               const CheckReport &report);
     void tell_change(const Author &author, const Plan &plan);

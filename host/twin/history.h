@@ -64,14 +64,16 @@ struct Step {
         kEdit,    /**< An edit of the configuration before, with NETCONF operations. */
         kWhole,   /**< A whole configuration. */
         kRestore, /**< The configuration after an earlier commit. */
-        kNothing  /**< Nothing; the only form of what was not accepted. */
+        /** Nothing; the only form of what was not accepted. The text may be the edit that would
+         *  have been made. */
+        kNothing
     };
 
     Form form = Form::kNothing;
     /** XML. It must give the same configuration whenever it is applied: what is stored encrypted
      *  stands in it encrypted. */
     std::string text{};
-    CommitNumber restored = 0; /**< For kRestore. */
+    CommitNumber restored = 0; /**< For kRestore, and for a rollback that was not accepted. */
 };
 
 /** A configuration: a text and the edits that made it what it is, in order. */

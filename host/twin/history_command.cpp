@@ -82,14 +82,27 @@ nlohmann::ordered_json json_commit(const Commit &commit)
             {"verdict", commit.verdict},        {"confirmations", commit.confirmations}};
 }
 
-/** What a commit changed; nothing for one that was not made. */
+/** What was running after a commit, or would have been. */
+engine::Datastore tree_after(const History &history, const Commit &commit)
+{
+    const auto step = history.step(commit.number);
+    if (commit.verdict == name_of(Result::kAccepted)) {
+        return tree_of(model_schema(), history.configuration(commit.number));
+    }
+    if (commit.kind == CommitKind::kRollback) {
+        return tree_of(model_schema(), history.configuration(step.restored));
+    }
+    auto stored = history.configuration(commit.base);
+    if (!step.text.empty()) {
+        stored.edits.push_back(step.text);
+    }
+    return tree_of(model_schema(), stored);
+}
+
 std::vector<Difference> changes_of(const History &history, const Commit &commit)
 {
-    if (history.step(commit.number).form == Step::Form::kNothing) {
-        return {};
-    }
     const auto before = tree_of(model_schema(), history.configuration(commit.base));
-    const auto after = tree_of(model_schema(), history.configuration(commit.number));
+    const auto after = tree_after(history, commit);
     return differences_of(engine::compare(before, after));
 }
 
@@ -102,14 +115,15 @@ void print_table(const std::vector<Commit> &commits, CommitNumber running, std::
                         time_text(commit), person(commit.author), way_of(commit.author),
                         name_of(commit.kind), verdict(commit)});
         for (std::size_t i = 0; i < widths.size(); ++i) {
+            rows.back()[i] = printable(rows.back()[i]);
             widths[i] = std::max(widths[i], rows.back()[i].size());
         }
     }
     for (const auto &row : rows) {
         for (std::size_t i = 0; i + 1 < row.size(); ++i) {
-            out << std::left << std::setw(static_cast<int>(widths[i])) << printable(row[i]) << "  ";
+            out << std::left << std::setw(static_cast<int>(widths[i])) << row[i] << "  ";
         }
-        out << printable(row.back()) << '\n';
+        out << row.back() << '\n';
     }
 }
 
@@ -181,9 +195,7 @@ void show_commit(const HistoryOptions &options, std::ostream &out, const Style &
                      person(commit.author) + ", " + way_of(commit.author) + ", " +
                      time_text(commit) + ": " + verdict(commit))
         << '\n';
-    if (commit.verdict == name_of(Result::kAccepted)) {
-        print_differences(out, changes, style);
-    }
+    print_differences(out, changes, style);
 }
 
 } // namespace host::twin

@@ -34,7 +34,8 @@ void add_show(CLI::App &program, HistoryOptions &options);
 void list_commits(const HistoryOptions &options, std::ostream &out);
 
 /**
- * Shows who made a commit and what it changed, or the configuration after it. Secrets are masked
+ * Shows who made a commit and what it changed, or would have changed, or the configuration after
+ * it. Secrets are masked
  * but in a configuration, which can be given to a card.
  * @throws HistoryError, engine::InputError
  */

@@ -72,4 +72,19 @@ void Masking::mask(lyd_node *tree) const
     }
 }
 
+bool Masking::is_masked(std::string_view xml) const
+{
+    const std::string end = std::string(">") + engine::kMaskedValue + "</";
+    for (auto found = xml.find(end); found != std::string_view::npos;
+         found = xml.find(end, found + 1)) {
+        auto name = xml.substr(found + end.size());
+        name = name.substr(0, name.find('>'));
+        name.remove_prefix(name.find(':') + 1); // Without a prefix: npos + 1, which is nothing.
+        if (m_names.count(std::string(name)) != 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
 } // namespace host::twin

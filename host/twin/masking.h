@@ -7,15 +7,13 @@
 #include "engine/schema/schema.h"
 
 #include <string>
+#include <string_view>
 #include <unordered_set>
 
 namespace host::twin
 {
 
-/**
- * Knows the secrets of the card's model, in trees of any context that holds that model. What stands
- * in their place is no valid value, so that it cannot come back in an edit unnoticed.
- */
+/** Knows the secrets of the card's model, in trees of any context that holds that model. */
 class Masking
 {
 public:
@@ -30,6 +28,12 @@ public:
      * printing: the masked nodes are opaque, and the last of their siblings.
      */
     void mask(lyd_node *tree) const;
+    /**
+     * Whether an edit gives a secret what stands in place of one: whoever sees no secrets sends
+     * back what was read, and would overwrite them.
+     * @param xml  As libyang prints it.
+     */
+    bool is_masked(std::string_view xml) const;
 
 private:
     std::unordered_set<std::string> m_paths; /**< Schema paths, without choices and cases. */

@@ -4,8 +4,6 @@
  */
 #pragma once
 
-#include "twin/history.h"
-
 #include <CLI/CLI.hpp>
 
 #include <chrono>
@@ -37,10 +35,6 @@ struct TwinOptions {
     std::string fail;
     double time_scale = 1;
     bool verbose = false;
-
-    CommitNumber number = 0; /**< Of show and rollback. */
-    std::size_t limit = 0;   /**< Of history. */
-    bool json = false;
 };
 
 /** Describes the command line. */

@@ -33,6 +33,17 @@ std::string text_of(const Call &call, DatastoreName datastore)
     return text;
 }
 
+/** What a session sees masked it must not write back. */
+void require_unmasked(const Call &call, const engine::Source &source)
+{
+    if (!may(call.session->role(), Right::kSeeSecrets) &&
+        call.device.masking().is_masked(source.text)) {
+        throw RpcFailure(RpcError{"invalid-value", std::string("A secret cannot be set to ") +
+                                                       engine::kMaskedValue +
+                                                       ", which stands in place of secrets."});
+    }
+}
+
 void require_writable_running(const Call &call)
 {
     if (!call.writable_running) {
@@ -87,6 +98,7 @@ Reply edit_config(const Call &call)
     }
     require_unlocked(call, target.datastore.value());
     engine::Source edit = config_of(config);
+    require_unmasked(call, edit);
     edit.reading.default_operation = call.text("default-operation").value_or("merge");
     if (target.datastore == DatastoreName::kCandidate) {
         edit_candidate(call, edit);
@@ -115,6 +127,9 @@ Reply copy_config(const Call &call)
         throw RpcFailure(std::move(error));
     }
     require_unlocked(call, *target.datastore);
+    if (source.config) {
+        require_unmasked(call, *source.config);
+    }
     switch (*target.datastore) {
     case DatastoreName::kStartup:
         copy_to_startup(call, source);

@@ -97,7 +97,8 @@ TEST(Role, MayDoWhatItsRightsTell)
         std::string roles;
         for (const char *name : {"viewer", "operator", "admin"}) {
             if (may(role_of(name).value(), right_for(one.rpc))) {
-                roles += (roles.empty() ? "" : " ") + std::string(name);
+                roles += roles.empty() ? "" : " ";
+                roles += name;
             }
         }
         EXPECT_EQ(roles, one.roles) << one.rpc;

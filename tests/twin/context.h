@@ -1,48 +1,34 @@
-/** libyang contexts with the modules that RFC examples are of. */
+/** Trees and XML of the server's context. */
 #pragma once
 
 #include "twin/selection.h"
+#include "twin/server_context.h"
 
 #include <gtest/gtest.h>
 
 #include <initializer_list>
-#include <memory>
 #include <regex>
 #include <string>
 
 namespace test_support
 {
 
-struct FreeContext {
-    void operator()(ly_ctx *context) const { ly_ctx_destroy(context); }
-};
-using Context = std::unique_ptr<ly_ctx, FreeContext>;
-
-inline Context make_context(std::initializer_list<const char *> modules,
-                            std::initializer_list<const char *> texts = {})
+/** The server's context with further modules. */
+inline host::twin::ServerContext make_context(std::initializer_list<const char *> modules = {})
 {
-    ly_ctx *made = nullptr;
-    EXPECT_EQ(ly_ctx_new(YANG_MODULES "/ietf", 0, &made), LY_SUCCESS);
-    EXPECT_EQ(ly_ctx_set_searchdir(made, YANG_MODULES "/ietf-derived"), LY_SUCCESS);
-    // The modules of notifications need one of their maker's.
-    EXPECT_EQ(ly_ctx_set_searchdir(made, YANG_MODULES "/netconfcentral"), LY_SUCCESS);
+    auto context = host::twin::make_server_context(false);
     for (const char *module : modules) {
-        EXPECT_NE(ly_ctx_load_module(made, module, nullptr, nullptr), nullptr)
-            << module;
+        EXPECT_EQ(lys_parse_mem(context.get(), module, LYS_IN_YANG, nullptr), LY_SUCCESS);
     }
-    for (const char *text : texts) {
-        EXPECT_EQ(lys_parse_mem(made, text, LYS_IN_YANG, nullptr), LY_SUCCESS);
-    }
-    return Context(made);
+    return context;
 }
 
-inline host::twin::Tree parse_data(const ly_ctx *context, const std::string &xml,
-                                   std::uint32_t validation = LYD_VALIDATE_PRESENT)
+inline host::twin::Tree parse_data(const ly_ctx *context, const std::string &xml)
 {
     lyd_node *tree = nullptr;
-    EXPECT_EQ(
-        lyd_parse_data_mem(context, xml.c_str(), LYD_XML, LYD_PARSE_STRICT, validation, &tree),
-        LY_SUCCESS)
+    EXPECT_EQ(lyd_parse_data_mem(context, xml.c_str(), LYD_XML, LYD_PARSE_STRICT,
+                                 LYD_VALIDATE_PRESENT, &tree),
+              LY_SUCCESS)
         << xml;
     return host::twin::Tree(tree);
 }

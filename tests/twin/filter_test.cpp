@@ -113,8 +113,7 @@ public:
     }
 
 private:
-    test_support::Context m_context = test_support::make_context(
-        {"ietf-netconf", "ietf-yang-metadata"}, {kUsersModule, kStatsModule});
+    host::twin::ServerContext m_context = test_support::make_context({kUsersModule, kStatsModule});
 };
 
 struct Case {
@@ -239,6 +238,13 @@ TEST(Masking, HidesSecretsAndNothingElse)
     masking.mask(tree.root());
     EXPECT_FALSE(masking.has_secrets(tree.root()));
     EXPECT_EQ(print(tree.root()), card("***", "***"));
+    for (const char *edit :
+         {"<password>***</password>", "<b:pppoe-password>***</b:pppoe-password>"}) {
+        EXPECT_TRUE(masking.is_masked(edit)) << edit;
+    }
+    for (const char *edit : {"", "<password>****</password>", "<description>***</description>"}) {
+        EXPECT_FALSE(masking.is_masked(edit)) << edit;
+    }
 }
 
 } // namespace

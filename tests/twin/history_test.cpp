@@ -1,5 +1,5 @@
 /** The history of commits: what is kept, through restarts and kills. */
-#include "twin/history.h"
+#include "twin/state_folder.h"
 
 #include <SQLiteCpp/SQLiteCpp.h>
 #include <gmock/gmock.h>
@@ -9,6 +9,7 @@
 #include <fstream>
 #include <map>
 #include <random>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -22,23 +23,7 @@ namespace
 using Access = History::Access;
 using Form = Step::Form;
 
-class Folder
-{
-public:
-    Folder()
-    {
-        std::string name = (fs::temp_directory_path() / "history-XXXXXX").string();
-        m_path = mkdtemp(name.data());
-    }
-    ~Folder() { fs::remove_all(m_path); }
-
-    History serve() const { return History::open(m_path, Access::kServe); }
-    fs::path file() const { return m_path / "history.sqlite"; }
-    const fs::path &path() const { return m_path; }
-
-private:
-    fs::path m_path;
-};
+using Folder = test_support::StateFolder;
 
 Commit commit_by(const std::string &user, const std::string &verdict = "accepted")
 {
@@ -243,6 +228,35 @@ TEST(History, ServesOneServer)
     EXPECT_EQ(status_of_second(), 2);
     first.reset();
     EXPECT_EQ(status_of_second(), 0);
+}
+
+/** A disk that is full for a while: nothing is half written, and the next commit is. */
+TEST(History, SurvivesAFullDisk)
+{
+    const Folder folder;
+    folder.serve().begin("a");
+    const auto fill_up = [&] {
+        static_cast<void>(std::signal(SIGXFSZ, SIG_IGN));
+        History history = folder.serve();
+        const rlimit full{200'000, RLIM_INFINITY};
+        setrlimit(RLIMIT_FSIZE, &full);
+        try {
+            history.add(commit_by("eve"), {Form::kWhole, std::string(500'000, 'b')});
+            _exit(3);
+        } catch (const HistoryError &) {
+        }
+        const rlimit free{RLIM_INFINITY, RLIM_INFINITY};
+        setrlimit(RLIMIT_FSIZE, &free);
+        if (text_of(history.running()) != "a") {
+            _exit(4);
+        }
+        history.add(commit_by("eve"), {Form::kEdit, "c"});
+    };
+    int status = 0;
+    waitpid(start(fill_up), &status, 0);
+    EXPECT_EQ(WEXITSTATUS(status), 0);
+    EXPECT_EQ(text_of(folder.serve().running()), "ac");
+    EXPECT_EQ(folder.serve().commits().size(), 1U);
 }
 
 /** What a server has answered is there, and at most one more that it was about to answer. */

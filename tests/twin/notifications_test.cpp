@@ -12,10 +12,6 @@ using testing::IsEmpty;
 namespace
 {
 
-constexpr const char *kModule =
-    "module base { namespace 'urn:olt:gpon:base'; prefix base; "
-    "container config { list port { key id; leaf id { type uint8; } } } }";
-
 const Author kEve{"eve", "operator", 7, "ssh", "127.0.0.1"};
 const Author kServer{};
 
@@ -24,8 +20,7 @@ class Events : public testing::Test
 protected:
     static ly_ctx *context()
     {
-        static const auto made = test_support::make_context(
-            {"ietf-netconf", "ietf-netconf-notifications", "nc-notifications"}, {kModule});
+        static const auto made = test_support::make_context();
         return made.get();
     }
 
@@ -38,12 +33,13 @@ protected:
     static void expect_valid(const std::string &body)
     {
         const Tree data = test_support::parse_data(
-            context(), "<config xmlns='urn:olt:gpon:base'><port><id>1</id></port></config>");
+            context(), "<config xmlns='urn:olt:gpon:base'><profile><gpon><rg-profile><name>1</name>"
+                       "</rg-profile></gpon></profile></config>");
         ly_in *input = nullptr;
         ly_in_new_memory(body.c_str(), &input);
         lyd_node *parsed = nullptr;
-        const LY_ERR result = lyd_parse_op(context(), nullptr, input, LYD_XML, LYD_TYPE_NOTIF_YANG,
-                                           &parsed, nullptr);
+        const LY_ERR result =
+            lyd_parse_op(context(), nullptr, input, LYD_XML, LYD_TYPE_NOTIF_YANG, &parsed, nullptr);
         ly_in_free(input, 0);
         const Tree tree(parsed);
         ASSERT_EQ(result, LY_SUCCESS) << body;
@@ -98,7 +94,7 @@ TEST_F(Events, HaveTheBodiesOfTheModel)
     const std::string ns = " xmlns=\"urn:ietf:params:xml:ns:yang:ietf-netconf-notifications\">";
     const std::string eve = "<username>eve</username><session-id>7</session-id>"
                             "<source-host>127.0.0.1</source-host>";
-    const std::string target = "/base:config/base:port[base:id='1']";
+    const std::string target = "/base:config/base:profile/base:gpon/base:rg-profile[base:name='1']";
     const std::pair<std::string, std::string> bodies[] = {
         {config_change_body(kEve, "running", {{target, "create"}},
                             {{"base", "urn:olt:gpon:base"}, {"b", "urn:none"}}),

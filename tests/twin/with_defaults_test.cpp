@@ -65,8 +65,7 @@ TEST(WithDefaults, PrintsAsTheRfcTells)
         {"trim", interfaces("<mtu>8192</mtu>", "", "<mtu>9000</mtu>" + bad, waking)},
         {"explicit", interfaces("<mtu>8192</mtu>" + ok, ok, "<mtu>9000</mtu>" + bad,
                                 "<mtu>1500</mtu>" + waking)}};
-    const auto context =
-        test_support::make_context({"ietf-netconf", "ietf-netconf-with-defaults"}, {kModule});
+    const auto context = test_support::make_context({kModule});
     const Tree tree = test_support::parse_data(context.get(), kData);
     for (const auto &one : cases) {
         const auto mode = with_defaults_of(std::string_view(one.mode));
