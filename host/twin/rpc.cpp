@@ -18,7 +18,7 @@ struct Operation {
     Reply (*handle)(const Call &);
 };
 
-constexpr std::array<Operation, 14> kOperations{{{"get", get},
+constexpr std::array<Operation, 15> kOperations{{{"get", get},
                                                  {"get-config", get_config},
                                                  {"get-schema", get_schema},
                                                  {"edit-config", edit_config},
@@ -31,6 +31,7 @@ constexpr std::array<Operation, 14> kOperations{{{"get", get},
                                                  {"lock", lock},
                                                  {"unlock", unlock},
                                                  {"kill-session", kill_session},
+                                                 {"close-session", close_session},
                                                  {"create-subscription", create_subscription}}};
 
 Reply carry_out(const Call &call)
