@@ -14,7 +14,7 @@ linted := ^$(CURDIR)/($(shell echo $(source_dirs) | tr ' ' '|'))/
 
 .DEFAULT_GOAL := help
 .PHONY: help run program test test-powerpc test-reports sizes packages test-packages test-fleet bench \
-    bench-fleet plot mutants soak fuzz     coverage docs api-docs build configure format lint clean
+    bench-fleet twin twin-build test-twin test-ansible bench-twin plot mutants soak fuzz     coverage docs api-docs build configure format lint clean
 
 help: ## Lists these commands
 	@echo "Besides git, make is all that has to be there first: on Debian 12 the rest is installed"
@@ -57,6 +57,27 @@ test-reports: program ## Checks reports of all golden cases in all formats, SARI
 	@chmod u+x $(build_dir)/npm/node_modules/@microsoft/sarif-multitool-linux/Sarif.Multitool
 	tests/reports/check_reports.py --multitool \
 	    $(build_dir)/npm/node_modules/@microsoft/sarif-multitool-linux/Sarif.Multitool examples $(bin_dir)/gpon-validate
+
+# The server is built in the same folder as the rest, once it has been asked for.
+twin-build: configure
+	@cmake/install-deps.sh twin
+	cmake --preset $(PRESET) -DGPON_TWIN=ON
+	cmake --build --preset $(PRESET) --parallel $(JOBS) --target gpon-twin
+
+twin: twin-build ## Starts a NETCONF server on the example card, and shows how to talk to it (ends with Ctrl-C)
+	@host/twin/try.sh $(bin_dir)/gpon-twin $(example)
+
+test-twin: twin-build ## Tests the NETCONF server with its clients, and kills it 200 times
+	cmake --build --preset $(PRESET) --parallel $(JOBS) --target test_twin plugin_scripted gpon-validate
+	ctest --preset $(PRESET) --parallel $(JOBS) -R '[Tt]win'
+	tests/twin/crash.py $(bin_dir)/gpon-twin 200
+
+test-ansible: twin-build ## Lets Ansible configure the NETCONF server
+	@cmake/install-deps.sh test-ansible
+	tests/twin/ansible.sh $(bin_dir)/gpon-twin
+
+bench-twin: twin-build ## Times the NETCONF server on the full card, and weighs 50 of them
+	bench/twin.py $(build_dir)
 
 sizes: program ## Tells the plug-in's size here and, after make test-powerpc, on the card's architecture
 	@cmake/sizes.sh "x86-64" strip $(build_dir)/lib/libgpon_card_valid.so \
