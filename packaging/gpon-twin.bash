@@ -22,7 +22,7 @@ _gpon_twin()
         case $command in
         history) words="--state --limit --json --help" ;;
         show) words="--state --configuration --json --help" ;;
-        rollback) words="--state --card --plugin --confirm-warnings --help" ;;
+        rollback) words="--state --unix --card --plugin --confirm-warnings --help" ;;
         *)
             words="--running --card --plugin --state --ephemeral --listen --port --no-ssh --unix --keys --host-key
                 --tls --tls-key --tls-ca --tls-port --writable-running --timeout --latency --fail --time-scale

@@ -9,7 +9,8 @@ set(modules
 list(TRANSFORM modules PREPEND ${GPON_IETF_MODULES}/)
 list(APPEND modules
   ${CMAKE_CURRENT_SOURCE_DIR}/twin/yang/notifications.yang
-  ${CMAKE_CURRENT_SOURCE_DIR}/twin/yang/gpon-twin-confirm.yang)
+  ${CMAKE_CURRENT_SOURCE_DIR}/twin/yang/gpon-twin-confirm.yang
+  ${CMAKE_CURRENT_SOURCE_DIR}/twin/yang/gpon-twin-history.yang)
 set(server_texts ${CMAKE_CURRENT_BINARY_DIR}/server_yang_texts.cpp)
 add_custom_command(
   OUTPUT ${server_texts}

@@ -17,7 +17,7 @@ struct Operation {
     Reply (*handle)(const Call &);
 };
 
-constexpr std::array<Operation, 14> kOperations{{{"get", get},
+constexpr std::array<Operation, 15> kOperations{{{"get", get},
                                                  {"get-config", get_config},
                                                  {"get-schema", get_schema},
                                                  {"edit-config", edit_config},
@@ -27,6 +27,7 @@ constexpr std::array<Operation, 14> kOperations{{{"get", get},
                                                  {"validate", validate},
                                                  {"commit", commit},
                                                  {"cancel-commit", cancel_commit},
+                                                 {"rollback", rollback},
                                                  {"lock", lock},
                                                  {"unlock", unlock},
                                                  {"kill-session", kill_session},

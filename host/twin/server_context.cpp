@@ -135,7 +135,8 @@ ServerContext make_server_context(bool writable_running)
     load(made, "ietf-netconf", features);
     for (const char *name :
          {"ietf-netconf-monitoring", "ietf-netconf-with-defaults", "notifications",
-          "nc-notifications", "ietf-netconf-notifications", "gpon-twin-confirm"}) {
+          "nc-notifications", "ietf-netconf-notifications", "gpon-twin-confirm",
+          "gpon-twin-history"}) {
         load(made, name);
     }
     load(made, std::string(model::kMainModule));
