@@ -1,5 +1,6 @@
 #include "twin/rpc.h"
 
+#include "twin/inspection.h"
 #include "twin/server_context.h"
 
 #include <array>
@@ -36,6 +37,9 @@ constexpr std::array<Operation, 15> kOperations{{{"get", get},
 Reply carry_out(const Call &call)
 {
     const std::string name = call.rpc->schema->name;
+    if (std::strcmp(call.rpc->schema->module->name, kRejectModule) == 0) {
+        throw RpcFailure(error_of_reject(call.rpc));
+    }
     if (!may(call.session->role(), right_for(name))) {
         RpcError error{"access-denied", std::string("The role ") + name_of(call.session->role()) +
                                             " may not do that."};

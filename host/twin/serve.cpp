@@ -34,7 +34,7 @@ public:
     {
         std::string name = (fs::temp_directory_path() / "gpon-twin-XXXXXX").string();
         if (::mkdtemp(name.data()) == nullptr) {
-            throw TransportError("no temporary folder can be made");
+            throw std::runtime_error("no temporary folder can be made");
         }
         m_path = name;
     }
@@ -84,7 +84,7 @@ TransportSetup transport_setup(const TwinOptions &options, const fs::path &folde
     setup.host_key = given(options.host_key, "host_key");
     setup.unix_socket = given(options.unix_socket, "netconf.sock");
     if (!options.tls_certificate.empty()) {
-        setup.tls = {options.tls_certificate, options.tls_key, options.tls_authorities,
+        setup.tls = {{options.tls_certificate, options.tls_key, options.tls_authorities},
                      options.tls_port};
     }
     return setup;
@@ -94,6 +94,7 @@ LoopSetup loop_setup(const TwinOptions &options)
 {
     LoopSetup setup;
     setup.writable_running = options.writable_running;
+    setup.verbose = options.verbose;
     setup.latency =
         std::chrono::duration_cast<std::chrono::milliseconds>(
             std::chrono::duration<double, std::milli>(options.latency_ms));
@@ -126,7 +127,7 @@ public:
         nc_verbosity(verbose ? NC_VERB_VERBOSE : NC_VERB_ERROR);
         nc_set_print_clb_session(verbose ? tell : ignore);
         if (nc_server_init(context) != 0) {
-            throw TransportError("libnetconf2 cannot be used");
+            throw std::runtime_error("libnetconf2 cannot be used");
         }
         // All modes of RFC 6243; explicit is the basic one.
         nc_server_set_capab_withdefaults(NC_WD_EXPLICIT,
@@ -176,7 +177,6 @@ int serve(const TwinOptions &options, std::ostream &out)
         transport_setup(options, temporary ? temporary->path() : fs::path(options.state));
     const auto context = make_server_context(options.writable_running);
     Device device(device_setup(options), context.get());
-    explain_parse_errors(context.get());
     const NetconfLibrary library(context.get(), options.verbose);
     SessionLoop loop(device, context.get(), loop_setup(options));
     const Transports transports(setup, loop);

@@ -4,7 +4,6 @@
 #include "twin/server_modules.h"
 
 #include <cstdlib>
-#include <cstring>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -57,31 +56,6 @@ void load(ly_ctx *context, const std::string &name, std::vector<const char *> fe
     }
 }
 
-constexpr const char *kNoNamespace = "Missing XML namespace.";
-constexpr const char *kNoNamespaceExplained =
-    "An element has no XML namespace. <config> and all around it are of "
-    "urn:ietf:params:xml:ns:netconf:base:1.0, the configuration in it of urn:olt:gpon:base; a "
-    "client library may take <config> for one without a namespace unless it says xmlns.";
-
-const ly_ctx *explained = nullptr;
-ly_log_clb next_in_chain = nullptr;
-
-/** Is called once the error is stored. */
-void explain(LY_LOG_LEVEL level, const char *message, const char *path)
-{
-    if (message != nullptr && std::strcmp(message, kNoNamespace) == 0) {
-        const auto *first = ly_err_first(explained);
-        auto *last = first != nullptr ? first->prev : nullptr;
-        if (last != nullptr && last->msg != nullptr && std::strcmp(last->msg, kNoNamespace) == 0) {
-            std::free(last->msg);
-            last->msg = ::strdup(kNoNamespaceExplained);
-        }
-    }
-    if (next_in_chain != nullptr) {
-        next_in_chain(level, message, path);
-    }
-}
-
 std::string printed(const lys_module *module)
 {
     char *text = nullptr;
@@ -110,14 +84,6 @@ std::optional<std::string> schema_text(const ly_ctx *context, const std::string 
     return text != nullptr ? std::string(text->text) : printed(module);
 }
 
-void explain_parse_errors(const ly_ctx *context)
-{
-    const ly_bool with_path = 1;
-    explained = context;
-    next_in_chain = ly_get_log_clb();
-    ly_set_log_clb(explain, with_path);
-}
-
 ServerContext make_server_context(bool writable_running)
 {
     ly_log_options(LY_LOSTORE); // Whoever asks gets to know; nothing is printed.
@@ -136,7 +102,7 @@ ServerContext make_server_context(bool writable_running)
     for (const char *name :
          {"ietf-netconf-monitoring", "ietf-netconf-with-defaults", "notifications",
           "nc-notifications", "ietf-netconf-notifications", "gpon-twin-confirm",
-          "gpon-twin-history"}) {
+          "gpon-twin-history", "gpon-twin-reject"}) {
         load(made, name);
     }
     load(made, std::string(model::kMainModule));

@@ -33,10 +33,4 @@ ServerContext make_server_context(bool writable_running);
 std::optional<std::string> schema_text(const ly_ctx *context, const std::string &name,
                                        const std::string &revision);
 
-/**
- * libnetconf2 itself answers RPCs that libyang cannot parse, in libyang's words. Where those puzzle
- * people, others take their place from now on.
- */
-void explain_parse_errors(const ly_ctx *context);
-
 } // namespace host::twin

@@ -1,8 +1,10 @@
 #include "twin/session_loop.h"
 
+#include "report/printable.h"
 #include "twin/rpc.h"
 
 #include <cstring>
+#include <iostream>
 #include <poll.h>
 #include <thread>
 
@@ -62,17 +64,26 @@ SessionLoop::SessionLoop(Device &device, const ly_ctx *context, LoopSetup setup)
 
 SessionLoop::~SessionLoop()
 {
+    end();
+    current_loop = nullptr;
+}
+
+void SessionLoop::end()
+{
     m_ends = true;
     m_device.sessions().wake_all();
     std::unique_lock lock(m_mutex);
     m_ended.wait(lock, [this] { return m_running == 0; });
-    current_loop = nullptr;
 }
 
-void SessionLoop::spawn(std::function<void()> work)
+bool SessionLoop::spawn(std::function<void()> work)
 {
+    constexpr int kMaxThreads = 1000;
     {
         const std::lock_guard lock(m_mutex);
+        if (m_running >= kMaxThreads) {
+            return false;
+        }
         ++m_running;
     }
     std::thread([this, work = std::move(work)] {
@@ -81,6 +92,14 @@ void SessionLoop::spawn(std::function<void()> work)
         --m_running;
         m_ended.notify_all();
     }).detach();
+    return true;
+}
+
+void SessionLoop::note(const std::string &text) const
+{
+    if (m_setup.verbose) {
+        std::cerr << "gpon-twin: " << printable(text) << '\n';
+    }
 }
 
 nc_server_reply *SessionLoop::answer(const lyd_node *rpc, nc_session *handle)
@@ -100,18 +119,23 @@ bool SessionLoop::must_fail(const std::string &rpc)
     return rpc == m_setup.fail_rpc && --m_until_failure == 0;
 }
 
-void SessionLoop::run(nc_session *handle, const Identity &who, const std::string &transport, int fd)
+void SessionLoop::serve(int fd, const Author &author, Role role)
 {
-    const char *address = nc_session_get_host(handle);
-    const auto session = std::make_shared<Session>(
-        Author{who.name, name_of(who.role), nc_session_get_id(handle), transport,
-               address != nullptr && transport != "unix" ? address : ""},
-        who.role);
+    nc_session *handle = nullptr;
+    if (nc_accept_inout(fd, fd, author.user.c_str(), &handle) == NC_MSG_HELLO) {
+        run(handle, author, role, fd);
+    }
+}
+
+void SessionLoop::run(nc_session *handle, Author author, Role role, int fd)
+{
+    author.session = nc_session_get_id(handle);
+    const auto session = std::make_shared<Session>(std::move(author), role);
     nc_session_set_data(handle, session.get());
     nc_pollsession *polled = nc_ps_new();
     nc_ps_add_session(polled, handle);
     m_device.begin_session(session);
-    while (!m_ends && serve(polled, session, fd)) {
+    while (!m_ends && step(polled, session, fd)) {
     }
     if (session->killed_by() != 0) {
         nc_session_set_term_reason(handle, NC_SESSION_TERM_KILLED);
@@ -122,40 +146,22 @@ void SessionLoop::run(nc_session *handle, const Identity &who, const std::string
     nc_ps_free(polled);
 }
 
-bool SessionLoop::serve(nc_pollsession *polled, const SessionPtr &session, int fd)
+bool SessionLoop::step(nc_pollsession *polled, const SessionPtr &session, int fd)
 {
-    nc_session *handle = nc_ps_get_session(polled, 0);
     session->clear_wake();
-    send_posts(handle, *session);
+    send_posts(nc_ps_get_session(polled, 0), *session);
     if (session->killed_by() != 0) {
         return false;
     }
     const int result = nc_ps_poll(polled, 0, nullptr);
-    if ((result & NC_PSPOLL_SSH_CHANNEL) != 0) {
-        nc_session *other = nullptr;
-        if (nc_ps_accept_ssh_channel(polled, &other) == NC_MSG_HELLO) {
-            const Identity who{session->author().user, session->role()};
-            spawn([this, other, who, transport = session->author().transport, fd] {
-                run(other, who, transport, fd);
-            });
-        }
-    }
     if ((result & (NC_PSPOLL_SESSION_TERM | NC_PSPOLL_ERROR)) != 0) {
         return false;
     }
     if ((result & NC_PSPOLL_TIMEOUT) != 0) {
-        wait(*session, fd);
+        pollfd ready[] = {{session->wake_fd(), POLLIN, 0}, {fd, POLLIN, 0}};
+        ::poll(ready, 2, -1);
     }
     return true;
-}
-
-/** What SSH has read ahead does not show on the socket: hence not for ever. */
-void SessionLoop::wait(const Session &session, int fd) const
-{
-    constexpr int kKnown = 500;
-    constexpr int kUnknown = 10;
-    pollfd ready[] = {{session.wake_fd(), POLLIN, 0}, {fd, POLLIN, 0}};
-    ::poll(ready, 2, fd >= 0 ? kKnown : kUnknown);
 }
 
 void SessionLoop::send_posts(nc_session *handle, Session &session)

@@ -24,6 +24,7 @@ struct LoopSetup {
     std::chrono::milliseconds latency{0}; /**< Added to every RPC. */
     std::string fail_rpc;                 /**< This one fails. */
     int fail_at = 1;                      /**< At its so-manieth time. */
+    bool verbose = false;
 };
 
 /**
@@ -39,22 +40,28 @@ public:
     SessionLoop(const SessionLoop &) = delete;
     SessionLoop &operator=(const SessionLoop &) = delete;
 
-    /** Runs something in a thread of its own; the end waits for it. */
-    void spawn(std::function<void()> work);
+    /** Runs something in a thread of its own; the end waits for it. @return Whether there was room
+     *  for one more. */
+    bool spawn(std::function<void()> work);
     /**
-     * Serves a session that has said hello, to its end.
-     * @param fd  On which its messages come; -1: not known.
+     * Serves a client from its hello to the end of its session.
+     * @param fd  On which messages come and go; stays the caller's.
      */
-    void run(nc_session *session, const Identity &who, const std::string &transport, int fd);
+    void serve(int fd, const Author &author, Role role);
+    /** Ends all sessions, and waits for all threads. */
+    void end();
+    const ly_ctx *context() const { return m_context; }
+    /** Tells why a client was sent away, to whoever wants to know. */
+    void note(const std::string &text) const;
 
     /** Answers one request. */
     nc_server_reply *answer(const lyd_node *rpc, nc_session *session);
 
 private:
+    void run(nc_session *handle, Author author, Role role, int fd);
     /** @return Whether the session goes on. */
-    bool serve(nc_pollsession *polled, const SessionPtr &session, int fd);
+    bool step(nc_pollsession *polled, const SessionPtr &session, int fd);
     void send_posts(nc_session *handle, Session &session);
-    void wait(const Session &session, int fd) const;
     bool must_fail(const std::string &rpc);
 
     Device &m_device;

@@ -4,12 +4,14 @@
  */
 #pragma once
 
-#include "twin/device.h"
+#include "twin/relay.h"
 #include "twin/session_loop.h"
+#include "twin/tls_server.h"
 
 #include <atomic>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <thread>
@@ -19,10 +21,8 @@ namespace host::twin
 {
 
 struct TlsSetup {
-    std::filesystem::path certificate;
-    std::filesystem::path key;
-    std::filesystem::path authorities; /**< Of clients. */
-    std::uint16_t port = 6513;
+    TlsFiles files;
+    std::uint16_t port = 6513; /**< 0: any that is free. */
 };
 
 struct TransportSetup {
@@ -32,20 +32,15 @@ struct TransportSetup {
     std::filesystem::path host_key;
     std::optional<std::filesystem::path> unix_socket;
     std::optional<TlsSetup> tls;
+    RelayLimits limits{};
 };
 
-/** A place that cannot be listened at, or a key that cannot be used. */
-class TransportError : public std::runtime_error
-{
-public:
-    using std::runtime_error::runtime_error;
-};
-
-/** Listens, and lets each session run in a thread of its own. */
+/** Listens, and lets each client have threads of its own: none waits for another to speak. */
 class Transports
 {
 public:
-    /** @param loop  Runs the sessions. @throws TransportError, AccessError */
+    /** @param loop  Runs the sessions. @throws std::runtime_error  A place cannot be listened at, or
+     *               a key cannot be used. */
     Transports(TransportSetup setup, SessionLoop &loop);
     ~Transports();
     Transports(const Transports &) = delete;
@@ -55,18 +50,20 @@ public:
     std::uint16_t tls_port() const { return m_tls_port; }
 
 private:
-    void listen_unix(const std::filesystem::path &path);
-    void accept_unix();
-    void listen_ssh(std::uint16_t port);
-    void listen_tls(const TlsSetup &tls);
-    void accept_others();
+    /** Makes of a connection one that is known. */
+    using Admit = std::function<Admitted(int fd)>;
+
+    void listen(int fd, const char *transport, Admit admit);
+    void accept_at(int listener, const char *transport, const Admit &admit);
+    void serve(int fd, const char *transport, const Admit &admit);
 
     TransportSetup m_setup;
     SessionLoop &m_loop;
+    std::optional<TlsServer> m_tls;
     std::atomic<bool> m_ends{false};
-    int m_unix_fd = -1;
     std::uint16_t m_ssh_port = 0;
     std::uint16_t m_tls_port = 0;
+    std::vector<int> m_listeners;
     std::vector<std::thread> m_threads;
 };
 
