@@ -5,6 +5,7 @@ JOBS ?= $(shell nproc)
 BENCH_ARGS ?=
 SECONDS ?= 60
 FILES ?=
+TWIN ?= OFF
 
 build_dir := build/$(PRESET)
 bin_dir := $(build_dir)/bin
@@ -13,7 +14,7 @@ source_dirs := src platform model host tests bench fuzz
 linted := ^$(CURDIR)/($(shell echo $(source_dirs) | tr ' ' '|'))/
 
 .DEFAULT_GOAL := help
-.PHONY: help run program test test-powerpc test-reports sizes packages test-packages test-fleet bench \
+.PHONY: help run program twin test-twin test test-powerpc test-reports sizes packages test-packages test-fleet bench \
     bench-fleet plot mutants soak fuzz     coverage docs api-docs build configure format lint clean
 
 help: ## Lists these commands
@@ -40,7 +41,20 @@ program: ## Builds gpon-validate and the plug-in only
 	@test -f $(build_dir)/build.ninja || cmake --preset $(PRESET) -DGPON_TESTS=OFF -DGPON_BENCH=OFF
 	cmake --build --preset $(PRESET) --parallel $(JOBS) --target gpon-validate
 
-test: build ## Builds everything, then runs all tests
+# gpon-twin and what it needs are for your machine, and for who asks for them.
+twin: ## Starts gpon-twin on the example card, and shows a command that talks to it
+	@cmake/install-deps.sh program twin
+	@grep -q '^GPON_TWIN:BOOL=ON' $(build_dir)/CMakeCache.txt 2>/dev/null || \
+	    cmake --preset $(PRESET) -DGPON_TWIN=ON -DGPON_TESTS=OFF -DGPON_BENCH=OFF
+	cmake --build --preset $(PRESET) --parallel $(JOBS) --target gpon-twin
+	host/twin/try.sh $(bin_dir)/gpon-twin $(example)
+
+test-twin: ## Builds gpon-twin, then runs its tests
+	@$(MAKE) TWIN=ON configure
+	cmake --build --preset $(PRESET) --parallel $(JOBS)
+	ctest --preset $(PRESET) --parallel $(JOBS) --label-regex '^twin$$'
+
+test: build ## Builds everything (TWIN=ON: gpon-twin as well), then runs all tests
 	ctest --preset $(PRESET) --parallel $(JOBS)
 
 test-powerpc: ## Builds for the card's architecture and runs all tests under an emulator
@@ -130,9 +144,10 @@ build: configure ## Builds everything
 
 # A folder that was configured for the program alone is configured again, and keeps what is built.
 configure:
-	@cmake/install-deps.sh program tests
-	@{ test -f $(build_dir)/build.ninja && grep -q '^GPON_TESTS:BOOL=ON' $(build_dir)/CMakeCache.txt; } || \
-	    cmake --preset $(PRESET)
+	@cmake/install-deps.sh program tests $(if $(filter ON,$(TWIN)),twin)
+	@{ test -f $(build_dir)/build.ninja && grep -q '^GPON_TESTS:BOOL=ON' $(build_dir)/CMakeCache.txt && \
+	    { [ $(TWIN) = OFF ] || grep -q '^GPON_TWIN:BOOL=ON' $(build_dir)/CMakeCache.txt; }; } || \
+	    cmake --preset $(PRESET) $(if $(filter ON,$(TWIN)),-DGPON_TWIN=ON)
 
 format: ## Formats all sources
 	@cmake/install-deps.sh format
