@@ -269,12 +269,24 @@ void Device::begin_session(const SessionPtr &session)
     publish(session_start_body(session->author()));
 }
 
+void Device::release(const Session &session)
+{
+    for (const auto datastore :
+         {DatastoreName::kRunning, DatastoreName::kCandidate, DatastoreName::kStartup}) {
+        if (m_sessions.lock_of(datastore).value_or(Sessions::Lock{}).session != session.id()) {
+            continue;
+        }
+        if (datastore == DatastoreName::kCandidate) {
+            m_data.discard();
+        }
+        m_sessions.unlock(datastore, session.id());
+    }
+}
+
 void Device::end_session(const SessionPtr &session, const std::string &reason)
 {
-    const auto released = m_sessions.remove(session->id());
-    if (std::find(released.begin(), released.end(), DatastoreName::kCandidate) != released.end()) {
-        m_data.discard();
-    }
+    release(*session);
+    m_sessions.remove(session->id());
     std::optional<Reversal> reversal;
     {
         const std::lock_guard lock(m_state);

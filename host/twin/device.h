@@ -73,7 +73,9 @@ public:
     engine::Datastore startup() const;
 
     void begin_session(const SessionPtr &session);
-    /** Releases its locks, and undoes what it leaves unfinished. @param reason  As in RFC 6470. */
+    /** Releases its locks; with the candidate's go the changes that were not committed. */
+    void release(const Session &session);
+    /** The same, and undoes what it leaves unfinished. @param reason  As in RFC 6470. */
     void end_session(const SessionPtr &session, const std::string &reason);
 
     /** Sends events to whoever has subscribed. */

@@ -82,6 +82,10 @@ void add_options(CLI::App &app, TwinOptions &options)
         ->type_name("SECONDS")
         ->check(CLI::Range(1, 3600))
         ->capture_default_str();
+    app.add_option("--max-message", options.max_message_mib, "Longest message of a client")
+        ->type_name("MIB")
+        ->check(CLI::Range(1, 1024))
+        ->capture_default_str();
     add_trials(app, options);
     app.add_flag("--verbose", options.verbose, "Tell on stderr what the NETCONF library says");
 }

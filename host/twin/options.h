@@ -31,6 +31,7 @@ struct TwinOptions {
     std::uint16_t tls_port = 6513;
     bool writable_running = false;
     int timeout_s = 60;
+    std::size_t max_message_mib = 64;
     double latency_ms = 0;
     std::string fail;
     double time_scale = 1;

@@ -33,7 +33,8 @@ public:
     void run(const std::atomic<bool> &ends)
     {
         while (!ends) {
-            pollfd ready[] = {{m_client.fd(), POLLIN, 0}, {m_library, POLLIN, 0}};
+            pollfd ready[] = {{m_has_ended ? -1 : m_client.fd(), POLLIN, 0},
+                              {m_library, POLLIN, 0}};
             ::poll(ready, 2, kRound);
             if (ready[1].revents != 0 && !answer()) {
                 return;
@@ -61,16 +62,28 @@ private:
     std::vector<char> m_block;
     bool m_is_chunked = false;
     bool m_has_hello = false;
-    bool m_is_open = false; /**< A message has begun. */
+    bool m_is_open = false;   /**< A message has begun. */
+    bool m_has_ended = false; /**< The client sends no more. */
     Clock::time_point m_last = Clock::now();
 };
 
 void Relay::take()
 {
-    while (const auto size = m_client.read(m_block.data(), m_block.size())) {
+    while (!m_has_ended) {
+        const auto size = m_client.read(m_block.data(), m_block.size());
+        if (size == 0) {
+            return;
+        }
+        if (!size) {
+            // What it has asked for is answered all the same.
+            m_has_ended = true;
+            m_is_open = false;
+            ::shutdown(m_library, SHUT_WR);
+            return;
+        }
         m_last = Clock::now();
         m_is_open = true;
-        m_reader.add({m_block.data(), size});
+        m_reader.add({m_block.data(), *size});
         while (auto message = m_reader.next()) {
             m_is_open = m_reader.has_more();
             pass_on(std::move(*message));
@@ -138,11 +151,14 @@ SocketStream::~SocketStream()
     ::close(m_fd);
 }
 
-std::size_t SocketStream::read(char *data, std::size_t size)
+std::optional<std::size_t> SocketStream::read(char *data, std::size_t size)
 {
     const ssize_t count = ::recv(m_fd, data, size, MSG_DONTWAIT);
-    if (count == 0 || (count < 0 && errno != EAGAIN && errno != EINTR)) {
+    if (count < 0 && errno != EAGAIN && errno != EINTR) {
         throw std::runtime_error("the client has gone");
+    }
+    if (count == 0) {
+        return std::nullopt;
     }
     return count > 0 ? static_cast<std::size_t>(count) : 0;
 }

@@ -9,6 +9,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstddef>
+#include <optional>
 
 namespace host::twin
 {
@@ -20,8 +21,9 @@ public:
     virtual ~Stream() = default;
     /** Readable when there may be bytes. */
     virtual int fd() const = 0;
-    /** @return Bytes that are there now; 0: none. @throws std::runtime_error  It has ended. */
-    virtual std::size_t read(char *data, std::size_t size) = 0;
+    /** @return Bytes that are there now, 0: none; nothing: there will be no more.
+     *  @throws std::runtime_error  It is broken. */
+    virtual std::optional<std::size_t> read(char *data, std::size_t size) = 0;
     /** Writes all of it. @throws std::runtime_error */
     virtual void write(const char *data, std::size_t size) = 0;
 };
@@ -35,7 +37,7 @@ public:
     SocketStream(const SocketStream &) = delete;
     SocketStream &operator=(const SocketStream &) = delete;
     int fd() const override { return m_fd; }
-    std::size_t read(char *data, std::size_t size) override;
+    std::optional<std::size_t> read(char *data, std::size_t size) override;
     void write(const char *data, std::size_t size) override;
 
 private:

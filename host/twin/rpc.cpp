@@ -32,6 +32,7 @@ constexpr std::array<Operation, 15> kOperations{{{"get", get},
                                                  {"lock", lock},
                                                  {"unlock", unlock},
                                                  {"kill-session", kill_session},
+                                                 {"close-session", close_session},
                                                  {"create-subscription", create_subscription}}};
 
 Reply carry_out(const Call &call)

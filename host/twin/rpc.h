@@ -16,6 +16,7 @@ struct Call {
     SessionPtr session;
     const lyd_node *rpc;
     const ly_ctx *context;
+    nc_session *handle;
     bool writable_running = false;
 
     /** Child of that name; null when the client has not sent it. */
@@ -57,6 +58,7 @@ Reply rollback(const Call &call);
 Reply lock(const Call &call);
 Reply unlock(const Call &call);
 Reply kill_session(const Call &call);
+Reply close_session(const Call &call);
 
 Reply create_subscription(const Call &call);
 

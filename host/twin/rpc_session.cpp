@@ -61,4 +61,12 @@ Reply kill_session(const Call &call)
     return {};
 }
 
+/** Who has got its answer may count on the locks to be free. */
+Reply close_session(const Call &call)
+{
+    call.device.release(*call.session);
+    nc_session_set_term_reason(call.handle, NC_SESSION_TERM_CLOSED);
+    return {};
+}
+
 } // namespace host::twin

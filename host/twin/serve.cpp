@@ -80,6 +80,7 @@ TransportSetup transport_setup(const TwinOptions &options, const fs::path &folde
     if (!options.no_ssh) {
         setup.ssh_port = options.port;
     }
+    setup.limits.message = options.max_message_mib << 20;
     setup.keys = given(options.keys, "authorized_keys");
     setup.host_key = given(options.host_key, "host_key");
     setup.unix_socket = given(options.unix_socket, "netconf.sock");
@@ -177,8 +178,8 @@ int serve(const TwinOptions &options, std::ostream &out)
         transport_setup(options, temporary ? temporary->path() : fs::path(options.state));
     const auto context = make_server_context(options.writable_running);
     Device device(device_setup(options), context.get());
-    const NetconfLibrary library(context.get(), options.verbose);
     SessionLoop loop(device, context.get(), loop_setup(options));
+    const NetconfLibrary library(context.get(), options.verbose);
     const Transports transports(setup, loop);
     out << greeting(options, setup, transports) << std::endl;
     int signal = 0;

@@ -75,20 +75,10 @@ void Sessions::add(const SessionPtr &session)
     m_sessions[session->id()] = session;
 }
 
-std::vector<DatastoreName> Sessions::remove(std::uint32_t id)
+void Sessions::remove(std::uint32_t id)
 {
     const std::lock_guard lock(m_mutex);
     m_sessions.erase(id);
-    std::vector<DatastoreName> released;
-    for (auto held = m_locks.begin(); held != m_locks.end();) {
-        if (held->second.session == id) {
-            released.push_back(held->first);
-            held = m_locks.erase(held);
-        } else {
-            ++held;
-        }
-    }
-    return released;
 }
 
 SessionPtr Sessions::find(std::uint32_t id) const

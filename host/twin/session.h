@@ -69,8 +69,8 @@ class Sessions
 {
 public:
     void add(const SessionPtr &session);
-    /** @return Datastores that it had locked. */
-    std::vector<DatastoreName> remove(std::uint32_t id);
+    /** A session that has no locks any more. */
+    void remove(std::uint32_t id);
     /** Null when there is none of that number. */
     SessionPtr find(std::uint32_t id) const;
     std::size_t size() const;

@@ -57,9 +57,12 @@ SessionLoop::SessionLoop(Device &device, const ly_ctx *context, LoopSetup setup)
 {
     current_loop = this;
     nc_set_global_rpc_clb(answer_rpc);
-    // libnetconf2 has an answer of its own.
-    const auto *schema = lys_find_path(context, nullptr, "/ietf-netconf-monitoring:get-schema", 0);
-    const_cast<lysc_node *>(schema)->priv = reinterpret_cast<void *>(answer_rpc);
+    // libnetconf2 has answers of its own, but for those that have one already.
+    for (const char *path :
+         {"/ietf-netconf-monitoring:get-schema", "/ietf-netconf:close-session"}) {
+        const auto *schema = lys_find_path(context, nullptr, path, 0);
+        const_cast<lysc_node *>(schema)->priv = reinterpret_cast<void *>(answer_rpc);
+    }
 }
 
 SessionLoop::~SessionLoop()
@@ -111,7 +114,7 @@ nc_server_reply *SessionLoop::answer(const lyd_node *rpc, nc_session *handle)
     if (must_fail(rpc->schema->name)) {
         return make_reply(m_context, {RpcError{"operation-failed", "This call fails on purpose."}});
     }
-    return twin::answer({m_device, session, rpc, m_context, m_setup.writable_running});
+    return twin::answer({m_device, session, rpc, m_context, handle, m_setup.writable_running});
 }
 
 bool SessionLoop::must_fail(const std::string &rpc)

@@ -116,17 +116,29 @@ public:
           m_channel(m_admission->channel())
     {
     }
+    ~SshStream() override
+    {
+        ssh_channel_send_eof(m_channel);
+        ssh_channel_close(m_channel);
+    }
+    SshStream(const SshStream &) = delete;
+    SshStream &operator=(const SshStream &) = delete;
     int fd() const override { return ssh_get_fd(m_session.get()); }
 
-    std::size_t read(char *data, std::size_t size) override
+    std::optional<std::size_t> read(char *data, std::size_t size) override
     {
         const int count = ssh_channel_read_nonblocking(m_channel, data,
                                                        static_cast<std::uint32_t>(size), 0);
-        if (count == SSH_ERROR || count == SSH_EOF || ssh_channel_is_closed(m_channel) != 0 ||
-            (count == 0 && ssh_channel_is_eof(m_channel) != 0)) {
+        if (count > 0) {
+            return static_cast<std::size_t>(count);
+        }
+        if (count == SSH_ERROR || ssh_channel_is_closed(m_channel) != 0) {
             throw std::runtime_error("the client has gone");
         }
-        return count > 0 ? static_cast<std::size_t>(count) : 0;
+        if (count == SSH_EOF || ssh_channel_is_eof(m_channel) != 0) {
+            return std::nullopt;
+        }
+        return 0;
     }
 
     void write(const char *data, std::size_t size) override

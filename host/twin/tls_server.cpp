@@ -57,13 +57,16 @@ public:
     explicit TlsStream(Connection connection) : m_connection(std::move(connection)) {}
     int fd() const override { return SSL_get_fd(m_connection.get()); }
 
-    std::size_t read(char *data, std::size_t size) override
+    std::optional<std::size_t> read(char *data, std::size_t size) override
     {
         const int count = SSL_read(m_connection.get(), data, static_cast<int>(size));
         if (count > 0) {
             return static_cast<std::size_t>(count);
         }
         const int error = SSL_get_error(m_connection.get(), count);
+        if (error == SSL_ERROR_ZERO_RETURN) {
+            return std::nullopt;
+        }
         if (error != SSL_ERROR_WANT_READ && error != SSL_ERROR_WANT_WRITE) {
             throw std::runtime_error("the client has gone");
         }

@@ -108,7 +108,7 @@ class UnixSession(SSHSession):
         self._channel = Channel(socket.AF_UNIX)
         self._channel.connect(path)
         self._connected = True
-        self._post_connect(timeout=PATIENCE)
+        self._post_connect()
 
     def close(self):
         self._closing.set()
