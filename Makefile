@@ -5,6 +5,7 @@ JOBS ?= $(shell nproc)
 BENCH_ARGS ?=
 SECONDS ?= 60
 FILES ?=
+TWIN ?= OFF
 
 build_dir := build/$(PRESET)
 bin_dir := $(build_dir)/bin
@@ -13,8 +14,8 @@ source_dirs := src platform model host tests bench fuzz
 linted := ^$(CURDIR)/($(shell echo $(source_dirs) | tr ' ' '|'))/
 
 .DEFAULT_GOAL := help
-.PHONY: help run program test test-powerpc test-reports sizes packages test-packages test-fleet bench \
-    bench-fleet twin twin-build test-twin test-ansible bench-twin plot mutants soak fuzz     coverage docs api-docs build configure format lint clean
+.PHONY: help run program twin test-twin test-ansible bench-twin test test-powerpc test-reports sizes packages test-packages test-fleet bench \
+    bench-fleet plot mutants soak fuzz     coverage docs api-docs build configure format lint clean
 
 help: ## Lists these commands
 	@echo "Besides git, make is all that has to be there first: on Debian 12 the rest is installed"
@@ -40,7 +41,32 @@ program: ## Builds gpon-validate and the plug-in only
 	@test -f $(build_dir)/build.ninja || cmake --preset $(PRESET) -DGPON_TESTS=OFF -DGPON_BENCH=OFF
 	cmake --build --preset $(PRESET) --parallel $(JOBS) --target gpon-validate
 
-test: build ## Builds everything, then runs all tests
+# gpon-twin and what it needs are for your machine, and for who asks for them.
+twin: ## Starts gpon-twin on the example card, and shows a command that talks to it
+	@cmake/install-deps.sh program twin
+	@grep -q '^GPON_TWIN:BOOL=ON' $(build_dir)/CMakeCache.txt 2>/dev/null || \
+	    cmake --preset $(PRESET) -DGPON_TWIN=ON -DGPON_TESTS=OFF -DGPON_BENCH=OFF
+	cmake --build --preset $(PRESET) --parallel $(JOBS) --target gpon-twin
+	host/twin/try.sh $(bin_dir)/gpon-twin $(example)
+
+test-twin: ## Builds gpon-twin, runs its tests, and kills it 200 times
+	@$(MAKE) TWIN=ON configure
+	cmake --build --preset $(PRESET) --parallel $(JOBS)
+	ctest --preset $(PRESET) --parallel $(JOBS) --label-regex '^twin$$'
+	tests/twin/crash.py $(bin_dir)/gpon-twin 200
+
+test-ansible: ## Lets Ansible configure gpon-twin
+	@cmake/install-deps.sh program twin test-ansible
+	@$(MAKE) TWIN=ON configure
+	cmake --build --preset $(PRESET) --parallel $(JOBS) --target gpon-twin
+	tests/twin/ansible.py $(bin_dir)/gpon-twin
+
+bench-twin: ## Times gpon-twin on the full card, and weighs 50 of them
+	@$(MAKE) TWIN=ON configure
+	cmake --build --preset $(PRESET) --parallel $(JOBS) --target gpon-twin gpon-validate
+	bench/twin.py $(build_dir)
+
+test: build ## Builds everything (TWIN=ON: gpon-twin as well), then runs all tests
 	ctest --preset $(PRESET) --parallel $(JOBS)
 
 test-powerpc: ## Builds for the card's architecture and runs all tests under an emulator
@@ -57,27 +83,6 @@ test-reports: program ## Checks reports of all golden cases in all formats, SARI
 	@chmod u+x $(build_dir)/npm/node_modules/@microsoft/sarif-multitool-linux/Sarif.Multitool
 	tests/reports/check_reports.py --multitool \
 	    $(build_dir)/npm/node_modules/@microsoft/sarif-multitool-linux/Sarif.Multitool examples $(bin_dir)/gpon-validate
-
-# The server is built in the same folder as the rest, once it has been asked for.
-twin-build: configure
-	@cmake/install-deps.sh twin
-	cmake --preset $(PRESET) -DGPON_TWIN=ON
-	cmake --build --preset $(PRESET) --parallel $(JOBS) --target gpon-twin
-
-twin: twin-build ## Starts a NETCONF server on the example card, and shows how to talk to it (ends with Ctrl-C)
-	@host/twin/try.sh $(bin_dir)/gpon-twin $(example)
-
-test-twin: twin-build ## Tests the NETCONF server with its clients, and kills it 200 times
-	cmake --build --preset $(PRESET) --parallel $(JOBS) --target test_twin plugin_scripted gpon-validate
-	ctest --preset $(PRESET) --parallel $(JOBS) -R '[Tt]win'
-	tests/twin/crash.py $(bin_dir)/gpon-twin 200
-
-test-ansible: twin-build ## Lets Ansible configure the NETCONF server
-	@cmake/install-deps.sh test-ansible
-	tests/twin/ansible.sh $(bin_dir)/gpon-twin
-
-bench-twin: twin-build ## Times the NETCONF server on the full card, and weighs 50 of them
-	bench/twin.py $(build_dir)
 
 sizes: program ## Tells the plug-in's size here and, after make test-powerpc, on the card's architecture
 	@cmake/sizes.sh "x86-64" strip $(build_dir)/lib/libgpon_card_valid.so \
@@ -151,9 +156,10 @@ build: configure ## Builds everything
 
 # A folder that was configured for the program alone is configured again, and keeps what is built.
 configure:
-	@cmake/install-deps.sh program tests
-	@{ test -f $(build_dir)/build.ninja && grep -q '^GPON_TESTS:BOOL=ON' $(build_dir)/CMakeCache.txt; } || \
-	    cmake --preset $(PRESET)
+	@cmake/install-deps.sh program tests $(if $(filter ON,$(TWIN)),twin)
+	@{ test -f $(build_dir)/build.ninja && grep -q '^GPON_TESTS:BOOL=ON' $(build_dir)/CMakeCache.txt && \
+	    { [ $(TWIN) = OFF ] || grep -q '^GPON_TWIN:BOOL=ON' $(build_dir)/CMakeCache.txt; }; } || \
+	    cmake --preset $(PRESET) $(if $(filter ON,$(TWIN)),-DGPON_TWIN=ON)
 
 format: ## Formats all sources
 	@cmake/install-deps.sh format

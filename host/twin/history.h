@@ -24,6 +24,13 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+/** A folder that another server uses. */
+class HistoryInUse : public HistoryError
+{
+public:
+    using HistoryError::HistoryError;
+};
+
 /** Number of a commit, from 1; 0 is the configuration that the card came with. */
 using CommitNumber = std::int64_t;
 
@@ -106,8 +113,8 @@ public:
 
     /**
      * Opens the folder's history, and makes both where there is none (not for kRead).
-     * @throws HistoryError  It is another program's, or damaged, or of a later version, or another
-     *                       server uses the folder.
+     * @throws HistoryError  It is another program's, or damaged, or of a later version.
+     * @throws HistoryInUse  Another server uses the folder.
      */
     static History open(const std::filesystem::path &folder, Access access);
     /** One that is forgotten. */

@@ -114,7 +114,7 @@ void HistoryFile::lock(const fs::path &folder)
     fcntl(m_lock, F_GETLK, &lock);
     close(m_lock);
     m_lock = -1;
-    throw HistoryError(folder.string() + ": process " + std::to_string(lock.l_pid) +
+    throw HistoryInUse(folder.string() + ": process " + std::to_string(lock.l_pid) +
                        " serves from this folder");
 }
 

@@ -5,6 +5,7 @@
 #include "engine/data/source_file.h"
 #include "report/report_text.h"
 #include "twin/access.h"
+#include "twin/rollback_request.h"
 #include "twin/stored_tree.h"
 
 #include <CLI/CLI.hpp>
@@ -12,6 +13,7 @@
 #include <pwd.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <ostream>
 
 namespace host::twin
@@ -20,7 +22,9 @@ namespace
 {
 
 constexpr const char *kExamples =
-    "The card's rules are asked, as about any change. No server may use the folder meanwhile.\n"
+    "The card's rules are asked, as about any change. A server that uses the folder does it "
+    "itself, with\n"
+    "the card and the plug-in that it has.\n"
     "Exit codes: 0 done, 1 rejected, 2 warnings that nobody confirmed, 3 a bad file or option,\n"
     "4 the plug-in died.\n"
     "\n"
@@ -73,31 +77,10 @@ Outcome check(const RollbackOptions &options, const History &history)
     return outcome;
 }
 
-} // namespace
-
-void add_rollback(CLI::App &program, RollbackOptions &options)
+/** Without a server. */
+Result roll_back(History &history, const RollbackOptions &options, std::ostream &out,
+                 const Style &style)
 {
-    auto *app = program.add_subcommand("rollback", "Go back to what was running after a commit");
-    app->footer(kExamples);
-    app->add_option("N", options.number, "Number of the commit")
-        ->type_name("")
-        ->required()
-        ->check(CLI::NonNegativeNumber);
-    app->add_option("--state", options.state, "State folder of the twin")
-        ->type_name("DIR")
-        ->required()
-        ->check(CLI::ExistingDirectory);
-    app->add_option("--card", options.card, "Capabilities of the card (JSON)")->type_name("FILE");
-    app->add_option("--plugin", options.plugin, "Another plug-in than the card's")
-        ->type_name("FILE");
-    app->add_flag("--confirm-warnings", options.confirms_warnings,
-                  "Confirm the warnings of the rules");
-}
-
-int roll_back(const RollbackOptions &options, std::ostream &out, const Style &style)
-{
-    History::open(options.state, History::Access::kRead); // Where there is none, none is made.
-    History history = History::open(options.state, History::Access::kServe);
     settle(history);
     const Outcome outcome = check(options, history);
     const Result result = outcome.result();
@@ -115,12 +98,54 @@ int roll_back(const RollbackOptions &options, std::ostream &out, const Style &st
         }
     }
     if (result == Result::kAccepted) {
-        const auto number =
-            history.add(commit, {Step::Form::kRestore, "", options.number}, std::nullopt);
-        out << "Commit " << number << " is running: the configuration after commit "
-            << options.number << ".\n";
+        history.add(commit, {Step::Form::kRestore, "", options.number}, std::nullopt);
     } else if (result != Result::kNotChecked) {
         history.add(commit, {Step::Form::kNothing, "", options.number});
+    }
+    return result;
+}
+
+} // namespace
+
+void add_rollback(CLI::App &program, RollbackOptions &options)
+{
+    auto *app = program.add_subcommand("rollback", "Go back to what was running after a commit");
+    app->footer(kExamples);
+    app->add_option("N", options.number, "Number of the commit")
+        ->type_name("")
+        ->required()
+        ->check(CLI::NonNegativeNumber);
+    app->add_option("--state", options.state, "State folder of the twin")
+        ->type_name("DIR")
+        ->required()
+        ->check(CLI::ExistingDirectory);
+    app->add_option("--unix", options.unix_socket,
+                    "UNIX socket of the server that uses the folder (if not given: netconf.sock in "
+                    "it)")
+        ->type_name("PATH");
+    app->add_option("--card", options.card, "Capabilities of the card (JSON)")->type_name("FILE");
+    app->add_option("--plugin", options.plugin, "Another plug-in than the card's")
+        ->type_name("FILE");
+    app->add_flag("--confirm-warnings", options.confirms_warnings,
+                  "Confirm the warnings of the rules");
+}
+
+int roll_back(const RollbackOptions &options, std::ostream &out, const Style &style)
+{
+    History::open(options.state, History::Access::kRead); // Where there is none, none is made.
+    Result result = Result::kNotChecked;
+    try {
+        History history = History::open(options.state, History::Access::kServe);
+        result = roll_back(history, options, out, style);
+    } catch (const HistoryInUse &) {
+        const auto own = std::filesystem::path(options.state) / "netconf.sock";
+        result = request_rollback(options.unix_socket.empty() ? own.string() : options.unix_socket,
+                                  options.number, options.confirms_warnings, out);
+    }
+    if (result == Result::kAccepted) {
+        const auto number = History::open(options.state, History::Access::kRead).running_number();
+        out << "Commit " << number << " is running: the configuration after commit "
+            << options.number << ".\n";
     }
     return static_cast<int>(result);
 }

@@ -19,7 +19,8 @@ namespace host::twin
 {
 
 struct RollbackOptions {
-    std::string state; /**< Folder, which no server may use. */
+    std::string state;
+    std::string unix_socket; /**< Of the server that uses the folder; empty: the folder's own. */
     CommitNumber number = 0;
     std::string card; /**< File of capabilities; empty: those of an ordinary card. */
     std::string plugin;
@@ -31,6 +32,7 @@ void add_rollback(CLI::App &program, RollbackOptions &options);
 
 /**
  * Asks the rules about the configuration, as about any change; if they accept, it becomes a commit.
+ * A server that uses the folder is asked to do it.
  * @return Exit code: how the check ended.
  * @throws HistoryError, engine::InputError
  */

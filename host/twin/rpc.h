@@ -53,6 +53,7 @@ Reply discard_changes(const Call &call);
 Reply validate(const Call &call);
 Reply commit(const Call &call);
 Reply cancel_commit(const Call &call);
+Reply rollback(const Call &call);
 
 Reply lock(const Call &call);
 Reply unlock(const Call &call);

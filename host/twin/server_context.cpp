@@ -101,7 +101,8 @@ ServerContext make_server_context(bool writable_running)
     load(made, "ietf-netconf", features);
     for (const char *name :
          {"ietf-netconf-monitoring", "ietf-netconf-with-defaults", "notifications",
-          "nc-notifications", "ietf-netconf-notifications", "gpon-twin-confirm", "gpon-twin-reject"}) {
+          "nc-notifications", "ietf-netconf-notifications", "gpon-twin-confirm",
+          "gpon-twin-history", "gpon-twin-reject"}) {
         load(made, name);
     }
     load(made, std::string(model::kMainModule));

@@ -15,6 +15,7 @@ namespace host::twin
 
 inline constexpr const char *kNetconfNamespace = "urn:ietf:params:xml:ns:netconf:base:1.0";
 inline constexpr const char *kConfirmNamespace = "urn:olt:gpon:twin:confirm";
+inline constexpr const char *kHistoryNamespace = "urn:olt:gpon:twin:history";
 
 struct FreeContext {
     void operator()(ly_ctx *context) const { ly_ctx_destroy(context); }

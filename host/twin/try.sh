@@ -1,37 +1,36 @@
 #!/usr/bin/env bash
-# Starts a server on an example card, with a throw-away key, and shows the command that talks to it: try.sh GPON_TWIN EXAMPLE
+# Starts a twin with a throw-away key, tells how to talk to it, and waits until it is interrupted.
+# Usage: try.sh GPON_TWIN CARD_FOLDER
 set -euo pipefail
-program=$1
-example=$2
-folder=$(mktemp -d)
-trap 'rm -rf "$folder"' EXIT
-ssh-keygen -q -t ed25519 -N '' -C 'thrown away with the server' -f "$folder/key"
-install -m 600 /dev/null "$folder/authorized_keys"
-echo "name=\"admin\",role=\"admin\" $(< "$folder/key.pub")" > "$folder/authorized_keys"
-"$program" --running "$example/running.xml" --card "$example/card.json" --ephemeral --port 0 \
-    --keys "$folder/authorized_keys" --unix "$folder/netconf.sock" > "$folder/greeting" &
+
+twin=$(realpath "$1")
+card=$(realpath "$2")
+state=$(mktemp -d)
+trap 'rm -rf "$state"' EXIT
+
+ssh-keygen -q -t ed25519 -N '' -C 'for a trial' -f "$state/key"
+echo "name=\"admin\",role=\"admin\" $(cat "$state/key.pub")" > "$state/authorized_keys"
+chmod 600 "$state/authorized_keys"
+
+# Ctrl-C is for the twin, which ends in order; then this ends, too.
+trap : INT
+mkfifo "$state/said"
+"$twin" --running "$card/running.xml" --card "$card/card.json" --state "$state" --port 0 > "$state/said" &
 server=$!
-trap 'kill "$server" 2>/dev/null; wait "$server" || true; rm -rf "$folder"' EXIT
-trap 'exit 0' INT TERM
-until [ -s "$folder/greeting" ]; do
-    kill -0 "$server" || exit 1
-    sleep 0.1
-done
-cat "$folder/greeting"
-port=$(sed -n 's/.*SSH [^ ]* port \([0-9]*\).*/\1/p' "$folder/greeting")
+exec 3< "$state/said"
+read -r greeting <&3 || { echo "gpon-twin did not start" >&2; exit 1; }
+port=$(sed -n 's/.* port \([0-9]*\).*/\1/p' <<< "$greeting")
 cat <<END
+$greeting
 
-What runs on the card, in Python (/usr/bin/python3, with python3-ncclient):
+Talk to it from another shell (Ctrl-C here ends it):
 
-  from ncclient import manager
-  with manager.connect(host="127.0.0.1", port=$port, username="admin", key_filename="$folder/key",
-                       hostkey_verify=False, allow_agent=False, look_for_keys=False) as card:
-      print(card.get_config("running").data_xml[:2000])
+  ssh -i $state/key -p $port -o StrictHostKeyChecking=no -o UserKnownHostsFile=/dev/null -s admin@127.0.0.1 netconf
 
-The session as it is, in a shell:
+  python3 -c 'from ncclient import manager; print(manager.connect(host="127.0.0.1", port=$port, username="admin",
+      key_filename="$state/key", hostkey_verify=False).get_config("running", ("subtree",
+      "<config xmlns=\"urn:olt:gpon:base\"><service-port><id>7</id></service-port></config>")))'
 
-  ssh -p $port -i $folder/key -o UserKnownHostsFile=/dev/null admin@127.0.0.1 -s netconf
-
-Ctrl-C ends the server.
+  $twin history --state $state
 END
-wait "$server"
+wait "$server" || wait "$server"

@@ -51,7 +51,7 @@ public:
     {
         std::ostringstream out;
         const int code = host::twin::roll_back(
-            {path().string(), number, card, CARD_PLUGIN, confirms}, out, host::Style(false));
+            {path().string(), "", number, card, CARD_PLUGIN, confirms}, out, host::Style(false));
         return std::to_string(code) + ": " + out.str();
     }
 };

@@ -73,6 +73,10 @@ def confirmed(timeout=None, persist=None, persist_id=None):
             + (f"<persist-id>{persist_id}</persist-id>" if persist_id else "") + "</commit>")
 
 
+def rollback(number, more=""):
+    return f'<rollback xmlns="urn:olt:gpon:twin:history"><commit>{number}</commit>{more}</rollback>'
+
+
 FEC_2 = "<port-id>2</port-id><downstream-fec>"
 SUBSCRIBE = '<create-subscription xmlns="urn:ietf:params:xml:ns:netconf:notification:1.0">{}</create-subscription>'
 SESSIONS = subtree('<netconf-state xmlns="urn:ietf:params:xml:ns:yang:ietf-netconf-monitoring"><sessions/></netconf-state>')
@@ -194,6 +198,19 @@ SCRIPTS = {
         ("olga", get_config("candidate", subtree('<config xmlns="urn:olt:gpon:base"/>')), ["!rose", ">***<"]),
         ("a", get_config("candidate", with_defaults("report-all-tagged")), [">rose<"]),
         ("vera", get_config("running", with_defaults("report-all-tagged")), ["!rose", ">***<"]),
+        ("olga", edit(onu(1, "<auth-method><password>***</password></auth-method>")), ["invalid-value"]),
+        ("olga", copy(None, "candidate", onu(1, "<auth-method><password>***</password></auth-method>")), ["invalid-value"]),
+        ("a", get_config("candidate"), [">rose<"]),
+    ],
+    "a rollback is a commit": [
+        ("a", describe("new"), "ok"), ("a", COMMIT, "ok"),
+        ("a", fec("false"), "ok"), ("a", f"<commit>{CONFIRMED}</commit>", "ok"),
+        ("b", on("lock", "running"), "ok"), ("a", rollback(1), ["in-use"]), ("b", on("unlock", "running"), "ok"),
+        ("vera", rollback(1), ["access-denied"]), ("a", rollback(9), ["invalid-value"]),
+        ("a", rollback(1), ["operation-failed", "operation-failed"]), ("a", get_config(), [FEC_2 + "false"]),
+        ("a", rollback(1, "<confirm-warnings/>"), "ok"),
+        ("a", get_config(), [FEC_2 + "true", "<description>new<"]), ("a", get_config("candidate"), [FEC_2 + "true"]),
+        ("a", rollback(0), "ok"), ("a", get_config(), ["!<description>new<"]),
     ],
     "roles": [
         ("vera", describe("x"), ["access-denied"]), ("vera", COMMIT, ["access-denied"]), ("vera", on("lock", "running"), ["access-denied"]),
@@ -323,6 +340,8 @@ class SshClient:
 
     def rpc(self, body):
         from ncclient.xml_ import to_ele
+        if " xmlns=" in body.split(">", 1)[0]:
+            return self.manager.dispatch(to_ele(body)).xml
         body = body.replace(">", f' xmlns="{NETCONF}">', 1) if not body.endswith("/>") or "</" in body else body.replace("/>", f' xmlns="{NETCONF}"/>', 1)
         return self.manager.dispatch(to_ele(body)).xml
 
