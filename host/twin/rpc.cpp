@@ -18,7 +18,7 @@ struct Operation {
     Reply (*handle)(const Call &);
 };
 
-constexpr std::array<Operation, 15> kOperations{{{"get", get},
+constexpr std::array<Operation, 16> kOperations{{{"get", get},
                                                  {"get-config", get_config},
                                                  {"get-schema", get_schema},
                                                  {"edit-config", edit_config},
