@@ -132,7 +132,10 @@ void CheckClient::start()
     ask({{{"task", "open"},
           {"card", m_setup.card},
           {"plugin", m_setup.plugin},
-          {"timeout", m_setup.idle_timeout.count()}},
+          {"timeout", m_setup.idle_timeout.count()},
+          {"latency", m_setup.call_latency.count()},
+          {"fail_rule", m_setup.fail_rule},
+          {"fail_call", m_setup.fail_call}},
          m_running()});
 }
 

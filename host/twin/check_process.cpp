@@ -1,6 +1,7 @@
 #include "twin/check_process.h"
 
 #include "checker/checker.h"
+#include "engine/session/hooks.h"
 #include "twin/check_report.h"
 #include "twin/wire.h"
 
@@ -44,6 +45,7 @@ private:
     json answer(const Message &message);
     json open(const Message &message);
     json check(const Message &message);
+    void set_trials(const json &head);
 
     Wire m_wire;
     Policy m_policy;
@@ -72,10 +74,22 @@ json CheckProcess::open(const Message &message)
 {
     const auto &head = message.head;
     m_policy.idle_timeout = std::chrono::seconds(head.at("timeout").get<int>());
+    set_trials(head);
     m_checker = std::make_unique<Checker>(
         fm::parse_card(head.at("card")),
         engine::Source{"running configuration", message.text}, head.at("plugin"));
     return json::object();
+}
+
+/** What a tester wants to see go wrong, or take its time: then no answer is used twice. */
+void CheckProcess::set_trials(const json &head)
+{
+    auto &hooks = engine::Hooks::instance();
+    const std::string rule = head.at("fail_rule");
+    const std::chrono::microseconds latency(head.at("latency").get<std::int64_t>());
+    hooks.fail_rule(rule, head.at("fail_call").get<std::uint64_t>(), CONFD_ERR_OS);
+    hooks.set_latency(latency);
+    m_policy.reuse = rule.empty() && latency.count() == 0;
 }
 
 json CheckProcess::check(const Message &message)

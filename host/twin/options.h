@@ -33,6 +33,7 @@ struct TwinOptions {
     int timeout_s = 60;
     std::size_t max_message_mib = 64;
     double latency_ms = 0;
+    double call_latency_us = 0;
     std::string fail;
     double time_scale = 1;
     bool verbose = false;

@@ -3,6 +3,7 @@
 #include "twin/inspection.h"
 #include "twin/server_context.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <cstring>
@@ -125,6 +126,12 @@ void require_unlocked(const Call &call, DatastoreName datastore)
         error.type = "protocol";
         throw RpcFailure(std::move(error));
     }
+}
+
+bool is_operation(const std::string &name)
+{
+    return std::any_of(kOperations.begin(), kOperations.end(),
+                       [&name](const Operation &operation) { return name == operation.name; });
 }
 
 nc_server_reply *answer(const Call &call)

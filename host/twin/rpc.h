@@ -38,6 +38,8 @@ engine::Source config_of(const lyd_node *any);
 /** @throws RpcFailure  Another session has locked it. */
 void require_unlocked(const Call &call, DatastoreName datastore);
 
+/** Whether there is an operation of that name. */
+bool is_operation(const std::string &name);
 /** Answers a request, with all that there is to refuse. */
 nc_server_reply *answer(const Call &call);
 

@@ -1,6 +1,8 @@
 #include "twin/serve.h"
 
 #include "engine/data/source_file.h"
+#include "rules/rules.h"
+#include "twin/rpc.h"
 #include "twin/server_context.h"
 #include "twin/session_loop.h"
 #include "twin/transport.h"
@@ -8,6 +10,8 @@
 
 #include <fm_host.h>
 
+#include <charconv>
+#include <cmath>
 #include <csignal>
 #include <iostream>
 #include <unistd.h>
@@ -51,6 +55,31 @@ private:
     fs::path m_path;
 };
 
+/** What --fail asks for. */
+struct Trial {
+    std::string name;
+    int number = 1;
+};
+
+/** @throws std::runtime_error  It is nothing that can fail. */
+Trial trial_of(const TwinOptions &options)
+{
+    const auto colon = options.fail.find(':');
+    Trial trial{options.fail.substr(0, colon)};
+    if (colon != std::string::npos) {
+        const std::string number = options.fail.substr(colon + 1);
+        const auto end = number.data() + number.size();
+        const auto result = std::from_chars(number.data(), end, trial.number);
+        if (result.ec != std::errc() || result.ptr != end || trial.number < 1) {
+            throw std::runtime_error("--fail: " + number + " is no number from 1");
+        }
+    }
+    if (!trial.name.empty() && find_rule(trial.name) == nullptr && !is_operation(trial.name)) {
+        throw std::runtime_error("--fail: " + trial.name + " is neither a rule nor an RPC");
+    }
+    return trial;
+}
+
 DeviceSetup device_setup(const TwinOptions &options)
 {
     DeviceSetup setup;
@@ -58,6 +87,13 @@ DeviceSetup device_setup(const TwinOptions &options)
         setup.check.card = read_file(options.card).text;
         fm::parse_card(setup.check.card);
     }
+    const Trial trial = trial_of(options);
+    if (find_rule(trial.name) != nullptr) {
+        setup.check.fail_rule = trial.name;
+        setup.check.fail_call = trial.number;
+    }
+    setup.check.call_latency =
+        std::chrono::microseconds(std::llround(options.call_latency_us));
     setup.check.plugin = options.plugin;
     setup.check.idle_timeout = std::chrono::seconds(options.timeout_s);
     if (!options.running.empty()) {
@@ -99,11 +135,9 @@ LoopSetup loop_setup(const TwinOptions &options)
     setup.latency =
         std::chrono::duration_cast<std::chrono::milliseconds>(
             std::chrono::duration<double, std::milli>(options.latency_ms));
-    const auto colon = options.fail.find(':');
-    setup.fail_rpc = options.fail.substr(0, colon);
-    if (colon != std::string::npos) {
-        setup.fail_at = std::stoi(options.fail.substr(colon + 1));
-    }
+    const Trial trial = trial_of(options);
+    setup.fail_rpc = trial.name;
+    setup.fail_at = trial.number;
     return setup;
 }
 

@@ -159,6 +159,25 @@ def check_plugin(program, plugin):
             assert OK in client.rpc("<commit/>"), act
 
 
+def check_trials(program):
+    """--fail and --latency: the third commit, and a rule whose first request of the framework fails."""
+    with Twin(program, RUNNING, "--fail", "discard-changes:3", "--latency", "30", ssh=False) as twin:
+        client = twin.raw()
+        begin = time.monotonic()
+        assert [OK in client.rpc("<discard-changes/>") for _ in range(4)] == [True, True, False, True]
+        assert time.monotonic() - begin > 0.12
+    serial = edit_of("").replace("<description></description>", "<auth-method><serial-number>ALCL00000C0{}</serial-number></auth-method>")
+    with Twin(program, RUNNING, "--fail", "onu_pwd_sn_unique_check", "--call-latency", "2000", ssh=False) as twin:
+        client = twin.raw()
+        client.edit(serial.format(1))
+        begin = time.monotonic()
+        assert [error["app-tag"] for error in errors_of(client.rpc("<commit/>"))] == ["onu_pwd_sn_unique_check"]
+        assert time.monotonic() - begin > 0.002
+        client.rpc("<discard-changes/>")
+        client.edit(edit_of("fine"))
+        assert OK in client.rpc("<commit/>")
+
+
 def check_process_dies(program):
     """The check process is killed; it is started anew with what runs now."""
     with Twin(program, RUNNING, ssh=False) as twin:
@@ -179,7 +198,7 @@ def check_process_dies(program):
 def main():
     program, plugin = [sys.argv[1]], sys.argv[2]
     checks = [check_messages, check_vanishing_clients, check_mute_clients, lambda words: check_plugin(words, plugin),
-              check_process_dies]
+              check_process_dies, check_trials]
     for check in checks:
         check(program)
         print(f"passed: {getattr(check, '__doc__', None) or check.__name__}", flush=True)
