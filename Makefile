@@ -15,7 +15,7 @@ linted := ^$(CURDIR)/($(shell echo $(source_dirs) | tr ' ' '|'))/
 
 .DEFAULT_GOAL := help
 .PHONY: help run program twin test-twin test test-powerpc test-reports sizes packages test-packages test-fleet bench \
-    bench-fleet plot mutants soak fuzz     coverage docs api-docs build configure format lint clean
+    bench-fleet bench-twin plot mutants soak fuzz     coverage docs api-docs build configure format lint clean
 
 help: ## Lists these commands
 	@echo "Besides git, make is all that has to be there first: on Debian 12 the rest is installed"
@@ -101,6 +101,11 @@ bench: build ## Builds, then runs the benchmarks (BENCH_ARGS="--benchmark_filter
 
 bench-fleet: build ## Times fleets of 10,000 small cards and of 200 full ones
 	bench/fleet.py $(build_dir)
+
+bench-twin: ## Times gpon-twin on a full card, and 50 of them
+	@$(MAKE) TWIN=ON configure
+	cmake --build --preset $(PRESET) --parallel $(JOBS) --target gpon-twin gpon-validate
+	bench/twin.py $(build_dir)
 
 plot: ## Draws docs/performance.svg from the last benchmarks
 	@cmake/install-deps.sh plot
