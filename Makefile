@@ -14,8 +14,8 @@ source_dirs := src platform model host tests bench fuzz
 linted := ^$(CURDIR)/($(shell echo $(source_dirs) | tr ' ' '|'))/
 
 .DEFAULT_GOAL := help
-.PHONY: help run program twin test-twin test test-powerpc test-reports sizes packages test-packages test-fleet bench \
-    bench-fleet bench-twin plot mutants soak fuzz     coverage docs api-docs build configure format lint clean
+.PHONY: help run program twin test-twin test-ansible bench-twin test test-powerpc test-reports sizes packages test-packages test-fleet bench \
+    bench-fleet plot mutants soak fuzz     coverage docs api-docs build configure format lint clean
 
 help: ## Lists these commands
 	@echo "Besides git, make is all that has to be there first: on Debian 12 the rest is installed"
@@ -49,10 +49,22 @@ twin: ## Starts gpon-twin on the example card, and shows a command that talks to
 	cmake --build --preset $(PRESET) --parallel $(JOBS) --target gpon-twin
 	host/twin/try.sh $(bin_dir)/gpon-twin $(example)
 
-test-twin: ## Builds gpon-twin, then runs its tests
+test-twin: ## Builds gpon-twin, runs its tests, and kills it 200 times
 	@$(MAKE) TWIN=ON configure
 	cmake --build --preset $(PRESET) --parallel $(JOBS)
 	ctest --preset $(PRESET) --parallel $(JOBS) --label-regex '^twin$$'
+	tests/twin/crash.py $(bin_dir)/gpon-twin 200
+
+test-ansible: ## Lets Ansible configure gpon-twin
+	@cmake/install-deps.sh program twin test-ansible
+	@$(MAKE) TWIN=ON configure
+	cmake --build --preset $(PRESET) --parallel $(JOBS) --target gpon-twin
+	tests/twin/ansible.py $(bin_dir)/gpon-twin
+
+bench-twin: ## Times gpon-twin on the full card, and weighs 50 of them
+	@$(MAKE) TWIN=ON configure
+	cmake --build --preset $(PRESET) --parallel $(JOBS) --target gpon-twin gpon-validate
+	bench/twin.py $(build_dir)
 
 test: build ## Builds everything (TWIN=ON: gpon-twin as well), then runs all tests
 	ctest --preset $(PRESET) --parallel $(JOBS)
@@ -101,11 +113,6 @@ bench: build ## Builds, then runs the benchmarks (BENCH_ARGS="--benchmark_filter
 
 bench-fleet: build ## Times fleets of 10,000 small cards and of 200 full ones
 	bench/fleet.py $(build_dir)
-
-bench-twin: ## Times gpon-twin on a full card, and 50 of them
-	@$(MAKE) TWIN=ON configure
-	cmake --build --preset $(PRESET) --parallel $(JOBS) --target gpon-twin gpon-validate
-	bench/twin.py $(build_dir)
 
 plot: ## Draws docs/performance.svg from the last benchmarks
 	@cmake/install-deps.sh plot

@@ -8,6 +8,7 @@ declare -A groups=(
     [tests]="libgtest-dev libgmock-dev libbenchmark-dev python3 python3-jsonschema
         libxml2-utils xsltproc"
     [twin]="libnetconf2-dev libssh-dev libsqlite3-dev libsqlitecpp-dev libyuma-base python3-ncclient openssh-client"
+    [test-ansible]="ansible python3-ncclient"
     [powerpc]="g++-powerpc-linux-gnu qemu-user dpkg-dev perl googletest"
     [packages]="dpkg-dev file"
     [test-reports]="python3 python3-jsonschema libxml2-utils"

@@ -16,7 +16,7 @@ _gpon_twin()
         return
         ;;
     --fail) words="get get-config edit-config validate commit lock unlock" ;;
-    --listen | --port | --tls-port | --timeout | --latency | --time-scale | --limit) return ;;
+    --listen | --port | --tls-port | --timeout | --max-message | --latency | --time-scale | --limit) return ;;
     esac
     if [ -z "$words" ]; then
         case $command in
@@ -25,7 +25,7 @@ _gpon_twin()
         rollback) words="--state --unix --card --plugin --confirm-warnings --help" ;;
         *)
             words="--running --card --plugin --state --ephemeral --listen --port --no-ssh --unix --keys --host-key
-                --tls --tls-key --tls-ca --tls-port --writable-running --timeout --latency --fail --time-scale
+                --tls --tls-key --tls-ca --tls-port --writable-running --timeout --max-message --latency --fail --time-scale
                 --verbose --help --version"
             [ "$COMP_CWORD" -gt 1 ] || words="history show rollback $words"
             ;;
