@@ -37,14 +37,14 @@ Datastores::Datastores(Datastore running) : m_running(std::move(running)) {}
 
 void Datastores::read_running(const Read &read) const
 {
-    const std::shared_lock lock(m_running_lock);
+    const std::shared_lock<FairLock> lock(m_running_lock);
     read(m_running);
 }
 
 void Datastores::read_candidate(const Read &read) const
 {
     {
-        const std::shared_lock lock(m_candidate_lock);
+        const std::shared_lock<FairLock> lock(m_candidate_lock);
         if (m_candidate) {
             read(*m_candidate);
             return;
@@ -65,7 +65,7 @@ Datastore &Datastores::candidate()
 void Datastores::edit_candidate(const Source &edit)
 {
     const std::lock_guard editing(m_edit);
-    const std::unique_lock lock(m_candidate_lock);
+    const std::unique_lock<FairLock> lock(m_candidate_lock);
     engine::UndoLog log(candidate());
     engine::apply_edit(log, edit);
     m_touched.add(log);
@@ -77,7 +77,7 @@ void Datastores::replace_candidate(const Source &configuration)
 {
     const std::lock_guard editing(m_edit);
     auto tree = parsed(m_running, configuration);
-    const std::unique_lock lock(m_candidate_lock);
+    const std::unique_lock<FairLock> lock(m_candidate_lock);
     m_candidate = std::move(tree);
     m_touched.add_everything();
     ++m_generation;
@@ -86,7 +86,7 @@ void Datastores::replace_candidate(const Source &configuration)
 void Datastores::discard()
 {
     const std::lock_guard editing(m_edit);
-    const std::unique_lock lock(m_candidate_lock);
+    const std::unique_lock<FairLock> lock(m_candidate_lock);
     if (!m_touched.empty()) {
         m_candidate.reset();
         m_touched.clear();
@@ -96,7 +96,7 @@ void Datastores::discard()
 
 bool Datastores::is_modified() const
 {
-    const std::shared_lock lock(m_candidate_lock);
+    const std::shared_lock<FairLock> lock(m_candidate_lock);
     return !m_touched.empty();
 }
 
@@ -143,10 +143,11 @@ void Datastores::commit(const Plan &plan)
         log.keep();
     };
     {
-        const std::unique_lock lock(m_running_lock);
+        const std::unique_lock<FairLock> lock(m_running_lock);
         apply(m_running);
+        ++m_running_generation;
     }
-    const std::unique_lock lock(m_candidate_lock);
+    const std::unique_lock<FairLock> lock(m_candidate_lock);
     if (plan.candidate == m_generation) {
         m_touched.clear();
     } else if (m_touched.empty() && m_candidate) {

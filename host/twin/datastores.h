@@ -17,6 +17,28 @@
 namespace host::twin
 {
 
+/** Who wants to write waits for those who read now, not for all who come after. */
+class FairLock
+{
+public:
+    void lock()
+    {
+        const std::lock_guard gate(m_gate);
+        m_lock.lock();
+    }
+    void unlock() { m_lock.unlock(); }
+    void lock_shared()
+    {
+        const std::lock_guard gate(m_gate);
+        m_lock.lock_shared();
+    }
+    void unlock_shared() { m_lock.unlock_shared(); }
+
+private:
+    std::mutex m_gate;
+    std::shared_mutex m_lock;
+};
+
 /**
  * Both trees, for many threads. They are read side by side; whoever changes one waits for those
  * who read it, never for a check. The candidate is a tree of its own from the first edit on, and
@@ -32,6 +54,8 @@ public:
     const std::shared_ptr<const engine::Schema> &schema() const { return m_running.schema_ptr(); }
 
     void read_running(const Read &read) const;
+    /** Counts the changes of what is running; for who reads it just now. */
+    std::uint64_t running_generation() const { return m_running_generation; }
     void read_candidate(const Read &read) const;
 
     /** Carries out an edit on the candidate: all of it or nothing. @throws engine::InputError */
@@ -68,12 +92,13 @@ private:
     engine::Datastore &candidate();
 
     engine::Datastore m_running;
+    std::uint64_t m_running_generation = 0;
     std::optional<engine::Datastore> m_candidate; /**< Nothing: it is what is running. */
     Touched m_touched; /**< In the candidate. */
     std::uint64_t m_generation = 0; /**< Counts the changes of the candidate. */
     std::mutex m_edit; /**< Held by whoever uses the engine's functions that change trees. */
-    mutable std::shared_mutex m_running_lock;
-    mutable std::shared_mutex m_candidate_lock;
+    mutable FairLock m_running_lock;
+    mutable FairLock m_candidate_lock;
 };
 
 } // namespace host::twin

@@ -10,6 +10,7 @@
 #include "twin/history.h"
 #include "twin/masking.h"
 #include "twin/notifications.h"
+#include "twin/printed_cache.h"
 #include "twin/reply.h"
 #include "twin/session.h"
 
@@ -57,6 +58,7 @@ public:
     Sessions &sessions() { return m_sessions; }
     const Masking &masking() const { return m_masking; }
     History &history() { return m_history; }
+    PrintedCache &printed() { return m_printed; }
     bool waits_for_confirmation() const;
 
     /** Asks the rules about a change, commits it and tells of it. @param make  The change. */
@@ -107,6 +109,7 @@ private:
     CheckClient m_checks;
     Sessions m_sessions;
     Masking m_masking;
+    PrintedCache m_printed;
 
     mutable std::mutex m_state; /**< Of the two below. */
     ConfirmedCommit m_confirmed;

@@ -110,9 +110,28 @@ std::string shown(const Call &call, const lyd_node *data, const Filter &filter, 
     return printed(data, mode);
 }
 
+/** All of what is running. */
+std::string shown_running(const Call &call, const engine::Datastore &tree)
+{
+    const WithDefaults mode = with_defaults_of(call.rpc);
+    const PrintedCache::Way way{mode, !may(call.session->role(), Right::kSeeSecrets)};
+    const auto generation = call.device.data().running_generation();
+    if (const auto known = call.device.printed().find(generation, way)) {
+        return *known;
+    }
+    std::string text = shown(call, tree.root(), {}, mode);
+    call.device.printed().add(generation, way, text);
+    return text;
+}
+
 std::string shown(const Call &call, DatastoreName datastore, const Filter &filter)
 {
     std::string text;
+    if (datastore == DatastoreName::kRunning && filter.is_everything()) {
+        call.device.data().read_running(
+            [&](const engine::Datastore &tree) { text = shown_running(call, tree); });
+        return text;
+    }
     const auto read = [&](const engine::Datastore &tree) {
         text = shown(call, tree.root(), filter, with_defaults_of(call.rpc));
     };

@@ -127,7 +127,7 @@ def check_tls(twin, path):
         try:
             with context.wrap_socket(socket.create_connection(("127.0.0.1", port), timeout=20)) as tls:
                 client = RawClient.__new__(RawClient)
-                client.socket, client.pending, client.number, client.chunked = tls, b"", 0, False
+                client.socket, client.pending, client.number, client.chunked = tls, bytearray(), 0, False
                 tls.sendall(RawClient.hello.format(NETCONF, "").encode())
                 told = client.receive() + client.rpc("<get-config><source><running/></source></get-config>")
             assert name == "eve" and "rose" in told, name

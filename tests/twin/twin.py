@@ -128,7 +128,7 @@ class RawClient:
         self.socket = socket.socket(socket.AF_UNIX)
         self.socket.settimeout(PATIENCE)
         self.socket.connect(path)
-        self.pending = b""
+        self.pending = bytearray()  # Cheap to take from in front.
         self.number = 0
         self.chunked = False
         if greets:
@@ -147,18 +147,21 @@ class RawClient:
     def until(self, pattern):
         while not (found := re.search(pattern, self.pending)):
             self.fill()
-        self.pending, data = self.pending[found.end():], self.pending[:found.start()]
-        return data, found
+        data, groups = bytes(self.pending[:found.start()]), found.groups()
+        end = found.end()
+        del found
+        del self.pending[:end]
+        return data, groups
 
     def receive(self):
         if not self.chunked:
             return self.until(rb"]]>]]>")[0].decode()
         parts = []
-        while (size := self.until(rb"^\n#(\d+|#)\n")[1].group(1)) != b"#":
+        while (size := bytes(self.until(rb"\A\n#(\d+|#)\n")[1][0])) != b"#":
             while len(self.pending) < int(size):
                 self.fill()
-            parts.append(self.pending[:int(size)])
-            self.pending = self.pending[int(size):]
+            parts.append(bytes(self.pending[:int(size)]))
+            del self.pending[:int(size)]
         return b"".join(parts).decode()
 
     def send(self, text):
