@@ -36,6 +36,21 @@ constexpr std::array<Operation, 16> kOperations{{{"get", get},
                                                  {"close-session", close_session},
                                                  {"create-subscription", create_subscription}}};
 
+/** The library leaves it to us whether parameters are there that the operation must have. */
+void require_parameters(const Call &call)
+{
+    const auto *parameter = lysc_node_child(call.rpc->schema);
+    for (; parameter != nullptr; parameter = parameter->next) {
+        if (parameter->nodetype == LYS_LEAF && (parameter->flags & LYS_MAND_TRUE) != 0 &&
+            !call.has(parameter->name)) {
+            RpcError error{"missing-element", std::string("There is no ") + parameter->name + "."};
+            error.type = "protocol";
+            error.info.emplace_back("bad-element", parameter->name);
+            throw RpcFailure(std::move(error));
+        }
+    }
+}
+
 Reply carry_out(const Call &call)
 {
     const std::string name = call.rpc->schema->name;
@@ -48,6 +63,7 @@ Reply carry_out(const Call &call)
         error.type = "protocol";
         throw RpcFailure(std::move(error));
     }
+    require_parameters(call);
     for (const auto &operation : kOperations) {
         if (name == operation.name) {
             return operation.handle(call);

@@ -80,26 +80,40 @@ bool has_content(const lyd_node *node, const std::string &text)
                              text.size()) == LY_SUCCESS;
 }
 
-bool matches(const FilterNode &filter, const lyd_node *node)
+/** Whether a node is what the filter's element speaks of, whatever it holds. */
+bool is_meant(const FilterNode &filter, const lyd_node *node)
 {
     return filter.name == LYD_NAME(node) && (filter.ns.empty() || filter.ns == ns_of(node)) &&
-           has_attributes(node, filter.attributes) &&
-           (!is_content_match(filter) || has_content(node, filter.text));
+           has_attributes(node, filter.attributes);
+}
+
+bool matches(const FilterNode &filter, const lyd_node *node)
+{
+    return is_meant(filter, node) && (!is_content_match(filter) || has_content(node, filter.text));
+}
+
+/** Whether a value is among the siblings. */
+bool has_match(const FilterNode &filter, const lyd_node *first)
+{
+    for (const lyd_node *node = first; node != nullptr; node = node->next) {
+        if (is_meant(filter, node)) {
+            if (has_content(node, filter.text)) {
+                return true;
+            }
+            if (node->schema != nullptr && node->schema->nodetype == LYS_LEAF &&
+                !filter.ns.empty()) {
+                return false; // There is no other of that name.
+            }
+        }
+    }
+    return false;
 }
 
 /** Whether all values that the siblings ask for are there. */
 bool have_contents(const FilterNodes &siblings, const lyd_node *first)
 {
     return std::all_of(siblings.begin(), siblings.end(), [&](const FilterNode &filter) {
-        if (!is_content_match(filter)) {
-            return true;
-        }
-        for (const lyd_node *node = first; node != nullptr; node = node->next) {
-            if (matches(filter, node)) {
-                return true;
-            }
-        }
-        return false;
+        return !is_content_match(filter) || has_match(filter, first);
     });
 }
 

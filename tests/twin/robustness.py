@@ -13,6 +13,7 @@ import time
 from twin import NETCONF, Twin, errors_of
 
 HERE = os.path.dirname(os.path.abspath(__file__))
+CASES = os.path.join(HERE, "..", "..", "examples", "onu_bw_check")
 RUNNING = os.path.join(HERE, "running.xml")
 PROMPT = 1.0  # Others are answered within a second.
 OK = "<ok/>"
@@ -166,16 +167,17 @@ def check_trials(program):
         begin = time.monotonic()
         assert [OK in client.rpc("<discard-changes/>") for _ in range(4)] == [True, True, False, True]
         assert time.monotonic() - begin > 0.12
-    serial = edit_of("").replace("<description></description>", "<auth-method><serial-number>ALCL00000C0{}</serial-number></auth-method>")
-    with Twin(program, RUNNING, "--fail", "onu_pwd_sn_unique_check", "--call-latency", "2000", ssh=False) as twin:
-        client = twin.raw()
-        client.edit(serial.format(1))
-        begin = time.monotonic()
-        assert [error["app-tag"] for error in errors_of(client.rpc("<commit/>"))] == ["onu_pwd_sn_unique_check"]
-        assert time.monotonic() - begin > 0.002
-        client.rpc("<discard-changes/>")
-        client.edit(edit_of("fine"))
-        assert OK in client.rpc("<commit/>")
+    with open(os.path.join(CASES, "both-above", "change.xml"), encoding="utf-8") as file:
+        overbooked = file.read()
+    # What that rule cannot read it does not object to.
+    for options, answer in (((), "onu_bw_check"), (("--fail", "onu_bw_check:5"), "onu_bw_check"),
+                            (("--fail", "onu_bw_check", "--call-latency", "2000"), OK)):
+        with Twin(program, os.path.join(CASES, "running.xml"), *options, card=os.path.join(CASES, "card.json"), ssh=False) as twin:
+            client = twin.raw()
+            client.edit(overbooked)
+            begin = time.monotonic()
+            assert answer in client.rpc("<commit/>"), options
+            assert "--call-latency" not in options or time.monotonic() - begin > 0.002
 
 
 def check_process_dies(program):
