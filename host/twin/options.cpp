@@ -8,7 +8,7 @@ namespace
 constexpr const char *kExamples =
     "Examples:\n"
     "  gpon-twin --running running.xml --card card.json --state /var/lib/gpon-twin\n"
-    "  gpon-twin --running running.xml --ephemeral --unix /tmp/card.sock --no-ssh\n"
+    "  gpon-twin --running running.xml --ephemeral --unix card.sock --no-ssh\n"
     "  gpon-twin history --state /var/lib/gpon-twin";
 
 void add_serving(CLI::App &app, TwinOptions &options)
