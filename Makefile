@@ -5,6 +5,7 @@ JOBS ?= $(shell nproc)
 BENCH_ARGS ?=
 SECONDS ?= 60
 FILES ?=
+TWIN ?= OFF
 
 build_dir := build/$(PRESET)
 bin_dir := $(build_dir)/bin
@@ -13,8 +14,9 @@ source_dirs := src platform model host tests bench fuzz
 linted := ^$(CURDIR)/($(shell echo $(source_dirs) | tr ' ' '|'))/
 
 .DEFAULT_GOAL := help
-.PHONY: help run headroom program test test-powerpc test-reports sizes packages test-packages test-fleet test-pages bench \
-    bench-fleet plot mutants soak fuzz coverage docs api-docs build configure format lint clean
+.PHONY: help run headroom program twin test-twin test-ansible bench-twin test test-powerpc test-reports sizes packages \
+    test-packages test-fleet test-pages bench bench-fleet plot mutants soak fuzz coverage docs api-docs build configure format \
+    lint clean
 
 help: ## Lists these commands
 	@echo "Besides git, make is all that has to be there first: on Debian 12 the rest is installed"
@@ -45,7 +47,32 @@ program: ## Builds gpon-validate and the plug-in only
 	@test -f $(build_dir)/build.ninja || cmake --preset $(PRESET) -DGPON_TESTS=OFF -DGPON_BENCH=OFF
 	cmake --build --preset $(PRESET) --parallel $(JOBS) --target gpon-validate
 
-test: build ## Builds everything, then runs all tests
+# gpon-twin and what it needs are for your machine, and for who asks for them.
+twin: ## Starts gpon-twin on the example card, and shows a command that talks to it
+	@cmake/install-deps.sh program twin
+	@grep -q '^GPON_TWIN:BOOL=ON' $(build_dir)/CMakeCache.txt 2>/dev/null || \
+	    cmake --preset $(PRESET) -DGPON_TWIN=ON -DGPON_TESTS=OFF -DGPON_BENCH=OFF
+	cmake --build --preset $(PRESET) --parallel $(JOBS) --target gpon-twin
+	host/twin/try.sh $(bin_dir)/gpon-twin $(example)
+
+test-twin: ## Builds gpon-twin, runs its tests, and kills it 200 times
+	@$(MAKE) TWIN=ON configure
+	cmake --build --preset $(PRESET) --parallel $(JOBS)
+	ctest --preset $(PRESET) --parallel $(JOBS) --label-regex '^twin$$'
+	tests/twin/crash.py $(bin_dir)/gpon-twin 200
+
+test-ansible: ## Lets Ansible configure gpon-twin
+	@cmake/install-deps.sh program twin test-ansible
+	@$(MAKE) TWIN=ON configure
+	cmake --build --preset $(PRESET) --parallel $(JOBS) --target gpon-twin
+	tests/twin/ansible.py $(bin_dir)/gpon-twin
+
+bench-twin: ## Times gpon-twin on the full card, and weighs 50 of them
+	@$(MAKE) TWIN=ON configure
+	cmake --build --preset $(PRESET) --parallel $(JOBS) --target gpon-twin gpon-validate twin_print
+	bench/twin.py $(build_dir)
+
+test: build ## Builds everything (TWIN=ON: gpon-twin as well), then runs all tests
 	ctest --preset $(PRESET) --parallel $(JOBS)
 
 test-powerpc: ## Builds for the card's architecture and runs all tests under an emulator
@@ -67,8 +94,10 @@ sizes: program ## Tells the plug-in's size here and, after make test-powerpc, on
 	@cmake/sizes.sh "x86-64" strip $(build_dir)/lib/libgpon_card_valid.so \
 	    "PowerPC, 32 bits" powerpc-linux-gnu-strip build/powerpc/lib/libgpon_card_valid.so
 
-packages: program ## Builds Debian packages: the plug-in, and the desk tools
-	@cmake/install-deps.sh packages
+packages: program ## Builds Debian packages: the plug-in, the desk tools, and gpon-twin
+	@cmake/install-deps.sh twin packages
+	cmake --preset $(PRESET) -DGPON_TWIN=ON
+	cmake --build --preset $(PRESET) --parallel $(JOBS) --target gpon-validate gpon-twin
 	cd $(build_dir) && rm -rf packages && cpack
 	@ls -l $(build_dir)/packages/*.deb
 
@@ -138,9 +167,10 @@ build: configure ## Builds everything
 
 # A folder that was configured for the program alone is configured again, and keeps what is built.
 configure:
-	@cmake/install-deps.sh program tests
-	@{ test -f $(build_dir)/build.ninja && grep -q '^GPON_TESTS:BOOL=ON' $(build_dir)/CMakeCache.txt; } || \
-	    cmake --preset $(PRESET)
+	@cmake/install-deps.sh program tests $(if $(filter ON,$(TWIN)),twin)
+	@{ test -f $(build_dir)/build.ninja && grep -q '^GPON_TESTS:BOOL=ON' $(build_dir)/CMakeCache.txt && \
+	    { [ $(TWIN) = OFF ] || grep -q '^GPON_TWIN:BOOL=ON' $(build_dir)/CMakeCache.txt; }; } || \
+	    cmake --preset $(PRESET) $(if $(filter ON,$(TWIN)),-DGPON_TWIN=ON)
 
 format: ## Formats all sources
 	@cmake/install-deps.sh format

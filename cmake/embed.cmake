@@ -1,4 +1,9 @@
 # Writes a C++ file that holds texts: cmake -DOUTPUT=... "-DINPUTS=a.yang;b.yang" -P embed.cmake
+# FUNCTION and HEADER: what gives them, if not yang_texts of card_model.h.
+if(NOT FUNCTION)
+  set(FUNCTION yang_texts)
+  set(HEADER card_model.h)
+endif()
 set(entries "")
 foreach(input IN LISTS INPUTS)
   get_filename_component(name ${input} NAME_WE)
@@ -6,11 +11,11 @@ foreach(input IN LISTS INPUTS)
   string(APPEND entries "        {\"${name}\", R\"__text__(${text})__text__\"},\n")
 endforeach()
 file(WRITE ${OUTPUT} "// Generated from the YANG files: do not edit.
-#include \"card_model.h\"
+#include \"${HEADER}\"
 
 namespace model {
 
-const std::vector<YangText> &yang_texts()
+const std::vector<YangText> &${FUNCTION}()
 {
     static const std::vector<YangText> texts{
 ${entries}    };

@@ -27,6 +27,10 @@ for package in "$build"/packages/*.deb; do
     dpkg-deb --extract "$package" "$scratch/installed"
 done
 "$here/binaries.py" --installed "$scratch/installed"
+# From 0, shut off, to 100, which may do all.
+systemd-analyze security --offline=true --threshold=20 \
+    "$scratch/installed/usr/lib/systemd/system/gpon-twin@.service" > "$scratch/security" ||
+    { cat "$scratch/security" >&2; fail "the service may do more than it needs"; }
 
 echo "check_packages: building the packages again"
 umask 077
@@ -37,8 +41,8 @@ git ls-files -z | tar --create --null --files-from - | tar --extract --no-same-p
 echo "gitdir: $(git rev-parse --absolute-git-dir)" > "$sources/.git"
 cd "$sources"
 {
-    cmake --preset "$preset" -DGPON_TESTS=OFF -DGPON_BENCH=OFF
-    cmake --build --preset "$preset" --target gpon-validate
+    cmake --preset "$preset" -DGPON_TESTS=OFF -DGPON_BENCH=OFF -DGPON_TWIN=ON
+    cmake --build --preset "$preset" --target gpon-validate gpon-twin
     cd "build/$preset"
     cpack
 } > "$scratch/log" 2>&1 || { tail -20 "$scratch/log" >&2; fail "building again failed: see above"; }

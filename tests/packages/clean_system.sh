@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# The packages install on a bare Debian, and gpon-validate runs from them: the example is rejected as it should, the
-# man page and the completion are there, and a host finds the plug-in with pkg-config.
+# The packages install on a bare Debian, and their programs run: the example is rejected as it should, a twin serves,
+# man pages and completions are there, and a host finds the plug-in with pkg-config.
 #
 # usage: clean_system.sh PACKAGES SCRATCH       (as root: it makes a Debian in a folder)
 #
@@ -49,16 +49,25 @@ diff -u --label expected.txt "$scratch/root$example/expected.txt" --label "gpon-
 inside gpon-validate generate --links 1 --onus 2 --service-ports 4 -o /tmp/card.xml --card /tmp/card.json > /dev/null
 inside gpon-validate check /tmp/card.xml --card /tmp/card.json --yes --explain > "$scratch/explain.log" || fail "a generated card is not accepted"
 
+# A server that tells what it serves, and ends when it is told to.
+inside sh -c "cd $example && gpon-twin --running running.xml --card card.json --ephemeral --no-ssh \
+    --unix /tmp/card.sock > /tmp/said & twin=\$!
+    until [ -S /tmp/card.sock ]; do kill -0 \$twin || exit 1; sleep 0.1; done
+    until grep -q 'socket /tmp/card.sock' /tmp/said; do kill -0 \$twin || exit 1; sleep 0.1; done
+    kill \$twin; wait \$twin" || fail "gpon-twin does not serve"
+
 plugin=$(inside pkg-config --variable=plugin gpon_card_valid)
 inside test -f "$plugin" || fail "pkg-config names $plugin, which is not there"
 header=$(inside pkg-config --variable=includedir gpon_card_valid)/gpon_card_valid_plugin.h
 inside test -f "$header" || fail "pkg-config's include folder has no $header"
-inside man --warnings gpon-validate > "$scratch/man.txt" 2> "$scratch/man.err" ||
-    { cat "$scratch/man.err" >&2; fail "there is no man page"; }
-[ ! -s "$scratch/man.err" ] || { cat "$scratch/man.err" >&2; fail "the man page has faults: see above"; }
-grep -q 'EXIT STATUS' "$scratch/man.txt" || fail "the man page is empty"
-inside bash -c '. /usr/share/bash-completion/bash_completion && _completion_loader gpon-validate
-    complete -p gpon-validate' > /dev/null 2>&1 || fail "bash has no completion for gpon-validate"
+for program in gpon-validate gpon-twin; do
+    inside man --warnings "$program" > "$scratch/man.txt" 2> "$scratch/man.err" ||
+        { cat "$scratch/man.err" >&2; fail "there is no man page of $program"; }
+    [ ! -s "$scratch/man.err" ] || { cat "$scratch/man.err" >&2; fail "the man page of $program has faults: see above"; }
+    grep -q 'EXIT STATUS' "$scratch/man.txt" || fail "the man page of $program is empty"
+    inside bash -c ". /usr/share/bash-completion/bash_completion && _completion_loader $program
+        complete -p $program" > /dev/null 2>&1 || fail "bash has no completion for $program"
+done
 
-echo "clean_system: $(inside dpkg-query -W -f '${Package} ${Version} ${Architecture}; ' libgpon-card-valid gpon-validate)"
-echo "clean_system: installed on a bare Debian; the example, the man page, the completion and pkg-config are right."
+echo "clean_system: $(inside dpkg-query -W -f '${Package} ${Version} ${Architecture}; ' libgpon-card-valid gpon-validate gpon-twin)"
+echo "clean_system: installed on a bare Debian; the example, a twin, the man pages, the completions and pkg-config are right."

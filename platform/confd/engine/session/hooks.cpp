@@ -3,6 +3,7 @@
 #include "engine/data/error.h"
 
 #include <algorithm>
+#include <thread>
 
 namespace engine
 {
@@ -24,6 +25,24 @@ void Hooks::fail_call(std::uint64_t n, int code, bool from_then_on)
 void Hooks::clear_failure()
 {
     m_until_failure = 0;
+}
+
+void Hooks::fail_rule(std::string rule, std::uint64_t n, int code)
+{
+    m_failing_rule = std::move(rule);
+    m_failing_call = n;
+    m_rule_code = code;
+}
+
+void Hooks::begin_request(const std::string &rule)
+{
+    if (m_failing_rule.empty()) {
+        return;
+    }
+    clear_failure();
+    if (rule == m_failing_rule) {
+        fail_call(m_failing_call, m_rule_code);
+    }
 }
 
 void Hooks::throw_breakdown()
@@ -62,6 +81,9 @@ void Hooks::on_call(const char *name)
 {
     if (m_is_counting) {
         count(name);
+    }
+    if (m_latency.count() > 0) {
+        std::this_thread::sleep_for(m_latency);
     }
     if (m_until_failure == 0) {
         return;

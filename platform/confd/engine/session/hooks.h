@@ -5,6 +5,7 @@
  */
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <exception>
 #include <map>
@@ -30,6 +31,13 @@ public:
     void clear_failure();
     /** Whether a failure has been forced since fail_call. */
     bool has_failed() const { return m_has_failed; }
+
+    /** Lets the n-th call of every request of a rule fail. @param rule  Opaque key; empty: none. */
+    void fail_rule(std::string rule, std::uint64_t n, int code);
+    /** A rule is about to be asked. */
+    void begin_request(const std::string &rule);
+    /** Every call takes so much longer, as on a card. */
+    void set_latency(std::chrono::nanoseconds latency) { m_latency = latency; }
 
     /** Whether calls are counted. They are, unless someone who needs no counts says otherwise. */
     void set_counting(bool on) { m_is_counting = on; }
@@ -73,6 +81,10 @@ private:
     bool m_is_counting = true;
     std::uint64_t m_until_failure = 0; /**< 0: none is to come. */
     int m_code = 0;
+    std::string m_failing_rule;
+    std::uint64_t m_failing_call = 0;
+    int m_rule_code = 0;
+    std::chrono::nanoseconds m_latency{0};
     bool m_from_then_on = false;
     bool m_has_failed = false;
     std::exception_ptr m_breakdown;

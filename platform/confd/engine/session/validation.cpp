@@ -102,6 +102,7 @@ Answer ask(const Transaction &transaction, const Request &request, const Callbac
     LoggedRequest logged(request);
     Call call(transaction, request, vcb_opaque);
     Hooks::instance().reset_counts();
+    Hooks::instance().begin_request(request.point->opaque);
     const auto start = std::chrono::steady_clock::now();
     answer.result = call.make(callback);
     answer.time = std::chrono::steady_clock::now() - start;

@@ -1,0 +1,167 @@
+#include "twin/rpc.h"
+
+#include "twin/inspection.h"
+#include "twin/server_context.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+namespace host::twin
+{
+namespace
+{
+
+struct Operation {
+    const char *name;
+    Reply (*handle)(const Call &);
+};
+
+constexpr std::array<Operation, 16> kOperations{{{"get", get},
+                                                 {"get-config", get_config},
+                                                 {"get-schema", get_schema},
+                                                 {"edit-config", edit_config},
+                                                 {"copy-config", copy_config},
+                                                 {"delete-config", delete_config},
+                                                 {"discard-changes", discard_changes},
+                                                 {"validate", validate},
+                                                 {"commit", commit},
+                                                 {"cancel-commit", cancel_commit},
+                                                 {"rollback", rollback},
+                                                 {"lock", lock},
+                                                 {"unlock", unlock},
+                                                 {"kill-session", kill_session},
+                                                 {"close-session", close_session},
+                                                 {"create-subscription", create_subscription}}};
+
+/** The library leaves it to us whether parameters are there that the operation must have. */
+void require_parameters(const Call &call)
+{
+    const auto *parameter = lysc_node_child(call.rpc->schema);
+    for (; parameter != nullptr; parameter = parameter->next) {
+        if (parameter->nodetype == LYS_LEAF && (parameter->flags & LYS_MAND_TRUE) != 0 &&
+            !call.has(parameter->name)) {
+            RpcError error{"missing-element", std::string("There is no ") + parameter->name + "."};
+            error.type = "protocol";
+            error.info.emplace_back("bad-element", parameter->name);
+            throw RpcFailure(std::move(error));
+        }
+    }
+}
+
+Reply carry_out(const Call &call)
+{
+    const std::string name = call.rpc->schema->name;
+    if (std::strcmp(call.rpc->schema->module->name, kRejectModule) == 0) {
+        throw RpcFailure(error_of_reject(call.rpc));
+    }
+    if (!may(call.session->role(), right_for(name))) {
+        RpcError error{"access-denied", std::string("The role ") + name_of(call.session->role()) +
+                                            " may not do that."};
+        error.type = "protocol";
+        throw RpcFailure(std::move(error));
+    }
+    require_parameters(call);
+    for (const auto &operation : kOperations) {
+        if (name == operation.name) {
+            return operation.handle(call);
+        }
+    }
+    RpcError error{"operation-not-supported", name + " is not supported."};
+    error.type = "protocol";
+    throw RpcFailure(std::move(error));
+}
+
+} // namespace
+
+const lyd_node *Call::child(const char *name) const
+{
+    for (const auto *node = lyd_child(rpc); node != nullptr; node = node->next) {
+        if (std::strcmp(LYD_NAME(node), name) == 0 && (node->flags & LYD_DEFAULT) == 0) {
+            return node;
+        }
+    }
+    return nullptr;
+}
+
+std::optional<std::string> Call::text(const char *name) const
+{
+    const auto *node = child(name);
+    return node != nullptr ? std::optional<std::string>(lyd_get_value(node)) : std::nullopt;
+}
+
+engine::Source config_of(const lyd_node *any)
+{
+    const auto *node = reinterpret_cast<const lyd_node_any *>(any);
+    std::string text;
+    if (node->value_type == LYD_ANYDATA_DATATREE) {
+        char *printed = nullptr;
+        lyd_print_mem(&printed, node->value.tree, LYD_XML,
+                      LYD_PRINT_WITHSIBLINGS | LYD_PRINT_KEEPEMPTYCONT);
+        const std::unique_ptr<char, void (*)(void *)> owner(printed, std::free);
+        text = printed != nullptr ? printed : "";
+    } else if (node->value.str != nullptr) {
+        text = node->value.str;
+    }
+    return {"config",
+            std::string("<config xmlns=\"") + kNetconfNamespace + "\">" + text + "</config>"};
+}
+
+Place place_of(const Call &call, const char *parameter)
+{
+    const auto *node = call.child(parameter);
+    const auto *choice = node != nullptr ? lyd_child(node) : nullptr;
+    if (choice == nullptr) {
+        RpcError error{"missing-element", std::string("There is no ") + parameter + "."};
+        error.type = "protocol";
+        error.info.emplace_back("bad-element", parameter);
+        throw RpcFailure(std::move(error));
+    }
+    const std::string name = LYD_NAME(choice);
+    for (const auto datastore :
+         {DatastoreName::kRunning, DatastoreName::kCandidate, DatastoreName::kStartup}) {
+        if (name == name_of(datastore)) {
+            return {datastore, std::nullopt};
+        }
+    }
+    if (name == "config") {
+        return {std::nullopt, config_of(choice)};
+    }
+    RpcError error{"operation-not-supported", name + " is not supported as a " + parameter + "."};
+    error.type = "protocol";
+    throw RpcFailure(std::move(error));
+}
+
+void require_unlocked(const Call &call, DatastoreName datastore)
+{
+    if (const auto owner = call.device.sessions().other_owner(datastore, call.session->id())) {
+        RpcError error{"in-use", std::string("Session ") + std::to_string(*owner) + " has locked " +
+                                     name_of(datastore) + "."};
+        error.type = "protocol";
+        throw RpcFailure(std::move(error));
+    }
+}
+
+bool is_operation(const std::string &name)
+{
+    return std::any_of(kOperations.begin(), kOperations.end(),
+                       [&name](const Operation &operation) { return name == operation.name; });
+}
+
+nc_server_reply *answer(const Call &call)
+{
+    try {
+        return make_reply(call.rpc, carry_out(call));
+    } catch (const RpcFailure &failure) {
+        return make_reply(call.context, failure.errors());
+    } catch (const engine::InputError &failure) {
+        return make_reply(call.context,
+                          errors_of(remarks_of(call.device.schema(), failure.problems())));
+    } catch (const std::exception &failure) {
+        return make_reply(call.context, {RpcError{"operation-failed", failure.what()}});
+    }
+}
+
+} // namespace host::twin

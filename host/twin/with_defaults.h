@@ -1,0 +1,41 @@
+/**
+ * @file
+ * How values that YANG supplies are reported (RFC 6243).
+ */
+#pragma once
+
+#include "engine/schema/yang.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace host::twin
+{
+
+enum class WithDefaults {
+    kReportAll,       /**< All values. */
+    kReportAllTagged, /**< All values; those equal to their default have an attribute. */
+    kTrim,            /**< No values that equal their default. */
+    kExplicit         /**< Values that were set, also to their default. This is the basic mode. */
+};
+
+inline constexpr WithDefaults kBasicMode = WithDefaults::kExplicit;
+
+/** The mode of a <with-defaults> element's text; nothing for any other text. */
+std::optional<WithDefaults> with_defaults_of(std::string_view text);
+
+/** As in <with-defaults>. */
+const char *name_of(WithDefaults mode);
+
+/** The mode that an RPC asks for by a child <with-defaults>, else the basic mode. */
+WithDefaults with_defaults_of(const lyd_node *rpc);
+
+/** Options of lyd_print_mem and its like that print a tree in this mode. The tagged mode needs
+ *  ietf-netconf-with-defaults, implemented, in the context. */
+std::uint32_t print_options(WithDefaults mode);
+
+/** The capability URI that the server's hello tells. */
+std::string with_defaults_capability();
+
+} // namespace host::twin
