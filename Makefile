@@ -14,8 +14,8 @@ source_dirs := src platform model host tests bench fuzz
 linted := ^$(CURDIR)/($(shell echo $(source_dirs) | tr ' ' '|'))/
 
 .DEFAULT_GOAL := help
-.PHONY: help run program twin test-twin test-ansible bench-twin test test-powerpc test-reports sizes packages test-packages test-fleet bench \
-    bench-fleet plot mutants soak fuzz     coverage docs api-docs build configure format lint clean
+.PHONY: help run headroom program twin test-twin test-ansible test test-powerpc test-reports sizes packages test-packages \
+    test-fleet test-pages bench bench-fleet bench-twin plot mutants soak fuzz coverage docs api-docs build configure format lint clean
 
 help: ## Lists these commands
 	@echo "Besides git, make is all that has to be there first: on Debian 12 the rest is installed"
@@ -34,6 +34,11 @@ run: program ## Builds gpon-validate, and checks the example: an edit that overb
 	if [ $$code -ne 1 ]; then \
 	    echo "gpon-validate ended with exit code $$code, not with the rejection." >&2; exit 1; \
 	fi
+
+headroom: program ## Writes a page that shows how full the example card is, before and after its edit
+	$(bin_dir)/gpon-validate headroom --running $(example)/running.xml --edit $(example)/overbook.xml \
+	    --card $(example)/card.json --html $(build_dir)/headroom.html > $(build_dir)/headroom.txt
+	@echo; echo "Open in a browser: $(CURDIR)/$(build_dir)/headroom.html"
 
 # What gpon-validate needs, the plug-in included, and nothing else.
 program: ## Builds gpon-validate and the plug-in only
@@ -103,6 +108,11 @@ test-packages: packages ## Checks the packages, and installs them into a bare De
 test-fleet: program ## Checks 200 cards on two nodes with Slurm and with GNU parallel, and kills a worker (as root)
 	@cmake/install-deps.sh tests test-fleet
 	tests/fleet/engines.sh $(build_dir) $(build_dir)/fleet-engines
+
+test-pages: headroom ## Looks at pages in a browser, without scripts, by keyboard, and with axe-core (npm)
+	@cmake/install-deps.sh test-pages $(shell command -v npm >/dev/null || echo npm)
+	npm install --no-audit --no-fund --prefix $(build_dir)/pages puppeteer-core@23 axe-core@4
+	tests/pages/check_pages.sh $(build_dir)
 
 bench: build ## Builds, then runs the benchmarks (BENCH_ARGS="--benchmark_filter=..."): tables, and JSON
 	@cmake/install-deps.sh bench

@@ -141,6 +141,15 @@ def places(card, rounds):
         f"{ratio_of(lambda: card.check(faulty), lambda: card.check(sound), rounds):.2f}", 1.1)
 
 
+def headroom(card, rounds):
+    """What the figures and their page take besides loading: an edit that changes nothing is little more than that."""
+    nothing = card.write("nothing.xml", f'<config xmlns="{NAMESPACE}"/>')
+    words = [card.program, "headroom", "--running", card.running, "--card", card.capabilities,
+             "--html", card.folder / "page.html"]
+    say("headroom with its page, to loading the card",
+        f"{ratio_of(lambda: run(words), lambda: card.check('--edit', nothing), rounds):.2f}", 1.5)
+
+
 def many_edits(card, rounds):
     (edit,) = card.everyday(1)
     for kind, edits, limit in (("everyday", card.everyday(EDITS), 4), ("quiet", card.quiet(EDITS), 2)):
@@ -201,6 +210,7 @@ def main():
         cards = {links: Card(program, pathlib.Path(folder), links) for links in sorted(sizes)}
         one_shot(cards[FULL_CARD], arguments.rounds)
         places(cards[FULL_CARD], arguments.rounds)
+        headroom(cards[FULL_CARD], arguments.rounds)
         many_edits(cards[FULL_CARD], arguments.rounds)
         same = {links: Card(program, pathlib.Path(folder), links, 32) for links in sizes if links <= FULL_CARD}
         open_card(cards, same, arguments.build / "bench-open.dat")

@@ -4,15 +4,16 @@ set -euo pipefail
 
 declare -A groups=(
     [program]="make g++ cmake ninja-build pkg-config libyang2-dev libspdlog-dev libcli11-dev nlohmann-json3-dev
-        libssl-dev libexpat1-dev libpugixml-dev"
+        libssl-dev libexpat1-dev libpugixml-dev libarchive-dev"
     [tests]="libgtest-dev libgmock-dev libbenchmark-dev python3 python3-jsonschema
-        libxml2-utils xsltproc"
+        libxml2-utils xsltproc zstd"
     [twin]="libnetconf2-dev libssh-dev libsqlite3-dev libsqlitecpp-dev libyuma-base python3-ncclient openssh-client"
     [test-ansible]="ansible python3-ncclient"
     [powerpc]="g++-powerpc-linux-gnu qemu-user dpkg-dev perl googletest"
     [packages]="dpkg-dev file"
     [test-reports]="python3 python3-jsonschema libxml2-utils"
     [npm]="npm"
+    [test-pages]="chromium"
     [test-packages]="debootstrap lintian python3 systemd"
     [test-fleet]="slurmctld slurmd slurm-client munge parallel openssh-server openssh-client"
     [bench]="libyang-tools python3"

@@ -141,7 +141,7 @@ void ask(Configurations configurations, host::Outcome &outcome)
     host::ask_plugin(questions, recorder);
     outcome.completed = recorder.has_ended();
     const engine::Source change{"edit.xml", configurations.change};
-    host::add_evidence(outcome, framework.schema(), outcome.form, change);
+    host::add_evidence(outcome, framework.schema(), change);
     for (const host::RuleRun &run : outcome.runs) {
         require(!run.evidence || run.evidence->location.line > 0, "a remark without a place");
     }

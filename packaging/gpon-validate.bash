@@ -5,12 +5,12 @@ _gpon_validate()
     local current=$2 previous=$3 command=${COMP_WORDS[1]} words=
     COMPREPLY=()
     if [ "$COMP_CWORD" -eq 1 ]; then
-        words="check diff fleet audit points generate --config --help --version"
+        words="check headroom diff fleet audit points generate replay --config --help --version"
         mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
         return
     fi
     case $previous in
-    --config | --running | --edit | --card | --plugin | --trace-file | --output | -o)
+    --config | --running | --edit | --card | --plugin | --trace-file | --output | -o | --html | --bundle)
         compopt -o filenames
         mapfile -t COMPREPLY < <(compgen -f -- "$current")
         return
@@ -34,7 +34,16 @@ _gpon_validate()
         case $command in
         check)
             words="--running --edit --edits --in-turn --default-operation --skip-foreign --card --plugin --yes --no --warnings-as-errors --all --new-only --rule --diff --explain --calls --reads --json
-                --report --check-running --no-reuse --in-process --timeout --max-size --trace --trace-file --color --config --help"
+                --report --check-running --no-reuse --in-process --timeout --max-size --trace --trace-file --bundle --color --config --help"
+            if [[ $current != -* ]]; then
+                compopt -o filenames
+                mapfile -t COMPREPLY < <(compgen -f -- "$current")
+                return
+            fi
+            ;;
+        headroom)
+            words="--running --edit --default-operation --skip-foreign --card --plugin --json --all --html --max-size
+                --color --help"
             if [[ $current != -* ]]; then
                 compopt -o filenames
                 mapfile -t COMPREPLY < <(compgen -f -- "$current")
@@ -64,6 +73,14 @@ _gpon_validate()
             words="--json --help"
             [[ $current == -* ]] || words=$("${COMP_WORDS[0]}" points --json 2>/dev/null |
                 sed -n 's/^ *"key": "\([a-z0-9_]*\)".*/\1/p')
+            ;;
+        replay)
+            words="--plugin --max-size --help"
+            if [[ $current != -* ]]; then
+                compopt -o filenames
+                mapfile -t COMPREPLY < <(compgen -f -- "$current")
+                return
+            fi
             ;;
         generate)
             words="--links --onus --line-profiles --bandwidth-profiles --rg-profiles --service-ports

@@ -77,6 +77,22 @@ build_expat() {
         -DEXPAT_BUILD_EXAMPLES=OFF -DEXPAT_BUILD_TESTS=OFF -DEXPAT_BUILD_DOCS=OFF
 }
 
+# The library's CMake files stand in a folder of its source package.
+build_zstd() {
+    build_with_cmake "$1/build/cmake" "$1/build-library" -DZSTD_BUILD_PROGRAMS=OFF -DZSTD_BUILD_TESTS=OFF \
+        -DZSTD_BUILD_STATIC=OFF -DZSTD_MULTITHREAD_SUPPORT=OFF
+}
+
+# Of all formats and filters, tar and Zstandard.
+build_libarchive() {
+    local off=() feature
+    for feature in TEST TAR CPIO CAT UNZIP OPENSSL LIBB2 LZ4 LZO LZMA ZLIB BZip2 LIBXML2 EXPAT PCREPOSIX PCRE2POSIX LIBGCC \
+        CNG ACL XATTR ICONV NETTLE; do
+        off+=("-DENABLE_$feature=OFF")
+    done
+    build_with_cmake "$1" "$1/../build" "${off[@]}" -DENABLE_ZSTD=ON -DENABLE_WERROR=OFF -DENABLE_INSTALL=ON
+}
+
 # Runs a recipe once; its last words tell what went wrong.
 once() {
     local name=$1 done=$folder/done.$1
@@ -113,6 +129,8 @@ once expat from_debian expat build_expat
 once fmt cmake_package fmtlib -DFMT_TEST=OFF -DFMT_DOC=OFF
 once spdlog cmake_package spdlog -DSPDLOG_FMT_EXTERNAL=ON -DSPDLOG_BUILD_EXAMPLE=OFF
 once pugixml cmake_package pugixml -DBUILD_SHARED_LIBS=ON
+once zstd from_debian libzstd build_zstd
+once libarchive from_debian libarchive build_libarchive
 once json cmake_package nlohmann-json3 -DJSON_BuildTests=OFF
 once cli11 cmake_package cli11 -DCLI11_BUILD_TESTS=OFF -DCLI11_BUILD_EXAMPLES=OFF -DCLI11_BUILD_DOCS=OFF
 once googletest build_with_cmake /usr/src/googletest "$folder/src/googletest/build"

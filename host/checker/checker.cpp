@@ -11,6 +11,7 @@
 #include "engine/session/hooks.h"
 
 #include <algorithm>
+#include <iterator>
 #include <stdexcept>
 #include <string_view>
 #include <utility>
@@ -64,20 +65,25 @@ void ask_in_process(const Questions &questions, CheckListener &listener, Outcome
     outcome.completed = recorder.has_ended();
 }
 
-std::vector<engine::Request> only(const std::vector<RuleFilter> &filters,
-                                  std::vector<engine::Request> requests)
+std::vector<engine::Request> only(const std::vector<RuleFilter> &filters, const engine::Plan &plan)
 {
-    const auto is_wanted = [&filters](const engine::Request &request) {
-        return std::any_of(filters.begin(), filters.end(), [&](const RuleFilter &filter) {
-            return filter.rule == request.point->opaque &&
-                   (filter.path.empty() || filter.path == engine::path_of(request));
-        });
-    };
-    if (!filters.empty()) {
-        requests.erase(std::stable_partition(requests.begin(), requests.end(), is_wanted),
-                       requests.end());
+    std::vector<engine::Request> wanted;
+    for (std::size_t i = 0; i < plan.size(); ++i) {
+        std::vector<RuleFilter> of_rule;
+        std::copy_if(filters.begin(), filters.end(), std::back_inserter(of_rule),
+                     [&](const RuleFilter &filter) { return filter.rule == plan.point(i).opaque; });
+        if (of_rule.empty()) {
+            continue;
+        }
+        for (const engine::Request &request : plan.requests(i)) {
+            if (std::any_of(of_rule.begin(), of_rule.end(), [&](const RuleFilter &filter) {
+                    return filter.path.empty() || filter.path == engine::path_of(request);
+                })) {
+                wanted.push_back(request);
+            }
+        }
     }
-    return requests;
+    return wanted;
 }
 
 /** @throws engine::InputError  A place at which the rule is never asked. */
@@ -234,8 +240,9 @@ void Checker::ask(const Candidate &candidate, const Policy &policy, CheckListene
     timed(outcome.phases, "compare", [&] {
         outcome.differs = !transaction.changes().empty();
         plan.emplace(transaction, policy.everything || !policy.only.empty());
-        requests = reuses ? m_answers.choose(transaction, *plan, policy.all)
-                          : only(policy.only, plan->all_requests());
+        requests = reuses                ? m_answers.choose(transaction, *plan, policy.all)
+                   : policy.only.empty() ? plan->all_requests()
+                                         : only(policy.only, *plan);
         outcome.planned = reuses ? m_answers.planned() : requests.size();
         outcome.only = policy.only;
         outcome.unchecked_links = find_unchecked_links(transaction, *plan);
@@ -269,7 +276,7 @@ void Checker::explain(const Candidate &candidate, const Policy &policy, Outcome 
     if (has_remarks) {
         timed(outcome.phases, "places", [&] {
             const auto &change = candidate.change;
-            add_evidence(outcome, m_framework->schema(), change.form,
+            add_evidence(outcome, m_framework->schema(),
                          change.form == ChangeForm::kNone ? m_running_source : change.source);
         });
     }

@@ -5,6 +5,7 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -13,7 +14,8 @@
 #include <malloc.h>
 #include <sys/socket.h>
 #include <system_error>
-#include <vector>
+#include <unistd.h>
+#include <utility>
 
 namespace host
 {
@@ -106,24 +108,71 @@ pid_t fork_guardian(const ChildMain &work, Pipes &pipes)
     return guardian;
 }
 
-/**
- * A loaded configuration leaves thousands of gaps of a few bytes between its nodes. Whatever the
- * child would put there costs it a copy of a page: the gaps are taken before it is there, for good.
- */
+#ifdef __GLIBC__
+/** Where the heap ends that was ever used; null if it is that of another allocator. */
+const char *end_of_used_heap()
+{
+    const auto unused = mallinfo2().keepcost;
+    return unused != 0 ? static_cast<const char *>(sbrk(0)) - unused : nullptr;
+}
+
+/** Without this the compiler leaves out what it allocates in vain. */
+void keep(void *memory)
+{
+    [[maybe_unused]] static void *volatile never_freed = nullptr;
+    never_freed = memory;
+}
+
+constexpr std::size_t kLargestGap = std::size_t{64}
+                                    << 10U; // One that is larger is filled in parts.
+
+/** Takes the free pieces of the heap, the larger ones first, and never frees them. */
 void fill_gaps()
 {
-#ifdef __GLIBC__
-    constexpr std::size_t kLargest = 256;
+    constexpr std::size_t kSmall = 256; // From here down each size that there is.
     constexpr std::size_t kStep = 2 * sizeof(std::size_t);
-    [[gnu::used]] static std::vector<void *> *gaps = nullptr;
-    if (gaps != nullptr) {
-        return; // Those of the loading are the many.
-    }
-    gaps = new std::vector<void *>;
-    for (std::size_t size = kStep + sizeof(std::size_t); size <= kLargest; size += kStep) {
-        for (auto left = mallinfo2().ordblks; left > 0; --left) {
-            gaps->push_back(std::malloc(size));
+    const auto heap = mallinfo2();
+    auto left = heap.fordblks - heap.keepcost;
+    const char *end = end_of_used_heap();
+    for (std::size_t size = kLargestGap; size >= kStep; size -= size > kSmall ? size / 2 : kStep) {
+        while (left >= size) {
+            void *gap = std::malloc(size);
+            if (static_cast<const char *>(gap) >= end) {
+                std::free(gap); // There is none of this size.
+                break;
+            }
+            keep(gap);
+            left -= size;
         }
+    }
+}
+
+/** Has the heap go on in a large page that nothing was written to. */
+void fill_page()
+{
+    constexpr std::size_t kLargePage = std::size_t{2} << 20U;
+    constexpr std::size_t kHeader = 64; // What the allocator writes stays in the page before.
+    const auto end = reinterpret_cast<std::uintptr_t>(end_of_used_heap());
+    auto rest = kLargePage - end % kLargePage;
+    if (rest < 2 * kLargestGap) {
+        rest += kLargePage; // The search for gaps may have written there.
+    }
+    keep(std::malloc(rest - kHeader));
+}
+#endif
+
+/**
+ * Whatever either process writes to a page that both have costs a copy of it: what is allocated
+ * from now on gets pages of its own. A loaded configuration leaves thousands of gaps between its
+ * nodes.
+ */
+void part_heaps()
+{
+#ifdef __GLIBC__
+    static bool is_done = false; // The gaps of the loading are the many.
+    if (!std::exchange(is_done, true) && end_of_used_heap() != nullptr) {
+        fill_gaps();
+        fill_page();
     }
 #endif
 }
@@ -132,7 +181,7 @@ void fill_gaps()
 
 StartedChild start_child(const ChildMain &work)
 {
-    fill_gaps();
+    part_heaps();
     Pipes pipes;
     // What stands in buffers would otherwise be written twice.
     std::cout.flush();

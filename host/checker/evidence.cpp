@@ -33,14 +33,12 @@ std::optional<std::string> value_of(const engine::SchemaNode &schema, const lyd_
 }
 
 /** Where the reader of a report should look first. */
-engine::TextPlace place_of(const RuleRun &run, ChangeForm form, const engine::TextPlaces &places)
+engine::TextPlace place_of(const RuleRun &run, const engine::TextPlaces &places)
 {
     if (run.change != nullptr) {
         return places.of(run.change->node());
     }
-    // An edit does not hold what it does not touch.
-    return form == ChangeForm::kEdit || run.instance == nullptr ? places.of_root()
-                                                                : places.of(run.instance);
+    return run.instance == nullptr ? places.of_root() : places.of(run.instance);
 }
 
 } // namespace
@@ -51,8 +49,7 @@ ChangedNode changed_node(const engine::Change &change, const std::string &path)
             value_of(*change.schema, change.after)};
 }
 
-void add_evidence(Outcome &outcome, const engine::Schema &schema, ChangeForm form,
-                  const engine::Source &source)
+void add_evidence(Outcome &outcome, const engine::Schema &schema, const engine::Source &source)
 {
     const engine::TextPlaces places(schema, source);
     for (RuleRun &run : outcome.runs) {
@@ -63,7 +60,7 @@ void add_evidence(Outcome &outcome, const engine::Schema &schema, ChangeForm for
         if (run.change != nullptr) {
             evidence.cause = changed_node(*run.change, run.cause);
         }
-        const auto place = place_of(run, form, places);
+        const auto place = place_of(run, places);
         evidence.location = {source.name, place.line, static_cast<unsigned>(place.column)};
     }
 }

@@ -17,7 +17,6 @@ ChangedNode changed_node(const engine::Change &change, const std::string &path);
  * Adds evidence to the remarks of an outcome, while the transaction is open that it is of.
  * @param source  Of the change, or of the running configuration where that is checked.
  */
-void add_evidence(Outcome &outcome, const engine::Schema &schema, ChangeForm form,
-                  const engine::Source &source);
+void add_evidence(Outcome &outcome, const engine::Schema &schema, const engine::Source &source);
 
 } // namespace host

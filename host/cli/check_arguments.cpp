@@ -20,6 +20,7 @@ constexpr const char *kCheckExamples =
     "  ssh card get-config | gpon-validate check --running - --edit change.xml --skip-foreign "
     "--diff\n"
     "  gpon-validate check --running running.xml --edits changes --report sarif=gpon.sarif\n"
+    "  gpon-validate check --running running.xml --edit change.xml --bundle report.tar.zst\n"
     "  find changes -name '*.xml' | gpon-validate check --running running.xml --edits - --json\n"
     "\n";
 
@@ -135,6 +136,11 @@ void add_traces(CLI::App &app, CheckOptions &options)
         app, "--trace", kTraceLevels, [&options](int level) { options.trace_level = level; },
         "Write the plug-in's traces from this level up: fine (10), progress (11), decisions (12)");
     trace->type_name("LEVEL");
+    app.add_option("--bundle", options.bundle,
+                   "Pack all that a maintainer needs into FILE (.tar.zst), without secrets: "
+                   "`replay` checks it again")
+        ->type_name("FILE")
+        ->check(file_name());
     app.add_option("--trace-file", options.trace_file, "Where to write them instead of to stderr")
         ->type_name("FILE")
         ->check(file_name())

@@ -62,12 +62,45 @@ std::vector<std::string> files_named_on_stdin(const CheckOptions &options)
 
 } // namespace
 
+namespace
+{
+
+engine::Source read_file(const std::string &path, const CheckOptions &options)
+{
+    return engine::read_source(path == kStdin ? "/dev/stdin" : path,
+                               {options.max_size, options.timeout});
+}
+
+/** Keeps what becomes of reading an input, or takes it from what was kept. */
+engine::Source read_kept(const std::string &path, const CheckOptions &options)
+{
+    InputStore &store = *options.store;
+    if (!store.is_read) {
+        try {
+            engine::Source source = read_file(path, options);
+            store.texts[path] = source.text;
+            return source;
+        } catch (const engine::InputError &failure) {
+            store.failures[path] = failure.problems();
+            throw;
+        }
+    }
+    if (const auto failure = store.failures.find(path); failure != store.failures.end()) {
+        throw engine::InputError(failure->second);
+    }
+    const auto text = store.texts.find(path);
+    if (text == store.texts.end()) {
+        refuse(Fault::kUnreadable, path, "is not in the bundle");
+    }
+    return {path, text->second, {}};
+}
+
+} // namespace
+
 engine::Source read_input(const std::string &path, const CheckOptions &options)
 {
-    const bool is_stdin = path == kStdin;
-    auto source =
-        engine::read_source(is_stdin ? "/dev/stdin" : path, {options.max_size, options.timeout});
-    source.name = is_stdin ? "stdin" : path;
+    auto source = options.store ? read_kept(path, options) : read_file(path, options);
+    source.name = path == kStdin ? "stdin" : path;
     source.reading = {options.skip_foreign, options.default_operation};
     return source;
 }
@@ -111,6 +144,9 @@ CardInputs read_card(const CheckOptions &options)
 std::vector<std::string> list_edits(const CheckOptions &options)
 {
     const std::string &from = options.edits_from;
+    if (options.store && options.store->is_read && !from.empty()) {
+        return options.store->edits;
+    }
     std::vector<std::string> edits = options.edits;
     if (!from.empty()) {
         edits = from == kStdin ? files_named_on_stdin(options) : files_in(from);
@@ -124,6 +160,9 @@ std::vector<std::string> list_edits(const CheckOptions &options)
         if (!known.insert(fs::path(edit).lexically_normal()).second) {
             refuse(Fault::kInvalidOption, edit, "this edit is named twice");
         }
+    }
+    if (options.store) {
+        options.store->edits = edits;
     }
     return edits;
 }

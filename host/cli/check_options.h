@@ -4,11 +4,13 @@
  */
 #pragma once
 
+#include "cli/input_store.h"
 #include "engine/data/source_file.h"
 #include "report/report.h"
 #include "report/style.h"
 
 #include <chrono>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -55,6 +57,8 @@ struct CheckOptions {
     std::optional<int> trace_level;
     std::string trace_file; /**< Empty: stderr. */
     ColorChoice color = ColorChoice::kAuto;
+    std::string bundle; /**< Where all that a maintainer needs is packed; empty: nowhere. */
+    std::shared_ptr<InputStore> store; /**< Null: inputs are read, and not kept. */
 
     bool explains() const { return explain || calls || reads; }
     /** Whether answers are used again: who wants to see what the plug-in does sees it all. */

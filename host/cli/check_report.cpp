@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <filesystem>
 #include <optional>
 #include <ostream>
@@ -59,6 +60,10 @@ CheckReports::CheckReports(const CheckOptions &options, const Console &console)
             m_files.back()->path = report.file;
             m_files.back()->report = make_report(report.format, settings);
         }
+    }
+    if (!m_files.empty()) {
+        // Who reads stdout may stop early: the files are written all the same.
+        static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
     }
     settings.for_terminal = console.out_is_terminal;
     settings.is_colored = wants_color(options.color, console.out_is_terminal);

@@ -1,6 +1,7 @@
 #include "cli/option_kinds.h"
 
 #include "cli/usage_error.h"
+#include "engine/data/closest_name.h"
 #include "rules/rules.h"
 
 #include <algorithm>
@@ -21,6 +22,14 @@ CLI::Validator decimal()
                 return std::string();
             },
             ""};
+}
+
+CLI::ValidationError none_of(const std::string &option, const std::string &text,
+                             const std::vector<std::string> &words)
+{
+    const auto meant = engine::did_you_mean(text, words);
+    return CLI::ValidationError(option, text + " is none of " + CLI::detail::join(words, ", ") +
+                                            (meant.empty() ? "" : "; " + meant));
 }
 
 void require_rule(const std::string &key)

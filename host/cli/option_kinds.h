@@ -11,6 +11,7 @@
 #include <array>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace host
 {
@@ -29,18 +30,22 @@ CLI::Validator file_name();
 /** Numbers are decimal, whatever zeros they begin with. */
 CLI::Validator decimal();
 
+/** An option's value is none of the words; one that is like it is named. */
+CLI::ValidationError none_of(const std::string &option, const std::string &text,
+                             const std::vector<std::string> &words);
+
 /** What one of some words stands for. */
 template <typename Choices>
 auto chosen(const std::string &name, const Choices &choices, const std::string &text)
 {
-    std::string known;
+    std::vector<std::string> words;
     for (const auto &[word, value] : choices) {
         if (text == word) {
             return value;
         }
-        known += (known.empty() ? "" : ", ") + std::string(word);
+        words.emplace_back(word);
     }
-    throw CLI::ValidationError(name, text + " is none of " + known);
+    throw none_of(name, text, words);
 }
 
 /** An option that takes one of some words. */

@@ -2,13 +2,16 @@
 
 #include "checker/outcome.h"
 #include "cli/audit_command.h"
+#include "cli/bundle_check.h"
 #include "cli/check_arguments.h"
 #include "cli/check_command.h"
 #include "cli/diff_command.h"
 #include "cli/fleet_command.h"
 #include "cli/generate_command.h"
+#include "cli/headroom_command.h"
 #include "cli/option_kinds.h"
 #include "cli/points_command.h"
+#include "cli/replay_command.h"
 #include "cli/usage_error.h"
 #include "report/printable.h"
 
@@ -53,6 +56,8 @@ struct Commands {
     FleetOptions fleet;
     PointsOptions points;
     GenerateOptions generate;
+    HeadroomOptions headroom;
+    ReplayOptions replay;
 };
 
 /** The parser takes the next word for the value of an option that ends with `=`. */
@@ -172,6 +177,12 @@ int run_command(CLI::App &app, const Commands &commands, const Console &console)
     if (app.got_subcommand("diff")) {
         return run_diff(commands.diff, console);
     }
+    if (app.got_subcommand("replay")) {
+        return run_replay(commands.replay, console);
+    }
+    if (app.got_subcommand("headroom")) {
+        return run_headroom(commands.headroom, console);
+    }
     if (app.got_subcommand("audit")) {
         require_one_stdin(commands.audit);
         return run_audit(commands.audit, console);
@@ -180,7 +191,8 @@ int run_command(CLI::App &app, const Commands &commands, const Console &console)
         return run_fleet(*app.get_subcommand("fleet"), commands.fleet, console);
     }
     if (!app.got_subcommand("check")) {
-        throw CLI::RequiredError("A command: check, diff, fleet, audit, points or generate");
+        throw CLI::RequiredError(
+            "A command: check, headroom, diff, fleet, audit, points, generate or replay");
     }
     const bool has_edits = !check.edits.empty() || !check.edits_from.empty();
     if (check.running.empty() && !has_edits && check.candidate.empty()) {
@@ -194,7 +206,7 @@ int run_command(CLI::App &app, const Commands &commands, const Console &console)
         throw CLI::RequiresError("--in-turn", "--edit or --edits");
     }
     require_one_on_stdout(check);
-    return run_check(check, console);
+    return check.bundle.empty() ? run_check(check, console) : check_and_bundle(check, console);
 }
 
 int parse_and_run(int argc, const char *const *argv, const Console &console)
@@ -212,11 +224,13 @@ int parse_and_run(int argc, const char *const *argv, const Console &console)
                    "command, such as [check] with card = \"card.json\"")
         ->type_name("FILE");
     add_check(app, commands.check);
+    add_headroom(app, commands.headroom);
     add_diff(app, commands.diff);
     add_fleet(app, commands.fleet);
     add_audit(app, commands.audit);
     add_points(app, commands.points);
     add_generate(app, commands.generate);
+    add_replay(app, commands.replay);
     try {
         refuse_empty_values(argc, argv);
         app.parse(argc, argv);

@@ -1,11 +1,10 @@
 #include "fleet/fleet_page.h"
 
 #include "report/finding.h"
-#include "report/printable.h"
+#include "report/markup.h"
 #include "report/words.h"
 
 #include <sstream>
-#include <string_view>
 
 namespace host
 {
@@ -14,31 +13,6 @@ extern const char *const kFleetPage; // page.html, built in
 
 namespace
 {
-
-/** Text of a page: nothing in it is markup. */
-std::string escaped(std::string_view text)
-{
-    std::string markup;
-    for (const char letter : printable_lines(text)) {
-        switch (letter) {
-        case '&':
-            markup += "&amp;";
-            break;
-        case '<':
-            markup += "&lt;";
-            break;
-        case '>':
-            markup += "&gt;";
-            break;
-        case '"':
-            markup += "&quot;";
-            break;
-        default:
-            markup += letter;
-        }
-    }
-    return markup;
-}
 
 void append_cell(std::string &row, const std::string &markup)
 {
@@ -77,11 +51,8 @@ std::string FleetPage::text(const FleetSummary &summary) const
     std::ostringstream sums;
     summary.print(sums, Style(false));
     std::string page(kFleetPage);
-    for (const auto &[mark, markup] :
-         {std::pair<std::string_view, std::string>{"<!--SUMMARY-->", escaped(sums.str())},
-          {"<!--ROWS-->\n", m_rows}}) {
-        page.replace(page.find(mark), mark.size(), markup);
-    }
+    fill_in(page, "<!--SUMMARY-->", escaped(sums.str()));
+    fill_in(page, "<!--ROWS-->\n", m_rows);
     return page;
 }
 

@@ -1,5 +1,7 @@
 #include "confd_text.h"
 
+#include <algorithm>
+
 namespace
 {
 
@@ -14,6 +16,20 @@ std::string print_into_buffer(Print print, const Value &value)
 }
 
 } // namespace
+
+std::string joined(std::initializer_list<std::string_view> texts)
+{
+    std::size_t size = 0;
+    for (const auto text : texts) {
+        size += text.size();
+    }
+    std::string whole(size, '\0');
+    auto end = whole.begin();
+    for (const auto text : texts) {
+        end = std::copy(text.begin(), text.end(), end);
+    }
+    return whole;
+}
 
 std::string print_value(const confd_value_t &value)
 {

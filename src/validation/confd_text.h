@@ -7,13 +7,18 @@
 #include <confd_lib.h>
 
 #include <cstddef>
+#include <initializer_list>
 #include <string>
+#include <string_view>
 
 /** Copies the bytes of a text value. */
 inline std::string text_of(const unsigned char *bytes, unsigned int size)
 {
     return std::string(reinterpret_cast<const char *>(bytes), size);
 }
+
+/** The texts one after the other: for each of thousands of entries one allocation counts. */
+std::string joined(std::initializer_list<std::string_view> texts);
 
 /**
  * Prints a value without type information, as operators know it from keys and references.

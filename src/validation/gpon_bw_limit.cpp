@@ -34,13 +34,6 @@ constexpr std::uint32_t kBandwidthProfilesPerCall = 64;
 constexpr std::uint32_t kTcontSize = 2;
 constexpr std::uint32_t kTcontsPerCall = 6;
 
-/** What the ONUs of a link may be guaranteed, the overhead of each included. */
-constexpr std::uint32_t kUpstreamCapacityKbps = 1107504;
-/** What the ONUs of a link may have as fixed rates. */
-constexpr std::uint32_t kFixedCapacityKbps = 442752;
-/** Upstream overhead of an ONU, whatever it is guaranteed. */
-constexpr std::uint32_t kOverheadPerOnuKbps = 560;
-
 bool is_set(const confd_value_t &value)
 {
     return value.type != C_NOEXISTS;
@@ -185,22 +178,19 @@ int loadAllLines(std::int32_t maapi_sock, confd_trans_ctx *tctx)
     const cl_ElapsedTime stopwatch;
     for (ListCursor lines(Candidate(maapi_sock, tctx), kLineProfiles); lines.has_entry();
          lines.next()) {
-        const std::string name = print_value(lines.key());
+        std::string name = print_value(lines.key());
         TRACE(kTraceFine, "Loading line %s", name.c_str());
         bwctx line{};
         // An unknown bandwidth profile was logged; the line profile counts without it.
-        loadAllTconts(maapi_sock, tctx, kLineProfiles + ("{" + name + "}/tcont"), line);
+        loadAllTconts(maapi_sock, tctx, joined({kLineProfiles, "{", name, "}/tcont"}), line);
         TRACE(kTraceFine, "Line %s has dynamic=%d static=%d TCONTs", name.c_str(),
               line.dynamic_tconts, line.static_tconts);
-        line_profiles.emplace(name, line);
+        line_profiles.emplace(std::move(name), line);
     }
     TRACE(kTraceFine, "Took %d msecs to load all line profiles from ConfD",
           stopwatch.get_elapsed_time_msec());
     return 0;
 }
-
-namespace
-{
 
 void reload_profiles(std::int32_t maapi_sock, confd_trans_ctx *tctx)
 {
@@ -210,12 +200,8 @@ void reload_profiles(std::int32_t maapi_sock, confd_trans_ctx *tctx)
     loadAllLines(maapi_sock, tctx);
 }
 
-/** What the ONUs of one PON link ask of it. */
-struct LinkDemand {
-    std::uint32_t fixed = 0;
-    std::uint32_t total = 0;
-    std::uint32_t num_onus = 0;
-};
+namespace
+{
 
 /**
  * Adds one chunk of ONUs, each with its line-profile reference.
@@ -235,8 +221,7 @@ int add_onus(const QueryChunk &onus, LinkDemand &demand, std::string &unknown_li
             error = -1;
             continue;
         }
-        demand.fixed += found->second.fixed;
-        demand.total += found->second.total;
+        demand.add(found->second);
     }
     demand.num_onus += static_cast<std::uint32_t>(onus.size());
     return error;
@@ -258,16 +243,15 @@ int sum_onus(const Query &query, LinkDemand &demand, std::string &unknown_lines)
 /** @return 0, or -1 with the message set. */
 int check_capacity(confd_trans_ctx *tctx, const std::string &ponlink, const LinkDemand &demand)
 {
-    const std::uint32_t overhead = demand.num_onus * kOverheadPerOnuKbps;
     TRACE_AS(validate_ponlink_bw, kTraceDecision,
              "BW check: pl %s, fxd=%d, total=%d, overhead=%d (num_onus=%d)", ponlink.c_str(),
-             demand.fixed, demand.total, overhead, demand.num_onus);
+             demand.fixed, demand.total, demand.overhead(), demand.num_onus);
     std::string text;
-    if (demand.total + overhead > kUpstreamCapacityKbps) {
+    if (demand.exceeds_capacity()) {
         text += "Total bandwidth exceeds GPON interface 1/1/" + ponlink + " capacity (" +
                 std::to_string(kUpstreamCapacityKbps) + " kbits/s)\n";
     }
-    if (demand.fixed > kFixedCapacityKbps) {
+    if (demand.exceeds_fixed_capacity()) {
         text += "Fixed bandwidth exceeds GPON interface 1/1/" + ponlink + " capacity (" +
                 std::to_string(kFixedCapacityKbps) + " kbits/s)\n";
     }
@@ -276,25 +260,35 @@ int check_capacity(confd_trans_ctx *tctx, const std::string &ponlink, const Link
 
 } // namespace
 
-int validate_ponlink_bw(std::int32_t maapi_sock, confd_trans_ctx *tctx, const std::string &ponlink)
+DemandRead read_ponlink_demand(std::int32_t maapi_sock, confd_trans_ctx *tctx,
+                               const std::string &ponlink, LinkDemand &demand,
+                               std::string &unknown_lines)
 {
     const std::string onus =
         "/config/interface/gpon[chassis-id=1 and slot-id=1 and port-id=" + ponlink + "]/onu";
+    const Query query(Candidate(maapi_sock, tctx), onus.c_str(), "profile-references/line-profile",
+                      get_num_onus_per_ponlink());
+    if (!query.is_running()) {
+        TRACE_AS(validate_ponlink_bw, kTraceDecision, "query failed for onu. err=%s",
+                 confd_lasterr());
+        return DemandRead::kFailed;
+    }
+    return sum_onus(query, demand, unknown_lines) == 0 ? DemandRead::kComplete
+                                                       : DemandRead::kUnknownLine;
+}
+
+int validate_ponlink_bw(std::int32_t maapi_sock, confd_trans_ctx *tctx, const std::string &ponlink)
+{
     LinkDemand demand;
     std::string unknown_lines;
-    int error = 0;
-    {
-        const Query query(Candidate(maapi_sock, tctx), onus.c_str(),
-                          "profile-references/line-profile", get_num_onus_per_ponlink());
-        if (!query.is_running()) {
-            TRACE(kTraceDecision, "query failed for onu. err=%s", confd_lasterr());
-            return -1;
-        }
-        error = sum_onus(query, demand, unknown_lines);
-    }
-    if (error != 0) {
-        TRACE(kTraceDecision, "There was some error during line-profile iteration (err=%d)", error);
+    switch (read_ponlink_demand(maapi_sock, tctx, ponlink, demand, unknown_lines)) {
+    case DemandRead::kFailed:
+        return -1;
+    case DemandRead::kUnknownLine:
+        TRACE(kTraceDecision, "There was some error during line-profile iteration (err=%d)", -1);
         return reject(tctx, unknown_lines.c_str());
+    case DemandRead::kComplete:
+        break;
     }
     return check_capacity(tctx, ponlink, demand);
 }

@@ -22,6 +22,30 @@ struct bandwidth_ctx {
 };
 using bwctx = bandwidth_ctx;
 
+/** What the ONUs of a link may be guaranteed, the overhead of each included. */
+constexpr std::uint32_t kUpstreamCapacityKbps = 1107504;
+/** What the ONUs of a link may have as fixed rates. */
+constexpr std::uint32_t kFixedCapacityKbps = 442752;
+/** Upstream overhead of an ONU, whatever it is guaranteed. */
+constexpr std::uint32_t kOverheadPerOnuKbps = 560;
+
+/** What the ONUs of one PON link ask of it. */
+struct LinkDemand {
+    std::uint32_t fixed = 0;
+    std::uint32_t total = 0; /**< Without overhead. */
+    std::uint32_t num_onus = 0;
+
+    /** Adds the rates of an ONU with this line profile; ONUs are counted by who adds them. */
+    void add(const bandwidth_ctx &line)
+    {
+        fixed += line.fixed;
+        total += line.total;
+    }
+    std::uint32_t overhead() const { return num_onus * kOverheadPerOnuKbps; }
+    bool exceeds_capacity() const { return total + overhead() > kUpstreamCapacityKbps; }
+    bool exceeds_fixed_capacity() const { return fixed > kFixedCapacityKbps; }
+};
+
 using BandwidthMap = std::unordered_map<std::string, bandwidth_ctx>;
 
 /** By name of the bandwidth profile, as the last loadAllBws() found it. */
@@ -71,6 +95,21 @@ int loadAllTconts(std::int32_t maapi_sock, confd_trans_ctx *tctx, std::string tc
 
 /** Adds the transaction's line profiles to the map. Needs the bandwidth-profile map. @return 0. */
 int loadAllLines(std::int32_t maapi_sock, confd_trans_ctx *tctx);
+
+/** Fills both maps anew from the transaction. */
+void reload_profiles(std::int32_t maapi_sock, confd_trans_ctx *tctx);
+
+/** What came of reading the ONUs of a PON link. */
+enum class DemandRead { kComplete, kUnknownLine, kFailed };
+
+/**
+ * Sums the ONUs of one PON link, up to the chunk with the first unknown line profile. Needs both
+ * maps.
+ * @param unknown_lines  Gets a piece of text for each ONU whose line profile is not in the map.
+ */
+DemandRead read_ponlink_demand(std::int32_t maapi_sock, confd_trans_ctx *tctx,
+                               const std::string &ponlink, LinkDemand &demand,
+                               std::string &unknown_lines);
 
 extern "C" {
 

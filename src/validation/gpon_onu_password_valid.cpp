@@ -15,17 +15,6 @@ using validation::Candidate;
 using validation::ListCursor;
 using validation::reject;
 
-namespace
-{
-
-constexpr std::int32_t kPasswordMethod = 2;
-constexpr std::string_view kSerialNumber =
-    "serial-number"; // Compared for each ONU, by length first.
-constexpr const char *kPassword = "password";
-constexpr int kLeafTextSize = 8192;
-constexpr std::size_t kLocationSize = 32; // Enough for all numbers of links and ONUs.
-
-/** The vendor's four characters stay as entered; the rest are hexadecimal digits of either case. */
 void fold_serial_number(std::string &serial_number)
 {
     constexpr std::size_t kVendorLength = 4;
@@ -35,6 +24,15 @@ void fold_serial_number(std::string &serial_number)
                        return static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
                    });
 }
+
+namespace
+{
+
+constexpr std::int32_t kPasswordMethod = 2;
+constexpr std::string_view kSerialNumber =
+    "serial-number"; // Compared for each ONU, by length first.
+constexpr const char *kPassword = "password";
+constexpr int kLeafTextSize = 8192;
 
 void append_line(std::ostream &report, const std::string &location, const std::string &label,
                  const std::string &value)
@@ -100,7 +98,7 @@ void ProfileOnuSerialPassword(std::int32_t maapi_sock, confd_trans_ctx *tctx,
     }
     char text[kLeafTextSize];
     if (Candidate(maapi_sock, tctx)
-            .read(maapi_get_str_elem, text, kLeafTextSize, (onu_prefix + leaf).c_str()) !=
+            .read(maapi_get_str_elem, text, kLeafTextSize, joined({onu_prefix, leaf}).c_str()) !=
         CONFD_OK) {
         return;
     }
@@ -108,10 +106,7 @@ void ProfileOnuSerialPassword(std::int32_t maapi_sock, confd_trans_ctx *tctx,
     if (is_serial_number) {
         fold_serial_number(value);
     }
-    std::string location;
-    location.reserve(kLocationSize);
-    location.append("interface gpon ").append(interface).append(" onu ").append(onu_id);
-    values.emplace(std::move(value), std::move(location));
+    values.emplace(std::move(value), joined({"interface gpon ", interface, " onu ", onu_id}));
 }
 
 void evaluateOnuSerialPassword(std::ostringstream &report, const OnuCredentials &values,

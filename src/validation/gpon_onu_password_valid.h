@@ -14,6 +14,12 @@
  */
 using OnuCredentials = std::multimap<std::string, std::string>;
 
+/**
+ * Makes a serial number what is compared: the vendor's four characters stay as entered, the rest
+ * are hexadecimal digits of either case.
+ */
+void fold_serial_number(std::string &serial_number);
+
 extern "C" {
 
 /**

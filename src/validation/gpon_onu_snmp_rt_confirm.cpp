@@ -19,11 +19,9 @@ using validation::XPathResult;
 namespace
 {
 
-constexpr int kRecommendedOnus = 128;
-
 int judge_count(confd_trans_ctx *tctx, int count)
 {
-    if (count <= kRecommendedOnus) {
+    if (count <= kRecommendedRealTimeOnus) {
         TRACE_AS(onu_snmp_rt_confirmation, kTraceProgress,
                  "%d ONUs with real-time enabled. Don't show warning message.", count);
         return CONFD_OK;
@@ -33,7 +31,7 @@ int judge_count(confd_trans_ctx *tctx, int count)
     confd_trans_seterr(
         tctx,
         "There are %d ONUs with real-time SNMP monitoring enabled. Recommended number is %d. This might cause performance impacts. Do you want to proceed?",
-        count, kRecommendedOnus);
+        count, kRecommendedRealTimeOnus);
     return CONFD_VALIDATION_WARN;
 }
 

@@ -6,6 +6,9 @@
 
 #include "validator.h"
 
+/** Most ONUs to be monitored in real time, as recommended. */
+constexpr int kRecommendedRealTimeOnus = 128;
+
 extern "C" {
 
 /** Validator of "onu_snmp_rt_warn": more ONUs in real time than recommended slow the card down. */

@@ -18,7 +18,6 @@ using validation::reject;
 namespace
 {
 
-constexpr std::uint32_t kMaxMappingsPerPort = 20;
 constexpr std::size_t kTextSize = 8192;
 
 /** Counts a mapping on each of its Ethernet ports. */

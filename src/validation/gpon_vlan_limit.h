@@ -8,6 +8,9 @@
 
 #include <unordered_map>
 
+/** Most mappings that may apply to one port. */
+constexpr std::uint32_t kMaxMappingsPerPort = 20;
+
 /** Mappings by port number. */
 using VlanCounters = std::unordered_map<std::uint32_t, std::uint32_t>;
 

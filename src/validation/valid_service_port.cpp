@@ -32,7 +32,6 @@ namespace
 constexpr const char *kServicePorts = "/config/service-port";
 constexpr std::uint32_t kServicePortSize = 20;
 constexpr std::uint32_t kServicePortsPerCall = 300;
-constexpr std::uint32_t kMaxServicePorts = 4096;
 constexpr std::size_t kUsualPathSize = 128;
 
 // ---- Identity and GEM port of one service port ------------------------------------------------

@@ -37,6 +37,9 @@ int service_port_get_leafs(confd_value_t *values, std::uint32_t &sp, std::string
                            std::uint32_t &onu, std::uint32_t &gem, std::int32_t &match_vlan,
                            std::int32_t &action_vlan);
 
+/** Most service ports that a card takes. */
+constexpr std::uint32_t kMaxServicePorts = 4096;
+
 extern "C" {
 
 /** Text of the warning before all service ports are removed. */

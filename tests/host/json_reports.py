@@ -51,29 +51,38 @@ def report(program: list[str], plugin: str, script: str, words: list[str]) -> di
     return document
 
 
-# Whether there is a difference with the faults, and what follows the command diff.
-DIFFS = [
-    ("True", EDIT),
-    ("False", ["../running.xml", "--skip-foreign"]),
-    ("False malformed", ["--edit", "README", "--exit-code"]),
-]
+# Of other commands: what their reports say, with the faults, and what follows the command.
+OTHERS = {
+    "diff": (lambda document: document["differs"], [
+        ("True", EDIT),
+        ("False", ["../running.xml", "--skip-foreign"]),
+        ("False malformed", ["--edit", "README", "--exit-code"]),
+    ]),
+    "headroom": (lambda document: "/".join(link["state"] for link in document.get("verdicts", {}).get("links", [])), [
+        ("no-settings", EDIT),
+        ("no-settings", []),
+        (" malformed", ["--edit", "README"]),
+        (" unreadable", ["--edit", "nowhere.xml"]),
+    ]),
+}
 
 
-def diff_faults(schema_file: str, program: list[str]) -> list[str]:
-    """What is wrong with the reports of diff, whose schema refers to that of checks."""
+def faults_of(command: str, schema_file: str, program: list[str]) -> list[str]:
+    """What is wrong with the reports of a command whose schema refers to that of checks."""
+    says, cases = OTHERS[command]
     with open(schema_file, encoding="utf-8") as checks:
         definitions = json.load(checks)["$defs"]
-    with open(schema_file.replace("check-output", "diff-output"), encoding="utf-8") as file:
+    with open(schema_file.replace("check-output", f"{command}-output"), encoding="utf-8") as file:
         schema = json.loads(file.read().replace("check-output.schema.json#", "#"))
-    validator = jsonschema.Draft202012Validator({**schema, "$defs": definitions})
+    validator = jsonschema.Draft202012Validator({**schema, "$defs": {**definitions, **schema.get("$defs", {})}})
     messages = []
-    for expected, words in DIFFS:
-        command = program + ["diff", "--running", "../running.xml", "--json"] + words
-        document = json.loads(subprocess.run(command, stdout=subprocess.PIPE, check=False).stdout)
-        actual = " ".join([str(document["differs"])] + [problem["fault"] for problem in document["problems"]])
+    for expected, words in cases:
+        run = program + [command, "--running", "../running.xml", "--json"] + words
+        document = json.loads(subprocess.run(run, stdout=subprocess.PIPE, check=False).stdout)
+        actual = " ".join([str(says(document))] + [problem["fault"] for problem in document["problems"]])
         messages += [f"{words}: {error.json_path}: {error.message}" for error in validator.iter_errors(document)]
         messages += [f"{words}: {actual}, not {expected}"] if actual != expected else []
-        messages += [] if document["changes"] or not document["differs"] else [f"{words}: no changes"]
+        messages += [f"{words}: no changes"] if document.get("differs") and not document["changes"] else []
     return messages
 
 
@@ -83,7 +92,7 @@ def main() -> int:
         validator = jsonschema.Draft202012Validator(json.load(file))
     schema_file = os.path.abspath(schema_file)
     os.chdir(example)
-    messages = diff_faults(schema_file, program)
+    messages = [message for command in OTHERS for message in faults_of(command, schema_file, program)]
     print("\n".join(messages))
     faults = len(messages)
     for result, script, words in CASES:

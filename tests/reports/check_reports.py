@@ -174,7 +174,7 @@ def main() -> int:
     words = parser.parse_args()
     program = [str(pathlib.Path(word).resolve()) if os.path.exists(word) else word for word in words.program]
     folders = sorted(file.parent.resolve() for file in words.examples.glob("**/expected.txt")
-                     if not (file.parent / "command").exists())
+                     if not any((file.parent / name).exists() for name in ("command", "command-line")))
     if words.group:
         folders = [folder for folder in folders if folder.parent.name in words.group]
     with open(ROOT / "docs/check-output.schema.json", encoding="utf-8") as file:

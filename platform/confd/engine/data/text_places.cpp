@@ -94,6 +94,7 @@ const TextNodes &TextPlaces::text() const
         m_hints.assign(m_text->nodes.size() + 1, TextNode::kNone);
         const auto text = without_mark(m_source.text);
         m_lines = {0};
+        m_lines.reserve(m_hints.size()); // Few texts have more than a node in each.
         for (auto end = text.find('\n'); end != std::string_view::npos;
              end = text.find('\n', end + 1)) {
             m_lines.push_back(end + 1);

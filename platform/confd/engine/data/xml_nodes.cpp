@@ -2,7 +2,6 @@
 
 #include <expat.h>
 
-#include <algorithm>
 #include <exception>
 #include <memory>
 
@@ -19,7 +18,8 @@ class XmlNodesReader
 public:
     /** @param start  Offset of the text in a longer one. */
     XmlNodesReader(std::string_view text, std::size_t start, TextNodesBuilder &builder)
-        : m_text(text), m_start(start), m_space(builder.schema().module()->ns), m_builder(builder),
+        : m_text(text), m_start(start),
+          m_prefix(std::string(builder.schema().module()->ns) + kSeparator), m_builder(builder),
           m_parser(XML_ParserCreateNS("UTF-8", kSeparator), XML_ParserFree)
     {
         if (m_parser == nullptr) {
@@ -97,9 +97,8 @@ private:
 
     void begin(std::string_view name)
     {
-        const auto separator = std::min(name.find(kSeparator), name.size());
-        const bool is_own = name.substr(0, separator) == m_space && separator != name.size();
-        const auto local = separator != name.size() ? name.substr(separator + 1) : name;
+        const bool is_own = name.substr(0, m_prefix.size()) == m_prefix;
+        const auto local = name.substr(is_own ? m_prefix.size() : name.find(kSeparator) + 1);
         const SchemaNode *schema = m_builder.find(local, is_own);
         m_builder.begin(schema, local, offset());
         // Between elements there are blanks, of which expat would tell one by one.
@@ -128,7 +127,7 @@ private:
 
     const std::string_view m_text;
     const std::size_t m_start;
-    const std::string_view m_space;
+    const std::string m_prefix; /**< Of names of the model. */
     TextNodesBuilder &m_builder;
     std::unique_ptr<XML_ParserStruct, decltype(&XML_ParserFree)> m_parser;
     bool m_is_listening = false;
