@@ -1,8 +1,8 @@
 /**
  * Sequences of RPCs of three sessions, an admin, an operator and a viewer, as the server answers
  * them, without its sockets. Whatever they ask, what is running must be what the history says, a
- * viewer changes nothing and sees no secret, what a session holds goes with it, and the edit of a commit
- * gives the candidate.
+ * viewer changes nothing and sees no secret, what a session holds goes with it, and the edit of a
+ * commit gives the candidate.
  *
  * An input that begins with `<` is the body of one RPC; any other is decisions of which RPCs are
  * made up.
@@ -291,8 +291,8 @@ void require_plan(const std::string &input)
             actual = is_twice ? expected : failure.what();
         }
     });
-    require(actual == expected, "the edit\n" + edit + "\ngives\n" + actual + "\nthe candidate is\n" +
-                                    expected + "\nafter\n" + input);
+    require(actual == expected, "the edit\n" + edit + "\ngives\n" + actual +
+                                    "\nthe candidate is\n" + expected + "\nafter\n" + input);
 }
 
 void end_all(const std::vector<SessionPtr> &sessions)

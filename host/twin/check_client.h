@@ -20,9 +20,9 @@ namespace host::twin
 
 /** What a check process needs to open the card. */
 struct CheckSetup {
-    std::string card = "{}"; /**< Capabilities, as in their file. */
-    std::string plugin;      /**< Empty: the card's own. */
-    std::chrono::seconds idle_timeout{60}; /**< For one request of the framework. */
+    std::string card = "{}";                   /**< Capabilities, as in their file. */
+    std::string plugin;                        /**< Empty: the card's own. */
+    std::chrono::seconds idle_timeout{60};     /**< For one request of the framework. */
     std::chrono::microseconds call_latency{0}; /**< Added to each client call of a rule. */
     std::string fail_rule;                     /**< Whose client calls fail; empty: none's. */
     int fail_call = 1;                         /**< Which, of each request. */

@@ -75,9 +75,9 @@ json CheckProcess::open(const Message &message)
     const auto &head = message.head;
     m_policy.idle_timeout = std::chrono::seconds(head.at("timeout").get<int>());
     set_trials(head);
-    m_checker = std::make_unique<Checker>(
-        fm::parse_card(head.at("card")),
-        engine::Source{"running configuration", message.text}, head.at("plugin"));
+    m_checker = std::make_unique<Checker>(fm::parse_card(head.at("card")),
+                                          engine::Source{"running configuration", message.text},
+                                          head.at("plugin"));
     return json::object();
 }
 

@@ -55,8 +55,7 @@ Remark remark_of(const engine::Schema &schema, const Finding &finding)
 {
     Remark remark;
     remark.is_warning = finding.kind == Finding::Kind::kWarning;
-    remark.tag =
-        finding.kind == Finding::Kind::kProblem ? tag_of(finding.id) : "operation-failed";
+    remark.tag = finding.kind == Finding::Kind::kProblem ? tag_of(finding.id) : "operation-failed";
     remark.id = finding.id;
     remark.path = xpath_of(schema, finding.path);
     remark.text = trimmed(finding.text);

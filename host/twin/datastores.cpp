@@ -103,7 +103,8 @@ bool Datastores::is_modified() const
 Datastores::Plan Datastores::plan_commit()
 {
     const std::lock_guard editing(m_edit);
-    return {m_candidate ? edit_between(m_running, *m_candidate, m_touched) : TreeEdit(), m_generation};
+    return {m_candidate ? edit_between(m_running, *m_candidate, m_touched) : TreeEdit(),
+            m_generation};
 }
 
 Datastores::Plan Datastores::plan_trial(const Source &edit)

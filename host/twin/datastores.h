@@ -94,8 +94,8 @@ private:
     engine::Datastore m_running;
     std::uint64_t m_running_generation = 0;
     std::optional<engine::Datastore> m_candidate; /**< Nothing: it is what is running. */
-    Touched m_touched; /**< In the candidate. */
-    std::uint64_t m_generation = 0; /**< Counts the changes of the candidate. */
+    Touched m_touched;                            /**< In the candidate. */
+    std::uint64_t m_generation = 0;               /**< Counts the changes of the candidate. */
     std::mutex m_edit; /**< Held by whoever uses the engine's functions that change trees. */
     mutable FairLock m_running_lock;
     mutable FairLock m_candidate_lock;

@@ -167,9 +167,9 @@ void Device::keep(CheckClient::Turn &turn, const ChangeRequest &request, const P
         pending = m_confirmed.after(request.commit, author, before);
     }
     if (changes || pending || was_pending) {
-        m_history.add(commit,
-                      changes ? Step{Step::Form::kEdit, plan.edit.text} : Step{Step::Form::kNothing},
-                      pending);
+        m_history.add(
+            commit, changes ? Step{Step::Form::kEdit, plan.edit.text} : Step{Step::Form::kNothing},
+            pending);
     }
     if (changes) {
         turn.commit();
@@ -312,9 +312,8 @@ void Device::subscribe(const SessionPtr &session, SubscriptionRequest request)
     std::vector<Delivery> replay;
     {
         const std::lock_guard lock(m_state);
-        if (const auto refusal =
-                m_notifications.subscribe(session->id(), std::move(request),
-                                          std::chrono::system_clock::now(), replay)) {
+        if (const auto refusal = m_notifications.subscribe(
+                session->id(), std::move(request), std::chrono::system_clock::now(), replay)) {
             throw RpcFailure(*refusal);
         }
         send(replay);
@@ -352,8 +351,8 @@ void Device::watch_time()
     while (!m_ends) {
         auto wait = std::chrono::duration<double>(kRound);
         if (const auto deadline = m_confirmed.deadline()) {
-            wait = std::min(wait, std::chrono::duration<double>(*deadline - now()) /
-                                      m_setup.time_scale);
+            wait = std::min(wait,
+                            std::chrono::duration<double>(*deadline - now()) / m_setup.time_scale);
         }
         if (const auto deadline = m_notifications.deadline()) {
             wait = std::min<std::chrono::duration<double>>(

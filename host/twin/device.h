@@ -64,8 +64,7 @@ public:
     /** Asks the rules about a change, commits it and tells of it. @param make  The change. */
     void change_running(const ChangeRequest &request, const std::function<Plan()> &make);
     /** Asks the rules, and changes nothing. */
-    void check(const Session &session, bool confirms_warnings,
-               const std::function<Change()> &make);
+    void check(const Session &session, bool confirms_warnings, const std::function<Change()> &make);
     /** Cancels a confirmed commit. */
     void cancel(const Session &session, const std::optional<std::string> &persist_id);
     /** What was running after a commit, as a change of what is running. */
@@ -89,8 +88,7 @@ public:
 private:
     CheckClient::Turn take_turn();
     CheckReport ask(CheckClient::Turn &turn, const Plan &plan, const ChangeRequest &request);
-    void record_refusal(const ChangeRequest &request, const Plan &plan,
-                        const CheckReport &report);
+    void record_refusal(const ChangeRequest &request, const Plan &plan, const CheckReport &report);
     void keep(CheckClient::Turn &turn, const ChangeRequest &request, const Plan &plan,
               const CheckReport &report);
     void tell_change(const Author &author, const Plan &plan);

@@ -139,8 +139,8 @@ void Inspector::enter_operation(const Name &name)
     }
     const auto *module = ly_ctx_get_module_implemented_ns(m_context, name.space.c_str());
     if (module == nullptr) {
-        RpcError error{"unknown-namespace", "There is no module of the namespace " + name.space +
-                                                "."};
+        RpcError error{"unknown-namespace",
+                       "There is no module of the namespace " + name.space + "."};
         error.info = {{"bad-element", name.local}, {"bad-namespace", name.space}};
         refuse(std::move(error));
     } else if (lys_find_child(nullptr, module, name.local.c_str(), 0, LYS_RPC, 0) == nullptr) {

@@ -1,7 +1,7 @@
 #include "twin/listener.h"
 
-#include <array>
 #include <arpa/inet.h>
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <memory>
@@ -49,8 +49,7 @@ std::pair<int, std::uint16_t> listen_tcp(const std::string &address, std::uint16
         throw std::runtime_error(address + " is no address of this machine");
     }
     const std::unique_ptr<addrinfo, void (*)(addrinfo *)> owner(found, ::freeaddrinfo);
-    const int fd =
-        ::socket(found->ai_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    const int fd = ::socket(found->ai_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     const int on = 1;
     ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
     sockaddr_storage bound{};

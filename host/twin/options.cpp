@@ -53,9 +53,10 @@ void add_trials(CLI::App &app, TwinOptions &options)
                    "Answer each request of a rule to the framework so much later")
         ->type_name("US")
         ->check(CLI::Range(0.0, 1'000'000.0));
-    app.add_option("--fail", options.fail,
-                   "Let the N-th RPC of a name fail (commit:3), or the N-th request that a rule makes "
-                   "of the framework, each time it is asked (onu_bw_check:2); N is 1 if not given")
+    app.add_option(
+           "--fail", options.fail,
+           "Let the N-th RPC of a name fail (commit:3), or the N-th request that a rule makes "
+           "of the framework, each time it is asked (onu_bw_check:2); N is 1 if not given")
         ->type_name("NAME[:N]");
     app.add_option("--time-scale", options.time_scale,
                    "Let the time of confirmed commits pass so many times faster")

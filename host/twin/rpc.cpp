@@ -105,8 +105,8 @@ engine::Source config_of(const lyd_node *any)
     } else if (node->value.str != nullptr) {
         text = node->value.str;
     }
-    return {"config", std::string("<config xmlns=\"") + kNetconfNamespace + "\">" + text +
-                          "</config>"};
+    return {"config",
+            std::string("<config xmlns=\"") + kNetconfNamespace + "\">" + text + "</config>"};
 }
 
 Place place_of(const Call &call, const char *parameter)
@@ -137,8 +137,8 @@ Place place_of(const Call &call, const char *parameter)
 void require_unlocked(const Call &call, DatastoreName datastore)
 {
     if (const auto owner = call.device.sessions().other_owner(datastore, call.session->id())) {
-        RpcError error{"in-use", std::string("Session ") + std::to_string(*owner) +
-                                     " has locked " + name_of(datastore) + "."};
+        RpcError error{"in-use", std::string("Session ") + std::to_string(*owner) + " has locked " +
+                                     name_of(datastore) + "."};
         error.type = "protocol";
         throw RpcFailure(std::move(error));
     }

@@ -18,8 +18,7 @@ Change change_of(const Call &call, const Place &source)
     }
     switch (*source.datastore) {
     case DatastoreName::kCandidate:
-        return {ChangeForm::kEdit,
-                {"candidate", call.device.data().plan_commit().edit.text}};
+        return {ChangeForm::kEdit, {"candidate", call.device.data().plan_commit().edit.text}};
     case DatastoreName::kStartup:
         return {ChangeForm::kCandidate, {"startup", startup_text(call)}};
     case DatastoreName::kRunning:

@@ -74,8 +74,9 @@ void copy_to_startup(const Call &call, const Place &source)
         call.device.history().set_startup_to_running();
         return;
     }
-    const engine::Source text =
-        source.config ? *source.config : engine::Source{"startup", text_of(call, *source.datastore)};
+    const engine::Source text = source.config
+                                    ? *source.config
+                                    : engine::Source{"startup", text_of(call, *source.datastore)};
     const auto tree = engine::Datastore::parse(call.device.data().schema(), text);
     call.device.history().set_startup(tree.print(engine::Format::kXml));
 }

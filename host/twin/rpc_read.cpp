@@ -64,9 +64,9 @@ Filter filter_of(const Call &call)
 std::string printed(const lyd_node *tree, WithDefaults mode)
 {
     char *text = nullptr;
-    if (tree != nullptr &&
-        lyd_print_mem(&text, tree, LYD_XML, LYD_PRINT_WITHSIBLINGS | LYD_PRINT_SHRINK | print_options(mode)) !=
-            LY_SUCCESS) {
+    if (tree != nullptr && lyd_print_mem(&text, tree, LYD_XML,
+                                         LYD_PRINT_WITHSIBLINGS | LYD_PRINT_SHRINK |
+                                             print_options(mode)) != LY_SUCCESS) {
         throw RpcFailure(RpcError{"operation-failed", "The configuration cannot be printed."});
     }
     const std::unique_ptr<char, void (*)(void *)> owner(text, std::free);
@@ -168,8 +168,8 @@ Reply get_schema(const Call &call)
     auto text = schema_text(call.context, call.text("identifier").value_or(""),
                             call.text("version").value_or(""));
     if (!text || !is_yang) {
-        RpcError error{"invalid-value", is_yang ? "There is no such schema."
-                                                : "Schemas are told in YANG only."};
+        RpcError error{"invalid-value",
+                       is_yang ? "There is no such schema." : "Schemas are told in YANG only."};
         error.type = "application";
         throw RpcFailure(std::move(error));
     }

@@ -92,8 +92,7 @@ DeviceSetup device_setup(const TwinOptions &options)
         setup.check.fail_rule = trial.name;
         setup.check.fail_call = trial.number;
     }
-    setup.check.call_latency =
-        std::chrono::microseconds(std::llround(options.call_latency_us));
+    setup.check.call_latency = std::chrono::microseconds(std::llround(options.call_latency_us));
     setup.check.plugin = options.plugin;
     setup.check.idle_timeout = std::chrono::seconds(options.timeout_s);
     if (!options.running.empty()) {
@@ -132,9 +131,8 @@ LoopSetup loop_setup(const TwinOptions &options)
     LoopSetup setup;
     setup.writable_running = options.writable_running;
     setup.verbose = options.verbose;
-    setup.latency =
-        std::chrono::duration_cast<std::chrono::milliseconds>(
-            std::chrono::duration<double, std::milli>(options.latency_ms));
+    setup.latency = std::chrono::duration_cast<std::chrono::milliseconds>(
+        std::chrono::duration<double, std::milli>(options.latency_ms));
     const Trial trial = trial_of(options);
     setup.fail_rpc = trial.name;
     setup.fail_at = trial.number;

@@ -51,8 +51,8 @@ void load(ly_ctx *context, const std::string &name, std::vector<const char *> fe
     features.push_back(nullptr);
     if (ly_ctx_load_module(context, name.c_str(), nullptr, features.data()) == nullptr) {
         const char *why = ly_errmsg(context);
-        throw std::runtime_error("module " + name + " cannot be loaded: " +
-                                 (why != nullptr ? why : "not found"));
+        throw std::runtime_error("module " + name +
+                                 " cannot be loaded: " + (why != nullptr ? why : "not found"));
     }
 }
 
@@ -99,10 +99,9 @@ ServerContext make_server_context(bool writable_running)
         features.push_back("writable-running");
     }
     load(made, "ietf-netconf", features);
-    for (const char *name :
-         {"ietf-netconf-monitoring", "ietf-netconf-with-defaults", "notifications",
-          "nc-notifications", "ietf-netconf-notifications", "gpon-twin-confirm",
-          "gpon-twin-history", "gpon-twin-reject"}) {
+    for (const char *name : {"ietf-netconf-monitoring", "ietf-netconf-with-defaults",
+                             "notifications", "nc-notifications", "ietf-netconf-notifications",
+                             "gpon-twin-confirm", "gpon-twin-history", "gpon-twin-reject"}) {
         load(made, name);
     }
     load(made, std::string(model::kMainModule));

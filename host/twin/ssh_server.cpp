@@ -127,8 +127,8 @@ public:
 
     std::optional<std::size_t> read(char *data, std::size_t size) override
     {
-        const int count = ssh_channel_read_nonblocking(m_channel, data,
-                                                       static_cast<std::uint32_t>(size), 0);
+        const int count =
+            ssh_channel_read_nonblocking(m_channel, data, static_cast<std::uint32_t>(size), 0);
         if (count > 0) {
             return static_cast<std::size_t>(count);
         }
@@ -168,7 +168,7 @@ void await(ssh_session session, const Admission &admission)
 {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(kTimeout_s);
     const std::unique_ptr<ssh_event_struct, void (*)(ssh_event)> event(ssh_event_new(),
-                                                                        ssh_event_free);
+                                                                       ssh_event_free);
     ssh_event_add_session(event.get(), session);
     while (!admission.is_done()) {
         constexpr int kRound_ms = 500;

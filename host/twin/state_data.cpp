@@ -72,8 +72,8 @@ const char *transport_of(const Author &author)
 void add_session(StateTree &state, const Session &session)
 {
     const auto &author = session.author();
-    const std::string entry =
-        std::string(kState) + "/sessions/session[session-id='" + std::to_string(session.id()) + "']";
+    const std::string entry = std::string(kState) + "/sessions/session[session-id='" +
+                              std::to_string(session.id()) + "']";
     const char *transport = transport_of(author);
     state.add(entry + "/transport",
               transport != nullptr ? transport : "ietf-netconf-monitoring:netconf-ssh");

@@ -39,9 +39,8 @@ Transports::Transports(TransportSetup setup, SessionLoop &loop)
         ensure_host_key(m_setup.host_key);
         const auto [fd, port] = listen_tcp(m_setup.address, *m_setup.ssh_port);
         m_ssh_port = port;
-        listen(fd, "ssh", [this](int client) {
-            return accept_ssh(client, m_setup.host_key, m_setup.keys);
-        });
+        listen(fd, "ssh",
+               [this](int client) { return accept_ssh(client, m_setup.host_key, m_setup.keys); });
     }
     if (m_setup.tls) {
         m_tls.emplace(m_setup.tls->files);
@@ -69,9 +68,8 @@ Transports::~Transports()
 void Transports::listen(int fd, const char *transport, Admit admit)
 {
     m_listeners.push_back(fd);
-    m_threads.emplace_back([this, fd, transport, admit = std::move(admit)] {
-        accept_at(fd, transport, admit);
-    });
+    m_threads.emplace_back(
+        [this, fd, transport, admit = std::move(admit)] { accept_at(fd, transport, admit); });
 }
 
 void Transports::accept_at(int listener, const char *transport, const Admit &admit)

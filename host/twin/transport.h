@@ -39,8 +39,8 @@ struct TransportSetup {
 class Transports
 {
 public:
-    /** @param loop  Runs the sessions. @throws std::runtime_error  A place cannot be listened at, or
-     *               a key cannot be used. */
+    /** @param loop  Runs the sessions. @throws std::runtime_error  A place cannot be listened at,
+     * or a key cannot be used. */
     Transports(TransportSetup setup, SessionLoop &loop);
     ~Transports();
     Transports(const Transports &) = delete;

@@ -21,8 +21,7 @@ bool is_default(const lyd_node *node)
 
 bool is_container(const lyd_node *node)
 {
-    return node->schema->nodetype == LYS_CONTAINER &&
-           (node->schema->flags & LYS_PRESENCE) == 0;
+    return node->schema->nodetype == LYS_CONTAINER && (node->schema->flags & LYS_PRESENCE) == 0;
 }
 
 bool is_user_ordered(const lyd_node *node)
@@ -155,8 +154,7 @@ void EditWriter::compare(const lyd_node *before, const lyd_node *after, bool all
     for (const auto *node = after; node != nullptr; node = node->next) {
         if (node->schema != list) {
             list = node->schema;
-            m_reordered =
-                is_user_ordered(node) && has_other_order(before, node) ? list : nullptr;
+            m_reordered = is_user_ordered(node) && has_other_order(before, node) ? list : nullptr;
         }
         if (all || m_touched.is_new(node) || m_touched.has_inside(node) || m_reordered == list) {
             const auto *reordered = m_reordered;
