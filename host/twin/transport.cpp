@@ -82,7 +82,7 @@ void Transports::accept_at(int listener, const char *transport, const Admit &adm
             continue;
         }
         limit_waiting(fd, static_cast<int>(m_setup.limits.stall.count()));
-        if (!m_loop.spawn([this, fd, transport, &admit] { serve(fd, transport, admit); })) {
+        if (!m_loop.spawn([this, fd, transport, admit] { serve(fd, transport, admit); })) {
             ::close(fd); // There are too many already.
         }
     }
