@@ -89,6 +89,37 @@ void add_values(const Change &change, Secrets secrets, Words &commands)
     add("set ", after, before);
 }
 
+void add_deletions(const std::vector<Change> &changes, Words &commands)
+{
+    for (const auto &change : changes) {
+        if (change.kind == ChangeKind::kDeleted && !is_supplied(change.before)) {
+            if (change.schema->is_leaf_list()) {
+                add_values(change, Secrets::kShown, commands);
+            } else {
+                add_deletion(change.before, commands);
+            }
+        }
+        add_deletions(change.children, commands);
+    }
+}
+
+void add_additions(const std::vector<Change> &changes, Secrets secrets, Words &commands)
+{
+    for (const auto &change : changes) {
+        const bool is_new = change.kind == ChangeKind::kCreated && !is_supplied(change.after);
+        if (change.kind == ChangeKind::kValue || (is_new && change.schema->is_leaf_list())) {
+            add_values(change, secrets, commands);
+        } else if (is_new) {
+            add_commands(change.after, secrets, commands);
+        }
+        if (change.schema->is_user_ordered() && change.schema->is_list() &&
+            (is_new || change.kind == ChangeKind::kMoved)) {
+            add_move(change.after, commands);
+        }
+        add_additions(change.children, secrets, commands);
+    }
+}
+
 } // namespace
 
 void add_commands(const lyd_node *node, Secrets secrets, Words &commands)
@@ -117,31 +148,10 @@ void add_commands(const lyd_node *node, Secrets secrets, Words &commands)
 
 void add_commands(const std::vector<Change> &changes, Secrets secrets, Words &commands)
 {
-    // What went makes room, such as for a name that something else has now.
-    for (const auto &change : changes) {
-        if (change.kind == ChangeKind::kDeleted && !is_supplied(change.before)) {
-            if (change.schema->is_leaf_list()) {
-                add_values(change, secrets, commands);
-            } else {
-                add_deletion(change.before, commands);
-            }
-        }
-    }
-    for (const auto &change : changes) {
-        const bool is_new = change.kind == ChangeKind::kCreated && !is_supplied(change.after);
-        if (is_new && change.schema->is_leaf_list()) {
-            add_values(change, secrets, commands);
-        } else if (is_new) {
-            add_commands(change.after, secrets, commands);
-        } else if (change.kind == ChangeKind::kValue) {
-            add_values(change, secrets, commands);
-        }
-        if (change.schema->is_user_ordered() && change.schema->is_list() &&
-            (is_new || change.kind == ChangeKind::kMoved)) {
-            add_move(change.after, commands);
-        }
-        add_commands(change.children, secrets, commands);
-    }
+    // What goes makes room at all levels first: setting a node takes away those of other cases of
+    // its choice.
+    add_deletions(changes, commands);
+    add_additions(changes, secrets, commands);
 }
 
 } // namespace host::shell

@@ -3,6 +3,7 @@
 #include "shell/file_session.h"
 #include "shell/options.h"
 #include "shell/script.h"
+#include "shell/terminal.h"
 
 #include <csignal>
 #include <cstdlib>
@@ -50,7 +51,18 @@ int run(const ShellOptions &options)
     if (options.yes || options.no) {
         io.answer = options.yes;
     }
+    const bool asks = is_terminal && isatty(STDIN_FILENO) != 0;
+    if (asks) {
+        io.ask = ask_at_terminal;
+    }
     Shell shell(session, std::move(io));
+    if (asks) {
+        TerminalOptions terminal;
+        if (!options.no_history) {
+            terminal.history = options.history.empty() ? default_history() : options.history;
+        }
+        return static_cast<int>(run_terminal(shell, terminal, interrupted));
+    }
     return static_cast<int>(run_script(shell, std::cin, std::cerr, {"stdin", options.goes_on}));
 }
 
