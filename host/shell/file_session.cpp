@@ -5,9 +5,7 @@
 #include "engine/data/yang_check.h"
 #include "report/report_explain.h"
 #include "report/report_text.h"
-#include "report/words.h"
 
-#include <ctime>
 #include <sstream>
 
 namespace host::shell
@@ -30,16 +28,6 @@ Datastore load(const std::optional<engine::Source> &source)
         engine::add_defaults(tree);
     }
     return tree;
-}
-
-std::string time_text()
-{
-    const std::time_t now = std::time(nullptr);
-    std::tm parts{};
-    localtime_r(&now, &parts);
-    std::string text(32, '\0');
-    text.resize(std::strftime(text.data(), text.size(), "%F %T", &parts));
-    return text;
 }
 
 /** Ends a check that nobody waits for any more. */
@@ -75,20 +63,6 @@ void forget_places(Outcome &outcome)
     }
 }
 
-std::string note_of(const std::vector<Difference> &differences)
-{
-    const auto counts = count(differences);
-    std::string text;
-    for (const auto &[number, word] :
-         {std::pair{counts.created, "created"}, std::pair{counts.deleted, "deleted"},
-          std::pair{counts.changed, "changed"}, std::pair{counts.moved, "moved"}}) {
-        if (number != 0) {
-            text += (text.empty() ? "" : ", ") + std::to_string(number) + " " + word;
-        }
-    }
-    return text;
-}
-
 } // namespace
 
 FileSession::FileSession(FileSetup setup, const Interrupt &interrupt)
@@ -101,7 +75,6 @@ FileSession::FileSession(FileSetup setup, const Interrupt &interrupt)
     m_policy.idle_timeout = m_setup.idle_timeout;
     m_policy.keep_plugin = true;
     m_policy.reuse = true;
-    m_policy.differences = true;
     m_policy.reads = engine::ReadLog::Mode::kPlaces;
 }
 
@@ -187,24 +160,16 @@ Verdict FileSession::commit(const CommitRequest &request)
     }
     m_confirm_until.reset();
     if (!plan.edit.text.empty()) {
-        keep(plan, outcome);
+        auto entry = CommitLog::commit_of(running(), candidate());
+        m_checker->commit(outcome);
+        m_data.commit(plan);
+        m_commits.add(std::move(entry));
+        m_is_saved = false;
         if (request.confirm_within) {
             m_confirm_until = Clock::now() + *request.confirm_within;
         }
     }
     return verdict;
-}
-
-void FileSession::keep(const twin::Datastores::Plan &plan, const Outcome &outcome)
-{
-    twin::Touched everywhere;
-    everywhere.add_everything();
-    Commit commit{time_text(), twin::edit_between(candidate(), running(), everywhere).text,
-                  outcome.differences ? note_of(*outcome.differences) : ""};
-    m_checker->commit(outcome);
-    m_data.commit(plan);
-    m_commits.push_back(std::move(commit));
-    m_is_saved = false;
 }
 
 std::string FileSession::explain() const
@@ -216,24 +181,12 @@ std::string FileSession::explain() const
     return text.str();
 }
 
-std::vector<CommitEntry> FileSession::history()
-{
-    std::vector<CommitEntry> entries;
-    for (std::size_t i = m_commits.size(); i-- > 0;) {
-        entries.push_back({i + 1, m_commits[i].time, "", m_commits[i].note});
-    }
-    return entries;
-}
-
 void FileSession::roll_back(std::size_t commits)
 {
-    if (commits > m_commits.size()) {
-        throw SessionError("there were only " + plural(m_commits.size(), "commit") +
-                           " since the file was opened");
-    }
+    const auto edits = m_commits.undo(commits);
     m_data.discard();
-    for (std::size_t i = 0; i < commits; ++i) {
-        m_data.edit_candidate({"commit", m_commits[m_commits.size() - 1 - i].undo});
+    for (const auto &edit : edits) {
+        m_data.edit_candidate(edit);
     }
 }
 

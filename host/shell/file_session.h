@@ -5,6 +5,7 @@
 #pragma once
 
 #include "checker/checker.h"
+#include "shell/commit_log.h"
 #include "shell/session.h"
 #include "twin/datastores.h"
 
@@ -42,7 +43,7 @@ public:
     void discard() override { m_data.discard(); }
     Verdict commit(const CommitRequest &request) override;
     std::string explain() const override;
-    std::vector<CommitEntry> history() override;
+    std::vector<CommitEntry> history() override { return m_commits.entries(); }
     void roll_back(std::size_t commits) override;
     std::string news() override;
     std::string unsaved() const override;
@@ -51,14 +52,6 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
-    /** What undoes a commit. */
-    struct Commit {
-        std::string time;
-        std::string undo; /**< An edit. */
-        std::string note;
-    };
-
-    void keep(const twin::Datastores::Plan &plan, const Outcome &outcome);
     Outcome check(const twin::Datastores::Plan &plan, bool confirms_warnings);
     Verdict verdict_of(const Outcome &outcome) const;
 
@@ -69,8 +62,8 @@ private:
     std::unique_ptr<Checker> m_checker;
     Policy m_policy;
     std::optional<Outcome> m_last;
-    std::vector<Commit> m_commits; /**< The newest last. */
-    bool m_is_saved = true;        /**< What is running is in a file. */
+    CommitLog m_commits;
+    bool m_is_saved = true; /**< What is running is in a file. */
     std::optional<Clock::time_point> m_confirm_until;
 };
 

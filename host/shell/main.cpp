@@ -1,6 +1,7 @@
 #include "checker/process_end.h"
 #include "engine/data/source_file.h"
 #include "shell/file_session.h"
+#include "shell/netconf_session.h"
 #include "shell/options.h"
 #include "shell/script.h"
 #include "shell/terminal.h"
@@ -8,6 +9,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <iostream>
+#include <memory>
 #include <unistd.h>
 
 namespace
@@ -42,11 +44,20 @@ FileSetup setup_of(const ShellOptions &options, const host::Style &style)
     return setup;
 }
 
+std::unique_ptr<Session> open_session(const ShellOptions &options, const host::Style &style)
+{
+    if (!options.server.empty()) {
+        return std::make_unique<NetconfSession>(read_address(options.server, options.key),
+                                                interrupted, style);
+    }
+    return std::make_unique<FileSession>(setup_of(options, style), interrupted);
+}
+
 int run(const ShellOptions &options)
 {
     const bool is_terminal = isatty(STDOUT_FILENO) != 0;
     const host::Style style(host::wants_color(host::ColorChoice::kAuto, is_terminal));
-    FileSession session(setup_of(options, style), interrupted);
+    const auto session = open_session(options, style);
     ShellIo io{std::cout, is_terminal, style};
     if (options.yes || options.no) {
         io.answer = options.yes;
@@ -55,7 +66,7 @@ int run(const ShellOptions &options)
     if (asks) {
         io.ask = ask_at_terminal;
     }
-    Shell shell(session, std::move(io));
+    Shell shell(*session, std::move(io));
     if (asks) {
         TerminalOptions terminal;
         if (!options.no_history) {
