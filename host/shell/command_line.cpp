@@ -51,7 +51,9 @@ private:
         std::string word;
         while (!at_end() && !is_blank(m_text[m_at]) && m_text[m_at] != '|') {
             const char c = m_text[m_at++];
-            if (c == '"' || c == '\'') {
+            if (c == '{' && m_text[begin] == '/') {
+                read_keys(word);
+            } else if (c == '"' || c == '\'') {
                 read_quoted(c, word);
             } else if (c == '\\' && !at_end()) {
                 word += m_text[m_at++];
@@ -61,6 +63,24 @@ private:
         }
         m_line.last_word = at_end() ? begin : m_text.size();
         (m_line.filters.empty() ? m_line.words : m_line.filters.back()).push_back(word);
+    }
+
+    /** Keys of a path as reports write it: blanks and quotes in them are the path's own. */
+    void read_keys(std::string &word)
+    {
+        word += '{';
+        bool is_quoted = false;
+        while (!at_end()) {
+            const char c = m_text[m_at++];
+            word += c;
+            if (c == '\\' && is_quoted && !at_end()) {
+                word += m_text[m_at++];
+            } else if (c == '"') {
+                is_quoted = !is_quoted;
+            } else if (c == '}' && !is_quoted) {
+                return;
+            }
+        }
     }
 
     void read_quoted(char quote, std::string &word)

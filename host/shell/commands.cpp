@@ -8,6 +8,7 @@
 #include "shell/command_table.h"
 #include "shell/edit_text.h"
 #include "shell/show.h"
+#include "twin/masking.h"
 
 #include <charconv>
 #include <ostream>
@@ -192,6 +193,10 @@ Result run_load(Shell &shell, const CommandLine &line)
         throw CommandError(how + " is neither merge nor replace", "load merge|replace FILE");
     }
     const auto source = engine::read_source(line.words[2]);
+    if (twin::Masking(shell.schema()).is_masked(source.text)) {
+        throw CommandError("in " + line.words[2] + " *** stands in place of a secret",
+                           "`save` and `show | secrets` write secrets as they are");
+    }
     if (how == "merge") {
         shell.session.edit(source);
     } else {

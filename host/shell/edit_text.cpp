@@ -124,6 +124,11 @@ std::vector<Setting> read_settings(const engine::Schema &schema, const PathSteps
     }
     for (const auto &setting : settings) {
         require_keys(setting.steps, false);
+        if (setting.value == engine::kMaskedValue &&
+            engine::is_secret(*setting.steps.back().node)) {
+            throw CommandError("*** stands in place of a secret, and is none",
+                               "`show | secrets` shows it");
+        }
     }
     return settings;
 }

@@ -154,9 +154,12 @@ Verdict FileSession::commit(const CommitRequest &request)
     const auto plan = m_data.plan_commit();
     const Outcome outcome = check(plan, request.confirms_warnings);
     m_last = outcome;
-    const Verdict verdict = verdict_of(outcome);
+    Verdict verdict = verdict_of(outcome);
     if (verdict.result != Result::kAccepted || request.checks_only) {
         return verdict;
+    }
+    if (m_confirm_until) {
+        verdict.conclusion += "The commit before is confirmed.\n";
     }
     m_confirm_until.reset();
     if (!plan.edit.text.empty()) {

@@ -144,7 +144,8 @@ NetconfClient::NetconfClient(ServerAddress address, const std::atomic<bool> &int
       m_context(twin::make_server_context(true))
 {
     nc_client_init();
-    nc_verbosity(NC_VERB_ERROR);
+    // What it has to say is thrown; the rest is about modules that nobody needs.
+    nc_set_print_clb_session([](const nc_session *, NC_VERB_LEVEL, const char *) {});
     if (m_address.socket.empty()) {
         nc_client_ssh_set_username(m_address.user.c_str());
         if (!m_address.key.empty() && nc_client_ssh_add_keypair((m_address.key + ".pub").c_str(),

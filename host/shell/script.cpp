@@ -17,7 +17,7 @@ Result run_script(Shell &shell, std::istream &in, std::ostream &err, const Scrip
             result = run_line(shell, line);
             shell.io.out.flush();
             if (result != Result::kAccepted) {
-                err << place << "stopped here: the candidate was not accepted\n";
+                err << place << "the candidate was not accepted\n";
             }
         } catch (const std::exception &failure) {
             shell.io.out.flush();
