@@ -57,6 +57,7 @@ private:
     static char *prompt_of(EditLine *edit);
     static unsigned char complete_word(EditLine *edit, int key);
     static unsigned char show_help(EditLine *edit, int key);
+    static unsigned char drop_line(EditLine *edit, int key);
 
     void open_history();
     void keep(const std::string &line);
@@ -85,6 +86,10 @@ Terminal::Terminal(Shell &shell, const TerminalOptions &options, std::atomic<boo
     el_set(m_edit, EL_EDITOR, "emacs");
     el_set(m_edit, EL_ADDFN, "gpon-complete", "Complete the word", complete_word);
     el_set(m_edit, EL_ADDFN, "gpon-help", "Show what may follow", show_help);
+    el_set(m_edit, EL_ADDFN, "gpon-drop", "Drop the line", drop_line);
+    // A key like others as long as a line is typed: a signal may come while nobody waits for one.
+    el_set(m_edit, EL_SETTY, "-d", "-isig", nullptr);
+    el_set(m_edit, EL_BIND, "^C", "gpon-drop", nullptr);
     el_set(m_edit, EL_BIND, "^I", "gpon-complete", nullptr);
     el_set(m_edit, EL_BIND, "?", "gpon-help", nullptr);
     el_set(m_edit, EL_BIND, "^R", "em-inc-search-prev", nullptr);
@@ -180,6 +185,16 @@ unsigned char Terminal::show_help(EditLine *edit, int /*key*/)
     return CC_REDISPLAY;
 }
 
+unsigned char Terminal::drop_line(EditLine *edit, int /*key*/)
+{
+    const LineInfo *line = el_line(edit);
+    el_cursor(edit, static_cast<int>(line->lastchar - line->cursor));
+    el_deletestr(edit, static_cast<int>(line->lastchar - line->buffer));
+    std::fputs("^C\n", stdout);
+    std::fflush(stdout);
+    return CC_REDISPLAY;
+}
+
 /** The file is the user's own before anything stands in it. */
 void Terminal::open_history()
 {
@@ -236,11 +251,6 @@ Result Terminal::run()
         int length = 0;
         errno = 0;
         const char *read = el_gets(m_edit, &length);
-        if (m_interrupt) {
-            std::cout << "^C\n" << std::flush;
-            el_reset(m_edit);
-            continue;
-        }
         if (read == nullptr || length <= 0) { // ^D.
             std::cout << '\n';
             carry_out("exit");

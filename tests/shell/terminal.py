@@ -13,16 +13,14 @@ import time
 import pexpect
 
 TAB, CTRL_C, CTRL_D, ENTER = "\t", "\x03", "\x04", "\r"
-PATIENCE = 30
-
 
 class Screen:
     """A shell in a terminal of so many columns."""
 
     def __init__(self, program, folder, running, *options, columns=100):
-        environment = {"TERM": "xterm", "LC_ALL": "C.UTF-8", "XDG_STATE_HOME": folder, "PATH": os.environ["PATH"]}
+        environment = {"TERM": "xterm", "LC_ALL": "C.UTF-8", "NO_COLOR": "1", "XDG_STATE_HOME": folder, "PATH": os.environ["PATH"]}
         self.child = pexpect.spawn(program, ["--running", running, *options], env=environment, encoding="utf-8",
-                                   dimensions=(50, columns), timeout=PATIENCE)
+                                   dimensions=(50, columns), timeout=float(os.environ.get('PATIENCE', 30)))
         self.child.expect("> ")
 
     def type(self, keys, *expected):
@@ -47,18 +45,18 @@ def completion(program, folder, full_card):
     screen = Screen(program, folder, os.path.join(full_card, "running.xml"), "--card", card)
     screen.type("?", "set +Set a value", "exit +Leave")
     screen.type("he" + TAB, "lp ")
-    screen.type("se" + TAB + ENTER, "help set", "Set a value")
+    screen.type("se" + TAB + ENTER, "t ", "Set a value")
     screen.type("se" + TAB + "inter" + TAB + "g" + TAB, "face ", "gpon ")
     screen.type("?", "Always 1")
     screen.type("1 1 3 onu ?", "<1..128>", "  1\r", "  128\r")
-    screen.type("5 adm" + TAB + "?", "admin-state ", "disabled +The ONU carries no traffic", "enabled")
+    screen.type("5 adm" + TAB + "?", "in-state ", "disabled +The ONU carries no traffic", "enabled")
     screen.type("en" + TAB, "abled ")
-    screen.type("profile-references line-profile busin" + TAB, "business ")
+    screen.type("profile-references line-profile busin" + TAB, "ess ")
     screen.type(CTRL_C, re.escape("^C"), "> ")
     screen.type("show | " + TAB, "compare +What is different", "secrets")
-    screen.type("mat" + TAB, "match ")
+    screen.type("mat" + TAB, "ch ")
     screen.type(CTRL_C, re.escape("^C"), "> ")
-    screen.type("show serv" + TAB, "service-port ")
+    screen.type("show serv" + TAB, "ice-port ")
     start = time.monotonic()
     screen.type("409" + TAB, "  409\r", "  4096\r")
     screen.type("6 ?", "description|port")
