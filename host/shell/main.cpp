@@ -47,8 +47,13 @@ FileSetup setup_of(const ShellOptions &options, const host::Style &style)
 std::unique_ptr<Session> open_session(const ShellOptions &options, const host::Style &style)
 {
     if (!options.server.empty()) {
-        return std::make_unique<NetconfSession>(read_address(options.server, options.key),
-                                                interrupted, style);
+        auto address = read_address(options.server);
+        address.key = options.key;
+        address.known_hosts = options.known_hosts;
+        if (isatty(STDIN_FILENO) != 0 && isatty(STDOUT_FILENO) != 0) {
+            address.ask = ask_at_terminal;
+        }
+        return std::make_unique<NetconfSession>(std::move(address), interrupted, style);
     }
     return std::make_unique<FileSession>(setup_of(options, style), interrupted);
 }

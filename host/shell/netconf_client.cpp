@@ -4,6 +4,7 @@
 
 #include <charconv>
 #include <cstdlib>
+#include <libssh/libssh.h>
 #include <memory>
 #include <nc_client.h>
 #include <pugixml.hpp>
@@ -86,9 +87,71 @@ std::string data_in(const lyd_node *reply)
                                                    : "";
 }
 
+/** Why there is no connection: what the library said last, or our own reason. */
+std::string last_words;
+bool is_refused = false;
+
+void note_words(const nc_session * /*session*/, NC_VERB_LEVEL /*level*/, const char *message)
+{
+    if (!is_refused && message != nullptr) {
+        last_words = message;
+    }
+}
+
+/** Such as SHA256:...; empty: there is none. */
+std::string fingerprint_of(ssh_session session)
+{
+    ssh_key key = nullptr;
+    unsigned char *hash = nullptr;
+    std::size_t length = 0;
+    std::string text;
+    if (ssh_get_server_publickey(session, &key) != SSH_OK) {
+        return text;
+    }
+    if (ssh_get_publickey_hash(key, SSH_PUBLICKEY_HASH_SHA256, &hash, &length) == 0) {
+        char *printed = ssh_get_fingerprint_hash(SSH_PUBLICKEY_HASH_SHA256, hash, length);
+        text = printed != nullptr ? printed : "";
+        ssh_string_free_char(printed);
+        ssh_clean_pubkey_hash(&hash);
+    }
+    ssh_key_free(key);
+    return text;
+}
+
+int refuse(const std::string &reason)
+{
+    last_words = reason;
+    is_refused = true;
+    return 1;
+}
+
+/** @return 0: the server is who it says. */
+int check_server(const char *host, ssh_session session, void *data)
+{
+    const auto &address = *static_cast<const ServerAddress *>(data);
+    if (!address.known_hosts.empty()) {
+        ssh_options_set(session, SSH_OPTIONS_KNOWNHOSTS, address.known_hosts.c_str());
+    }
+    const auto known = ssh_session_is_known_server(session);
+    if (known == SSH_KNOWN_HOSTS_OK) {
+        return 0;
+    }
+    const auto key = fingerprint_of(session);
+    if (known == SSH_KNOWN_HOSTS_CHANGED || known == SSH_KNOWN_HOSTS_OTHER) {
+        return refuse("its key is another than it was: " + key);
+    }
+    const std::string question =
+        std::string(host) + " is not known; its key is " + key + ". Go on? [yes,no] ";
+    if (!address.ask || address.ask(question) != true) {
+        return refuse("its key " + key + " is not known; --known-hosts names a file that has it");
+    }
+    static_cast<void>(ssh_session_update_known_hosts(session));
+    return 0;
+}
+
 } // namespace
 
-ServerAddress read_address(const std::string &text, const std::string &key)
+ServerAddress read_address(const std::string &text)
 {
     ServerAddress address;
     const auto at = text.find('@');
@@ -98,7 +161,6 @@ ServerAddress read_address(const std::string &text, const std::string &key)
         return address;
     }
     address.user = text.substr(0, at);
-    address.key = key;
     const bool has_port = colon != std::string::npos && colon > at;
     address.host = text.substr(at + 1, has_port ? colon - at - 1 : std::string::npos);
     const std::string_view port = has_port ? std::string_view(text).substr(colon + 1) : "830";
@@ -144,9 +206,9 @@ NetconfClient::NetconfClient(ServerAddress address, const std::atomic<bool> &int
       m_context(twin::make_server_context(true))
 {
     nc_client_init();
-    // What it has to say is thrown; the rest is about modules that nobody needs.
-    nc_set_print_clb_session([](const nc_session *, NC_VERB_LEVEL, const char *) {});
+    nc_set_print_clb_session(note_words);
     if (m_address.socket.empty()) {
+        nc_client_ssh_set_auth_hostkey_check_clb(check_server, &m_address);
         nc_client_ssh_set_username(m_address.user.c_str());
         if (!m_address.key.empty() && nc_client_ssh_add_keypair((m_address.key + ".pub").c_str(),
                                                                 m_address.key.c_str()) != 0) {
@@ -171,11 +233,14 @@ std::string NetconfClient::name() const
 void NetconfClient::connect()
 {
     close();
+    last_words.clear();
+    is_refused = false;
     m_session = m_address.socket.empty()
                     ? nc_connect_ssh(m_address.host.c_str(), m_address.port, m_context.get())
                     : nc_connect_unix(m_address.socket.c_str(), m_context.get());
     if (m_session == nullptr) {
-        throw SessionError(name() + " does not answer");
+        throw SessionError(name() + " cannot be reached" +
+                           (last_words.empty() ? "" : ": " + last_words));
     }
 }
 

@@ -8,6 +8,8 @@
 #include "twin/server_context.h"
 
 #include <atomic>
+#include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -22,11 +24,14 @@ struct ServerAddress {
     std::string user;
     std::string host;
     std::uint16_t port = 0;
-    std::string key; /**< Private; the public one stands beside it. */
+    std::string key;         /**< Private; the public one stands beside it. */
+    std::string known_hosts; /**< File with keys of servers; empty: the user's. */
+    /** Whether to trust a server that nobody knows yet; empty: no. */
+    std::function<std::optional<bool>(const std::string &question)> ask;
 };
 
 /** A socket, or user@host:port. @throws SessionError */
-ServerAddress read_address(const std::string &text, const std::string &key);
+ServerAddress read_address(const std::string &text);
 
 /** One rpc-error. */
 struct ServerError {

@@ -35,6 +35,10 @@ void add_options(CLI::App &app, ShellOptions &options)
     app.add_option("--key", options.key, "Private key for SSH; the public one stands beside it")
         ->type_name("FILE")
         ->needs(connect);
+    app.add_option("--known-hosts", options.known_hosts,
+                   "Keys of servers (if not given: those that ssh knows)")
+        ->type_name("FILE")
+        ->needs(connect);
     auto *yes = app.add_flag("--yes", options.yes, "Confirm warnings without a question");
     app.add_flag("--no", options.no, "Do not confirm warnings, without a question")->excludes(yes);
     app.add_flag("--continue", options.goes_on, "A script goes on after a line that failed");

@@ -17,6 +17,7 @@ struct ShellOptions {
     std::string plugin;
     std::string server; /**< A socket, or user@host:port. */
     std::string key;    /**< For SSH. */
+    std::string known_hosts;
     std::string history;
     bool no_history = false;
     bool goes_on = false;

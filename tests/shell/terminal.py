@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """The shell at a terminal: what somebody types, and what must stand on the screen then.
 
-usage: terminal.py EXAMPLES GPON_SHELL
+usage: terminal.py EXAMPLES GPON_SHELL SCRIPTED_PLUGIN
 """
 import os
 import re
@@ -18,7 +18,8 @@ class Screen:
     """A shell in a terminal of so many columns."""
 
     def __init__(self, program, folder, running, *options, columns=100):
-        environment = {"TERM": "xterm", "LC_ALL": "C.UTF-8", "NO_COLOR": "1", "XDG_STATE_HOME": folder, "PATH": os.environ["PATH"]}
+        environment = {"TERM": "xterm", "LC_ALL": "C.UTF-8", "NO_COLOR": "1", "XDG_STATE_HOME": folder, "PATH": os.environ["PATH"],
+                       "GPON_TEST_SCRIPT": os.environ.get("GPON_TEST_SCRIPT", "")}
         self.child = pexpect.spawn(program, ["--running", running, *options], env=environment, encoding="utf-8",
                                    dimensions=(50, columns), timeout=float(os.environ.get('PATIENCE', 30)))
         self.child.expect("> ")
@@ -105,6 +106,22 @@ def commits(program, folder, running):
     screen.leave()
 
 
+def interrupts(program, folder, running, plugin):
+    """A commit whose rule hangs ends with ^C; nothing is committed, and the next works."""
+    os.environ["GPON_TEST_SCRIPT"] = "fec_confirmation_warning=hang"
+    screen = Screen(program, folder, running, "--plugin", plugin)
+    screen.type("set interface gpon 1 1 1 downstream-fec true" + ENTER, "# ")
+    screen.type("commit" + ENTER, "commit")
+    children = f"/proc/{screen.child.pid}/task/{screen.child.pid}/children"
+    while not open(children, encoding="utf-8").read():  # Then the plug-in is being asked.
+        time.sleep(0.01)
+    screen.type(CTRL_C, "interrupted: nothing was committed", "# ")
+    screen.type("set interface gpon 1 1 1 onu 1 description second" + ENTER, "# ")
+    screen.type("delete interface gpon 1 1 1 downstream-fec" + ENTER, "# ")
+    screen.type("commit" + ENTER, "Accepted", "Committed", "> ")
+    screen.leave()
+
+
 def texts(program, folder, running):
     """UTF-8, and what would steer the terminal; a terminal that is narrow."""
     screen = Screen(program, folder, running, columns=30)
@@ -119,11 +136,12 @@ def texts(program, folder, running):
 
 
 def main():
-    examples, program = sys.argv[1:]
+    examples, program, plugin = sys.argv[1:]
     running = os.path.join(os.path.dirname(os.path.abspath(__file__)), "running.xml")
-    for case, argument in ((completion, os.path.join(examples, "full-card")), (commits, running), (texts, running)):
+    for case, *arguments in ((completion, os.path.join(examples, "full-card")), (commits, running), (texts, running),
+                             (interrupts, running, plugin)):
         with tempfile.TemporaryDirectory() as folder:
-            case(os.path.abspath(program), folder, argument)
+            case(os.path.abspath(program), folder, *arguments)
             print(f"{case.__name__}: ok")
 
 
