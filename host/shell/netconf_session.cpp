@@ -5,6 +5,7 @@
 #include "report/printable.h"
 #include "rules/rules.h"
 
+#include <pugixml.hpp>
 #include <sstream>
 
 namespace host::shell
@@ -17,6 +18,39 @@ using engine::Datastore;
 std::string in_netconf(const std::string &name, const std::string &content)
 {
     return "<" + name + " xmlns=\"" + twin::kNetconfNamespace + "\">" + content + "</" + name + ">";
+}
+
+void drop_masked(pugi::xml_node node, const engine::SchemaNode &schema)
+{
+    for (auto child = node.first_child(); child;) {
+        const auto next = child.next_sibling();
+        const auto *known = schema.child(child.name());
+        const bool is_encrypted = known != nullptr && known->type_storage.encrypted;
+        if (is_encrypted && std::string(child.text().get()) == engine::kMaskedValue) {
+            node.remove_child(child);
+        } else if (known != nullptr) {
+            drop_masked(child, *known);
+        }
+        child = next;
+    }
+}
+
+/** Who may not see secrets reads *** in their place, which is no value of those that are stored
+ *  encrypted: there they are left out. */
+std::string without_masked(const std::string &xml)
+{
+    pugi::xml_document document;
+    if (xml.find(engine::kMaskedValue) == std::string::npos || !document.load_string(xml.c_str())) {
+        return xml;
+    }
+    const auto top = document.document_element();
+    const auto *schema = model_schema()->top(top.name());
+    if (schema != nullptr) {
+        drop_masked(top, *schema);
+    }
+    std::ostringstream text;
+    document.save(text, "", pugi::format_raw | pugi::format_no_declaration);
+    return text.str();
 }
 
 std::string words_of(const std::vector<ServerError> &errors)
@@ -83,7 +117,8 @@ Datastore NetconfSession::read(const std::string &datastore)
     Datastore tree =
         reply.data.empty()
             ? Datastore(model_schema())
-            : Datastore::parse(model_schema(), {datastore + " of " + name(), reply.data, {}});
+            : Datastore::parse(model_schema(),
+                               {datastore + " of " + name(), without_masked(reply.data), {}});
     engine::add_defaults(tree);
     return tree;
 }
