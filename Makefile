@@ -13,7 +13,7 @@ source_dirs := src platform model host tests bench fuzz
 linted := ^$(CURDIR)/($(shell echo $(source_dirs) | tr ' ' '|'))/
 
 .DEFAULT_GOAL := help
-.PHONY: help run program test test-powerpc test-reports sizes packages test-packages test-fleet bench \
+.PHONY: help run program shell test test-powerpc test-reports sizes packages test-packages test-fleet bench \
     bench-fleet plot mutants soak fuzz     coverage docs api-docs build configure format lint clean
 
 help: ## Lists these commands
@@ -40,6 +40,12 @@ program: ## Builds gpon-validate and the plug-in only
 	@test -f $(build_dir)/build.ninja || cmake --preset $(PRESET) -DGPON_TESTS=OFF -DGPON_BENCH=OFF
 	cmake --build --preset $(PRESET) --parallel $(JOBS) --target gpon-validate
 
+shell: program ## Builds gpon-shell, and starts one on the example card
+	@cmake/install-deps.sh twin
+	cmake --preset $(PRESET) -DGPON_TWIN=ON
+	cmake --build --preset $(PRESET) --parallel $(JOBS) --target gpon-shell
+	$(bin_dir)/gpon-shell --running $(example)/running.xml --card $(example)/card.json
+
 test: build ## Builds everything, then runs all tests
 	ctest --preset $(PRESET) --parallel $(JOBS)
 
@@ -62,10 +68,10 @@ sizes: program ## Tells the plug-in's size here and, after make test-powerpc, on
 	@cmake/sizes.sh "x86-64" strip $(build_dir)/lib/libgpon_card_valid.so \
 	    "PowerPC, 32 bits" powerpc-linux-gnu-strip build/powerpc/lib/libgpon_card_valid.so
 
-packages: program ## Builds Debian packages: the plug-in, the desk tools, and gpon-twin
+packages: program ## Builds Debian packages: the plug-in, the desk tools, and gpon-twin with gpon-shell
 	@cmake/install-deps.sh twin packages
 	cmake --preset $(PRESET) -DGPON_TWIN=ON
-	cmake --build --preset $(PRESET) --parallel $(JOBS) --target gpon-validate gpon-twin
+	cmake --build --preset $(PRESET) --parallel $(JOBS) --target gpon-validate gpon-twin gpon-shell
 	cd $(build_dir) && rm -rf packages && cpack
 	@ls -l $(build_dir)/packages/*.deb
 
