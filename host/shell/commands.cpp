@@ -165,6 +165,9 @@ Result run_commit(Shell &shell, const CommandLine &line)
         } else if (word == "confirmed") {
             require_words(line, i + 1, line.words.size());
             const auto minutes = read_number(line.words[++i], kMaxMinutes);
+            if (minutes == 0) {
+                throw CommandError("a commit is confirmed within a minute at least");
+            }
             request.confirm_within = std::chrono::minutes(minutes);
         } else {
             throw CommandError(word + " is no word of commit",

@@ -25,13 +25,16 @@ void add_options(CLI::App &app, ShellOptions &options)
     auto *running =
         app.add_option("--running", options.running, "Configuration to work on, XML or JSON")
             ->type_name("FILE");
-    app.add_option("--card", options.card, "Capabilities of the card (JSON)")->type_name("FILE");
-    app.add_option("--plugin", options.plugin, "Another plug-in than the card's")
-        ->type_name("FILE");
     auto *connect = app.add_option("--connect", options.server,
                                    "A card's NETCONF server: a UNIX socket, or user@host:port")
                         ->type_name("SERVER")
                         ->excludes(running);
+    app.add_option("--card", options.card, "Capabilities of the card (JSON)")
+        ->type_name("FILE")
+        ->excludes(connect);
+    app.add_option("--plugin", options.plugin, "Another plug-in than the card's")
+        ->type_name("FILE")
+        ->excludes(connect);
     app.add_option("--key", options.key, "Private key for SSH; the public one stands beside it")
         ->type_name("FILE")
         ->needs(connect);
