@@ -14,7 +14,7 @@ source_dirs := src platform model host tests bench fuzz
 linted := ^$(CURDIR)/($(shell echo $(source_dirs) | tr ' ' '|'))/
 
 .DEFAULT_GOAL := help
-.PHONY: help run headroom program twin test-twin test-ansible bench-twin test test-powerpc test-reports sizes packages \
+.PHONY: help run headroom program twin shell test-twin test-ansible bench-twin test test-powerpc test-reports sizes packages \
     test-packages test-fleet test-pages bench bench-fleet plot mutants soak fuzz coverage docs api-docs build configure format \
     lint clean
 
@@ -55,6 +55,13 @@ twin: ## Starts gpon-twin on the example card, and shows a command that talks to
 	cmake --build --preset $(PRESET) --parallel $(JOBS) --target gpon-twin
 	host/twin/try.sh $(bin_dir)/gpon-twin $(example)
 
+shell: ## Starts gpon-shell on the example card
+	@cmake/install-deps.sh program twin
+	@grep -q '^GPON_TWIN:BOOL=ON' $(build_dir)/CMakeCache.txt 2>/dev/null || \
+	    cmake --preset $(PRESET) -DGPON_TWIN=ON -DGPON_TESTS=OFF -DGPON_BENCH=OFF
+	cmake --build --preset $(PRESET) --parallel $(JOBS) --target gpon-shell
+	$(bin_dir)/gpon-shell --running $(example)/running.xml --card $(example)/card.json
+
 test-twin: ## Builds gpon-twin, runs its tests, and kills it 200 times
 	@$(MAKE) TWIN=ON configure
 	cmake --build --preset $(PRESET) --parallel $(JOBS)
@@ -72,7 +79,7 @@ bench-twin: ## Times gpon-twin on the full card, and weighs 50 of them
 	cmake --build --preset $(PRESET) --parallel $(JOBS) --target gpon-twin gpon-validate twin_print
 	bench/twin.py $(build_dir)
 
-test: build ## Builds everything (TWIN=ON: gpon-twin as well), then runs all tests
+test: build ## Builds everything (TWIN=ON: gpon-twin and gpon-shell as well), then runs all tests
 	ctest --preset $(PRESET) --parallel $(JOBS)
 
 test-powerpc: ## Builds for the card's architecture and runs all tests under an emulator
@@ -94,10 +101,10 @@ sizes: program ## Tells the plug-in's size here and, after make test-powerpc, on
 	@cmake/sizes.sh "x86-64" strip $(build_dir)/lib/libgpon_card_valid.so \
 	    "PowerPC, 32 bits" powerpc-linux-gnu-strip build/powerpc/lib/libgpon_card_valid.so
 
-packages: program ## Builds Debian packages: the plug-in, the desk tools, and gpon-twin
+packages: program ## Builds Debian packages: the plug-in, the desk tools, and gpon-twin with gpon-shell
 	@cmake/install-deps.sh twin packages
 	cmake --preset $(PRESET) -DGPON_TWIN=ON
-	cmake --build --preset $(PRESET) --parallel $(JOBS) --target gpon-validate gpon-twin
+	cmake --build --preset $(PRESET) --parallel $(JOBS) --target gpon-validate gpon-twin gpon-shell
 	cd $(build_dir) && rm -rf packages && cpack
 	@ls -l $(build_dir)/packages/*.deb
 

@@ -7,7 +7,8 @@ declare -A groups=(
         libssl-dev libexpat1-dev libpugixml-dev libarchive-dev"
     [tests]="libgtest-dev libgmock-dev libbenchmark-dev python3 python3-jsonschema
         libxml2-utils xsltproc zstd"
-    [twin]="libnetconf2-dev libssh-dev libsqlite3-dev libsqlitecpp-dev libyuma-base python3-ncclient openssh-client"
+    [twin]="libnetconf2-dev libssh-dev libsqlite3-dev libsqlitecpp-dev libyuma-base libedit-dev python3-ncclient
+        python3-pexpect openssh-client"
     [test-ansible]="ansible python3-ncclient"
     [powerpc]="g++-powerpc-linux-gnu qemu-user dpkg-dev perl googletest"
     [packages]="dpkg-dev file"

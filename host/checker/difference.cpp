@@ -36,7 +36,7 @@ Nodes entries_from(const lyd_node *first)
 
 /** @param entries  Of a leaf-list, if they are not those in the tree. */
 std::vector<std::string> values_of(const SchemaNode &schema, const lyd_node *node,
-                                   const Nodes &entries = {})
+                                   const Nodes &entries = {}, bool shows_secrets = false)
 {
     std::vector<std::string> values;
     const bool has_value = schema.is_leaf_list() || (schema.is_leaf() && !schema.is_empty_leaf());
@@ -45,17 +45,18 @@ std::vector<std::string> values_of(const SchemaNode &schema, const lyd_node *nod
                            : entries.empty()      ? entries_from(node)
                                                   : entries;
         for (const auto *one : nodes) {
-            values.emplace_back(engine::is_secret(schema) ? engine::kMaskedValue
-                                                          : lyd_get_value(one));
+            const bool is_masked = engine::is_secret(schema) && !shows_secrets;
+            values.emplace_back(is_masked ? engine::kMaskedValue : lyd_get_value(one));
         }
     }
     return values;
 }
 
-Difference whole(const lyd_node *node, Kind kind, const Nodes &entries = {});
+Difference whole(const lyd_node *node, Kind kind, bool shows_secrets = false,
+                 const Nodes &entries = {});
 
 /** All below a node that came or went with it. */
-std::vector<Difference> all_below(const lyd_node *node, Kind kind)
+std::vector<Difference> all_below(const lyd_node *node, Kind kind, bool shows_secrets)
 {
     std::vector<Difference> below;
     const SchemaNode *last = nullptr;
@@ -64,13 +65,13 @@ std::vector<Difference> all_below(const lyd_node *node, Kind kind)
         const bool is_told = schema.is_leaf_list() && &schema == last;
         last = &schema;
         if (!is_told && !is_supplied(child)) {
-            below.push_back(whole(child, kind));
+            below.push_back(whole(child, kind, shows_secrets));
         }
     }
     return below;
 }
 
-Difference whole(const lyd_node *node, Kind kind, const Nodes &entries)
+Difference whole(const lyd_node *node, Kind kind, bool shows_secrets, const Nodes &entries)
 {
     const SchemaNode &schema = *Schema::of(node);
     Difference difference;
@@ -79,8 +80,8 @@ Difference whole(const lyd_node *node, Kind kind, const Nodes &entries)
     difference.is_secret = engine::is_secret(schema);
     difference.is_leaf_list = schema.is_leaf_list();
     (kind == Kind::kCreated ? difference.after : difference.before) =
-        values_of(schema, node, entries);
-    difference.below = all_below(node, kind);
+        values_of(schema, node, entries, shows_secrets);
+    difference.below = all_below(node, kind, shows_secrets);
     return difference;
 }
 
@@ -98,7 +99,7 @@ Difference difference_of(const Change &change)
         return whole(change.after, Kind::kCreated);
     }
     if (change.kind == ChangeKind::kDeleted) {
-        return whole(change.before, Kind::kDeleted, change.entries_before);
+        return whole(change.before, Kind::kDeleted, false, change.entries_before);
     }
     Difference difference;
     difference.step = step_of(change.node()); // A plain container may be on one side only.
@@ -158,6 +159,11 @@ std::vector<Difference> differences_of(const std::vector<Change> &changes)
         }
     }
     return differences;
+}
+
+Difference contents_of(const lyd_node *node, bool shows_secrets)
+{
+    return whole(node, Kind::kInside, shows_secrets);
 }
 
 DifferenceCounts count(const std::vector<Difference> &differences)

@@ -35,6 +35,10 @@ struct Difference {
  */
 std::vector<Difference> differences_of(const std::vector<engine::Change> &changes);
 
+/** What a node holds, told as a difference that is none; without values that YANG supplies.
+ *  @param shows_secrets  They are not masked. */
+Difference contents_of(const lyd_node *node, bool shows_secrets);
+
 /** How many subtrees were created, deleted, changed and moved. */
 struct DifferenceCounts {
     std::size_t created = 0;

@@ -159,6 +159,11 @@ void print_differences(std::ostream &out, const Differences &differences, const 
     out << ".\n";
 }
 
+void print_contents(std::ostream &out, const Differences &contents, const Style &style)
+{
+    print(out, contents, 0, style);
+}
+
 Json json_differences(const Differences &differences)
 {
     Json array = Json::array();

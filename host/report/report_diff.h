@@ -21,6 +21,9 @@ namespace host
 void print_differences(std::ostream &out, const std::vector<Difference> &differences,
                        const Style &style);
 
+/** The same tree without marks, for what contents_of tells. */
+void print_contents(std::ostream &out, const std::vector<Difference> &contents, const Style &style);
+
 /** One element for each node that was created, deleted, changed or moved, with its path. */
 nlohmann::ordered_json json_differences(const std::vector<Difference> &differences);
 

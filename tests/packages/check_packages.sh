@@ -42,7 +42,7 @@ echo "gitdir: $(git rev-parse --absolute-git-dir)" > "$sources/.git"
 cd "$sources"
 {
     cmake --preset "$preset" -DGPON_TESTS=OFF -DGPON_BENCH=OFF -DGPON_TWIN=ON
-    cmake --build --preset "$preset" --target gpon-validate gpon-twin
+    cmake --build --preset "$preset" --target gpon-validate gpon-twin gpon-shell
     cd "build/$preset"
     cpack
 } > "$scratch/log" 2>&1 || { tail -20 "$scratch/log" >&2; fail "building again failed: see above"; }

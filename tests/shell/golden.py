@@ -1,0 +1,89 @@
+#!/usr/bin/python3
+"""All golden cases of rules as commands: the shell's verdicts, texts and paths are gpon-validate's.
+
+The commands are those that the shell itself tells for the difference; typed into another shell, they must lead to the
+same difference. (A value written out where YANG supplies the same is none.)
+
+usage: golden.py EXAMPLES GPON_VALIDATE GPON_SHELL
+"""
+import json
+import os
+import re
+import subprocess
+import sys
+from concurrent.futures import ThreadPoolExecutor
+
+
+def inherited(case, name):
+    for folder in (case, os.path.dirname(case)):
+        if os.path.exists(os.path.join(folder, name)):
+            return os.path.join(folder, name)
+    return None
+
+
+def cases_of(examples):
+    for rule in sorted(os.listdir(examples)):
+        if rule.endswith(("_check", "_warning", "_warn", "_validation")):
+            for name in sorted(os.listdir(os.path.join(examples, rule))):
+                case = os.path.join(examples, rule, name)
+                change = next((os.path.join(case, file) for file in ("change.xml", "candidate.xml")
+                               if os.path.exists(os.path.join(case, file))), None)
+                if change and inherited(case, "running.xml"):
+                    yield change, inherited(case, "running.xml"), inherited(case, "card.json")
+
+
+def run(words, text=""):
+    return subprocess.run(words, input=text, capture_output=True, text=True, check=False)
+
+
+def told_offline(program, options, change):
+    words = [program, "check", "--all=full", "--json", *options]
+    report = json.loads(run(words + ([change] if change.endswith("candidate.xml") else ["--edit", change])).stdout)
+    remarks = [("rejected", one["text"].strip().split("\n")[0], one["path"], one["rule"]) for one in report["rejections"]]
+    remarks += [("warning", one["text"].strip().split("\n")[0], one["path"], one["rule"]) for one in report["warnings"]]
+    return report["result"], sorted(remarks)
+
+
+def told_by_shell(text):
+    """Remarks of the printed report: a text, and below it its places."""
+    remarks, last = [], None
+    for line in text.splitlines():
+        if match := re.match(r"(rejected|warning): (.*?)(?: \(\d+ times\))?$", line):
+            last = match.groups()
+        elif match := re.match(r"  (/.*) \((\w+)\)$", line):
+            remarks.append((*last, *match.groups()))
+    return sorted(remarks)
+
+
+def check(programs, case):
+    change, running, card = case
+    options = ["--running", running] + (["--card", card] if card else [])
+    result, remarks = told_offline(programs[0], options, change)
+    shell = [programs[1], *options]
+    how = "replace" if change.endswith("candidate.xml") else "merge"
+    loaded = run(shell, f"load {how} {change}\nshow | compare | commands | secrets\n")
+    if result == "not-checked":
+        return None if loaded.returncode == 3 or run(shell, f"load {how} {change}\nvalidate\n").returncode == 3 else \
+            f"{change}: should be refused: {loaded}"
+    commands = loaded.stdout
+    typed = run(shell, commands + "show | compare | json\nvalidate\n")
+    whole = run(shell, f"load {how} {change}\nshow | compare | json\nvalidate\n")
+    codes = {"accepted": 0, "rejected": 1, "not-confirmed": 2, "plug-in-died": 4}
+    if whole.stdout != typed.stdout:
+        return f"{change}: the commands make something else\n{commands}{typed.stderr}{whole.stdout}\n{typed.stdout}"
+    if typed.returncode != codes[result] or told_by_shell(typed.stdout) != remarks:
+        return f"{change}: {result}, {remarks}\n{commands}{typed.stdout}{typed.stderr}"
+    return None
+
+
+def main():
+    examples, *programs = sys.argv[1:]
+    cases = list(cases_of(examples))
+    with ThreadPoolExecutor(2) as pool:
+        wrong = [text for text in pool.map(lambda case: check(programs, case), cases) if text]
+    print(f"{len(cases)} cases, {len(wrong)} different")
+    print("\n".join(wrong))
+    return 1 if wrong or len(cases) < 200 else 0
+
+
+sys.exit(main())
