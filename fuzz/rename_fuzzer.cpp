@@ -8,10 +8,10 @@
 #include "byte_reader.h"
 #include "checker/checker.h"
 #include "checker/plugin.h"
+#include "engine/data/source_file.h"
 #include "finding.h"
 #include "support/golden_case.h"
 #include "zlog_host.h"
-#include "engine/data/source_file.h"
 
 #include <algorithm>
 #include <array>

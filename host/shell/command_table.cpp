@@ -3,6 +3,7 @@
 #include "engine/data/closest_name.h"
 #include "shell/commands.h"
 
+#include <ostream>
 #include <string_view>
 
 namespace host::shell
@@ -152,6 +153,27 @@ const Command &find_command(const std::string &word)
         throw CommandError(word + " is no command", hint.empty() ? "`help` lists them" : hint);
     }
     return *found;
+}
+
+Result run_help(Shell &shell, const CommandLine &line)
+{
+    if (line.words.size() > 2) {
+        throw WrongWords{false};
+    }
+    std::ostream &out = shell.io.out;
+    if (line.words.size() > 1) {
+        const Command &command = find_command(line.words[1]);
+        out << command.name << ' ' << command.usage << "\n  " << command.summary << ".\n";
+        if (*command.text != '\0') {
+            out << command.text << '\n';
+        }
+        return Result::kAccepted;
+    }
+    for (const auto &command : commands()) {
+        out << "  " << command.name << std::string(10 - std::string_view(command.name).size(), ' ')
+            << command.summary << '\n';
+    }
+    return Result::kAccepted;
 }
 
 } // namespace host::shell

@@ -5,7 +5,6 @@
 #include "engine/data/source_file.h"
 #include "report/printable.h"
 #include "report/report_text.h"
-#include "shell/command_table.h"
 #include "shell/edit_text.h"
 #include "shell/show.h"
 #include "twin/masking.h"
@@ -31,10 +30,7 @@ void require_words(const CommandLine &line, std::size_t least, std::size_t most)
 {
     const std::size_t count = line.words.size() - 1;
     if (count < least || count > most) {
-        const Command &command = find_command(line.words.front());
-        throw CommandError(count < least ? std::string(command.name) + " needs more words"
-                                         : "too many words for " + std::string(command.name),
-                           std::string(command.name) + " " + command.usage);
+        throw WrongWords{count < least};
     }
 }
 
@@ -257,25 +253,6 @@ Result run_history(Shell &shell, const CommandLine &line)
     return Result::kAccepted;
 }
 
-Result run_help(Shell &shell, const CommandLine &line)
-{
-    require_words(line, 0, 1);
-    std::ostream &out = shell.io.out;
-    if (line.words.size() > 1) {
-        const Command &command = find_command(line.words[1]);
-        out << command.name << ' ' << command.usage << "\n  " << command.summary << ".\n";
-        if (*command.text != '\0') {
-            out << command.text << '\n';
-        }
-        return Result::kAccepted;
-    }
-    for (const auto &command : commands()) {
-        out << "  " << command.name << std::string(10 - std::string_view(command.name).size(), ' ')
-            << command.summary << '\n';
-    }
-    return Result::kAccepted;
-}
-
 Result run_exit(Shell &shell, const CommandLine &line)
 {
     require_words(line, 0, 0);
@@ -283,51 +260,6 @@ Result run_exit(Shell &shell, const CommandLine &line)
     shell.has_ended = unsaved.empty() || !shell.io.ask ||
                       shell.io.ask(unsaved + " Leave all the same? [yes,no] ") == true;
     return Result::kAccepted;
-}
-
-Result run_line(Shell &shell, const std::string &text)
-{
-    const CommandLine line = read_line(text);
-    if (line.is_quoted) {
-        throw CommandError("a quote has no end");
-    }
-    if (line.words.empty()) {
-        if (!line.filters.empty()) {
-            throw CommandError("a command stands in front of |");
-        }
-        return Result::kAccepted;
-    }
-    const Command &command = find_command(line.words.front());
-    if (!line.filters.empty() && command.argument != Argument::kShow) {
-        throw CommandError("only show takes a |", "put quotes around a value that holds one");
-    }
-    const auto news = shell.session.news();
-    if (!news.empty()) {
-        shell.io.out << news << '\n';
-    }
-    return command.run(shell, line);
-}
-
-void print_failure(std::ostream &err, const std::exception &failure, const std::string &place,
-                   const Style &style)
-{
-    const auto *input = dynamic_cast<const engine::InputError *>(&failure);
-    if (input != nullptr) {
-        for (auto problem : input->problems()) {
-            if (problem.source.empty()) { // A command has no lines.
-                problem.line = 0;
-                problem.column = 0;
-            }
-            err << place;
-            print_problems(err, {problem}, style);
-        }
-        return;
-    }
-    const auto *command = dynamic_cast<const CommandError *>(&failure);
-    err << place << printable(failure.what()) << '\n';
-    if (command != nullptr && !command->hint().empty()) {
-        err << "  " << printable(command->hint()) << '\n';
-    }
 }
 
 } // namespace host::shell

@@ -9,6 +9,12 @@
 namespace host::shell
 {
 
+/** The command takes more words than the line has, or fewer. */
+struct WrongWords {
+    bool are_too_few = false;
+};
+
+/** As Command::run. @throws WrongWords, CommandError */
 Result run_set(Shell &shell, const CommandLine &line);
 Result run_delete(Shell &shell, const CommandLine &line);
 Result run_move(Shell &shell, const CommandLine &line);

@@ -4,7 +4,6 @@
 #include "report/printable.h"
 #include "shell/command_table.h"
 #include "shell/show.h"
-#include "shell/value_words.h"
 
 #include <algorithm>
 #include <filesystem>

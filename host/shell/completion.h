@@ -6,6 +6,7 @@
 
 #include "shell/path_words.h"
 #include "shell/session.h"
+#include "shell/value_words.h"
 
 #include <cstddef>
 #include <string>
@@ -14,12 +15,6 @@
 
 namespace host::shell
 {
-
-/** A word that may stand there. */
-struct Candidate {
-    std::string text; /**< As it is typed, quotes included. */
-    std::string help;
-};
 
 struct Completion {
     std::size_t begin = 0; /**< Where the word that is being typed begins in the line. */

@@ -4,10 +4,19 @@
  */
 #pragma once
 
-#include "shell/completion.h"
+#include "shell/path_words.h"
+
+#include <string>
+#include <vector>
 
 namespace host::shell
 {
+
+/** A word that may stand at the end of a line. */
+struct Candidate {
+    std::string text; /**< As it is typed, quotes included. */
+    std::string help;
+};
 
 /** Enumerations, truth values and what a leafref refers to. @param steps  The path to the leaf, or
  *  to the list whose key it is. */

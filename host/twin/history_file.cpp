@@ -57,10 +57,10 @@ void make_private(const std::string &name)
 
 } // namespace
 
-HistoryFile::HistoryFile(const fs::path &folder, History::Access access)
+HistoryFile::HistoryFile(const fs::path &folder, HistoryAccess access)
     : m_name((folder / kFileName).string())
 {
-    const bool serves = access == History::Access::kServe;
+    const bool serves = access == HistoryAccess::kServe;
     if (serves) {
         std::error_code error;
         fs::create_directories(folder, error);

@@ -4,9 +4,13 @@
  */
 #pragma once
 
-#include "twin/history.h"
+#include "twin/commit_record.h"
 
 #include <SQLiteCpp/SQLiteCpp.h>
+
+#include <filesystem>
+#include <memory>
+#include <string>
 
 namespace host::twin
 {
@@ -16,7 +20,7 @@ class HistoryFile
 {
 public:
     /** @throws HistoryError  As History::open. */
-    HistoryFile(const std::filesystem::path &folder, History::Access access);
+    HistoryFile(const std::filesystem::path &folder, HistoryAccess access);
     /** In memory. */
     HistoryFile();
     ~HistoryFile();

@@ -4,7 +4,7 @@
  */
 #pragma once
 
-#include "twin/history.h"
+#include "twin/commit_record.h"
 
 #include <SQLiteCpp/SQLiteCpp.h>
 

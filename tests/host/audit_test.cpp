@@ -1,8 +1,8 @@
 #include "audit/audit.h"
 
 #include "checker/checker.h"
-#include "support/golden_case.h"
 #include "engine/data/source_file.h"
+#include "support/golden_case.h"
 
 #include <gmock/gmock.h>
 

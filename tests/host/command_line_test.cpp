@@ -10,7 +10,8 @@ using CommandLine = ProgramTest;
 TEST_F(CommandLine, IsRefusedWithExitCode3)
 {
     const std::pair<std::vector<std::string>, const char *> refusals[] = {
-        {{}, "A command: check, headroom, diff, fleet, audit, points, generate or replay is required"},
+        {{},
+         "A command: check, headroom, diff, fleet, audit, points, generate or replay is required"},
         {{"chekc"}, "chekc is no command\ndid you mean check?"},
         {{"check", "--runing", "a", "--edit", "b"}, "did you mean --running?"},
         {{"check", "--quite-another", "a"}, "is no option of gpon-validate check\nSee "},

@@ -2,9 +2,9 @@
 #pragma once
 
 #include "engine/data/defaults.h"
+#include "engine/data/source_file.h"
 #include "engine/data/yang_check.h"
 #include "engine/edit/edit.h"
-#include "engine/data/source_file.h"
 
 #include <fm_host.h>
 

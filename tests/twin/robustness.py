@@ -95,8 +95,9 @@ def check_vanishing_clients(program):
             if number % 4 == 1:
                 client.socket.sendall(b"\n#1000\n<rpc")
             elif number % 4 == 2:
-                client.send(rpc("<lock><target><candidate/></target></lock>"))
-                client.edit(edit_of("left"))
+                # What an edit changes without the lock stays when its client goes.
+                if OK in client.rpc("<lock><target><candidate/></target></lock>"):
+                    client.edit(edit_of("left"))
             elif number % 4 == 3:
                 for _ in range(20):
                     client.send(rpc("<get/>"))

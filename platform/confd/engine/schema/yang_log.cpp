@@ -9,7 +9,8 @@ namespace engine
 namespace
 {
 
-/** In this thread, since the last look; libyang logs such a failure, but neither stores nor always returns it. */
+/** In this thread, since the last look; libyang logs such a failure, but neither stores nor always
+ * returns it. */
 thread_local bool memory_was_lacking = false;
 
 void note_message(LY_LOG_LEVEL /*level*/, const char *message, const char * /*path*/)
