@@ -237,6 +237,13 @@ Result run_explain(Shell &shell, const CommandLine &line)
     return Result::kAccepted;
 }
 
+Result run_headroom(Shell &shell, const CommandLine &line)
+{
+    require_words(line, 0, 0);
+    shell.io.out << shell.session.headroom(shell.io.width ? shell.io.width() : 0);
+    return Result::kAccepted;
+}
+
 Result run_history(Shell &shell, const CommandLine &line)
 {
     require_words(line, 0, 0);

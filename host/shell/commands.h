@@ -28,6 +28,7 @@ Result run_rollback(Shell &shell, const CommandLine &line);
 Result run_load(Shell &shell, const CommandLine &line);
 Result run_save(Shell &shell, const CommandLine &line);
 Result run_explain(Shell &shell, const CommandLine &line);
+Result run_headroom(Shell &shell, const CommandLine &line);
 Result run_history(Shell &shell, const CommandLine &line);
 Result run_help(Shell &shell, const CommandLine &line);
 Result run_exit(Shell &shell, const CommandLine &line);

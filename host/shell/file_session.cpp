@@ -3,6 +3,7 @@
 #include "checker/model_schema.h"
 #include "engine/data/defaults.h"
 #include "engine/data/yang_check.h"
+#include "headroom/headroom_text.h"
 #include "report/report_explain.h"
 #include "report/report_text.h"
 
@@ -45,6 +46,13 @@ public:
 private:
     const Interrupt &m_interrupt;
 };
+
+Change change_of(const twin::Datastores::Plan &plan)
+{
+    const bool has_change = !plan.edit.text.empty();
+    return {has_change ? ChangeForm::kEdit : ChangeForm::kNone,
+            {has_change ? kCandidate : "", plan.edit.text}};
+}
 
 /** Places in an edit that was made of the candidate say nothing. */
 void forget_places(Outcome &outcome)
@@ -117,10 +125,7 @@ void FileSession::replace(const engine::Source &configuration)
 Outcome FileSession::check(const twin::Datastores::Plan &plan, bool confirms_warnings)
 {
     Watcher watcher(m_interrupt);
-    const bool has_change = !plan.edit.text.empty();
-    Outcome outcome = m_checker->check({has_change ? ChangeForm::kEdit : ChangeForm::kNone,
-                                        {has_change ? kCandidate : "", plan.edit.text}},
-                                       m_policy, watcher);
+    Outcome outcome = m_checker->check(change_of(plan), m_policy, watcher);
     if (m_interrupt) {
         throw SessionError("interrupted: nothing was committed");
     }
@@ -181,6 +186,18 @@ std::string FileSession::explain() const
     if (m_last) {
         print_explanation(text, *m_last, {true, false});
     }
+    return text.str();
+}
+
+std::string FileSession::headroom(std::size_t width)
+{
+    Watcher watcher(m_interrupt);
+    const Survey told = survey(*m_checker, change_of(m_data.plan_commit()), m_policy, watcher);
+    if (told.lacks_change()) {
+        return verdict_of(told.outcome).findings;
+    }
+    std::ostringstream text;
+    print_survey(text, told, m_setup.style, {width});
     return text.str();
 }
 

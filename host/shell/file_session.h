@@ -43,6 +43,7 @@ public:
     void discard() override { m_data.discard(); }
     Verdict commit(const CommitRequest &request) override;
     std::string explain() const override;
+    std::string headroom(std::size_t width) override;
     std::vector<CommitEntry> history() override { return m_commits.entries(); }
     void roll_back(std::size_t commits) override;
     std::string news() override;

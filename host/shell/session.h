@@ -75,6 +75,11 @@ public:
     virtual Verdict commit(const CommitRequest &request) = 0;
     /** How the last verdict came about; empty: there was none. */
     virtual std::string explain() const = 0;
+    /** How full the card is, and what the rules say of the candidate. @param width  0: any. */
+    virtual std::string headroom(std::size_t /*width*/)
+    {
+        throw SessionError("a server tells no headroom: `gpon-validate headroom` reads a file");
+    }
     /** The commits that rollback knows, the newest first. */
     virtual std::vector<CommitEntry> history() = 0;
     /** Makes the candidate what was running before the last commits. */

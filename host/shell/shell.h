@@ -9,6 +9,7 @@
 #include "shell/path_words.h"
 #include "shell/session.h"
 
+#include <cstddef>
 #include <functional>
 #include <iosfwd>
 #include <optional>
@@ -25,6 +26,8 @@ struct ShellIo {
     /** A question that is answered with yes or no; nothing: no answer came. Empty: nobody is there.
      */
     std::function<std::optional<bool>(const std::string &question)> ask{};
+    /** Columns of the window; empty: there is none. */
+    std::function<std::size_t()> width{};
     /** The answer to warnings, given beforehand. */
     std::optional<bool> answer{};
 };

@@ -78,6 +78,7 @@ Terminal::Terminal(Shell &shell, const TerminalOptions &options, std::atomic<boo
     : m_shell(shell), m_interrupt(interrupt), m_file(options.history),
       m_edit(el_init("gpon-shell", stdin, stdout, stderr)), m_history(history_init())
 {
+    m_shell.io.width = terminal_width;
     if (m_edit == nullptr || m_history == nullptr) {
         throw SessionError("the terminal cannot be used");
     }

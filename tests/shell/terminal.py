@@ -45,7 +45,7 @@ def completion(program, folder, full_card):
     card = os.path.join(full_card, "card.json")
     screen = Screen(program, folder, os.path.join(full_card, "running.xml"), "--card", card)
     screen.type("?", "set +Set a value", "exit +Leave")
-    screen.type("he" + TAB, "lp ")
+    screen.type("hel" + TAB, "p ")
     screen.type("se" + TAB + ENTER, "t ", "Set a value")
     screen.type("se" + TAB + "inter" + TAB + "g" + TAB, "face ", "gpon ")
     screen.type("?", "Always 1")
