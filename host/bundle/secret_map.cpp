@@ -131,7 +131,7 @@ std::string SecretMap::made_up(const std::string &folded)
     for (std::size_t at = 0; at < text.size(); ++at) {
         const std::size_t choices = choices_at(text, at);
         if (choices > 1) {
-            shift(text, at, 1 + m_random() % (choices - 1)); // Another one at each place.
+            shift(text, at, 1 + random_below(choices - 1)); // Another one at each place.
         }
     }
     const std::string first = text;
@@ -169,7 +169,7 @@ std::string SecretMap::unreadable(std::string stored)
     for (std::size_t at = kStoredMark.size(); at + kGroup < stored.size(); ++at) {
         const auto kind = kind_of(stored[at]);
         if (kind == kLower || kind == kDigits) {
-            shift(stored, at, m_random() % kind.size());
+            shift(stored, at, random_below(kind.size()));
         }
     }
     return stored;

@@ -44,6 +44,10 @@ private:
     std::string unreadable(std::string stored);
     std::string made_up(const std::string &folded);
     bool is_free(const std::string &folded) const;
+    std::size_t random_below(std::size_t limit)
+    {
+        return static_cast<std::size_t>(m_random() % limit);
+    }
 
     std::set<std::string> m_secrets;
     std::set<std::string> m_folded;               /**< The same, in lower case. */
