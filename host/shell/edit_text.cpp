@@ -1,5 +1,7 @@
 #include "shell/edit_text.h"
 
+#include "engine/data/xml_parts.h"
+
 #include <algorithm>
 #include <string_view>
 
@@ -12,27 +14,11 @@ using engine::SchemaNode;
 
 constexpr const char *kDelete = "delete";
 
+/** As text or in an attribute. */
 std::string escaped(std::string_view text)
 {
     std::string out;
-    for (const char c : text) {
-        switch (c) {
-        case '&':
-            out += "&amp;";
-            break;
-        case '<':
-            out += "&lt;";
-            break;
-        case '"':
-            out += "&quot;";
-            break;
-        case '\r':
-            out += "&#13;";
-            break;
-        default:
-            out += c;
-        }
-    }
+    engine::write_escaped(out, text, engine::Where::kAttribute);
     return out;
 }
 
