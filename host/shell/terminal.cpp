@@ -85,9 +85,10 @@ Terminal::Terminal(Shell &shell, const TerminalOptions &options, std::atomic<boo
     el_set(m_edit, EL_CLIENTDATA, this);
     el_set(m_edit, EL_PROMPT, prompt_of);
     el_set(m_edit, EL_EDITOR, "emacs");
-    el_set(m_edit, EL_ADDFN, "gpon-complete", "Complete the word", complete_word);
-    el_set(m_edit, EL_ADDFN, "gpon-help", "Show what may follow", show_help);
-    el_set(m_edit, EL_ADDFN, "gpon-drop", "Drop the line", drop_line);
+    // The narrow call would copy both texts and never free them.
+    el_wset(m_edit, EL_ADDFN, L"gpon-complete", L"Complete the word", complete_word);
+    el_wset(m_edit, EL_ADDFN, L"gpon-help", L"Show what may follow", show_help);
+    el_wset(m_edit, EL_ADDFN, L"gpon-drop", L"Drop the line", drop_line);
     // A key like others as long as a line is typed: a signal may come while nobody waits for one.
     el_set(m_edit, EL_SETTY, "-d", "-isig", nullptr);
     el_set(m_edit, EL_BIND, "^C", "gpon-drop", nullptr);
