@@ -53,6 +53,19 @@ void require_writable_running(const Call &call)
 
 /** A client that says test-only, or test-then-set, wants the rules to be asked now. That nobody
  *  says anything means an edit of names, types and operations that is tested as such. */
+bool continues_on_error(const Call &call)
+{
+    return call.text("error-option") == "continue-on-error";
+}
+
+/** What did not fit of an edit that was to go on. */
+void require_none(std::vector<engine::Problem> misfits)
+{
+    if (!misfits.empty()) {
+        throw engine::InputError(std::move(misfits));
+    }
+}
+
 void edit_candidate(const Call &call, const engine::Source &edit)
 {
     const std::string test = call.text("test-option").value_or("set");
@@ -62,9 +75,50 @@ void edit_candidate(const Call &call, const engine::Source &edit)
                           {"edit-config", call.device.data().plan_trial(edit).edit.text}};
         });
     }
-    if (test != "test-only") {
+    if (test == "test-only") {
+        return;
+    }
+    if (continues_on_error(call)) {
+        require_none(call.device.data().edit_candidate_where_possible(edit));
+    } else {
         call.device.data().edit_candidate(edit);
     }
+}
+
+void edit_running(const Call &call, const engine::Source &edit)
+{
+    auto &data = call.device.data();
+    const bool confirms = call.has("confirm-warnings");
+    if (call.text("test-option") == "test-only") {
+        call.device.check(*call.session, confirms, [&] {
+            return Change{ChangeForm::kEdit, {"edit-config", data.plan_edit(edit).edit.text}};
+        });
+        return;
+    }
+    std::vector<engine::Problem> misfits;
+    call.device.change_running({*call.session, CommitKind::kEdit, {}, confirms}, [&] {
+        return continues_on_error(call) ? data.plan_edit_where_possible(edit, misfits)
+                                        : data.plan_edit(edit);
+    });
+    require_none(std::move(misfits));
+}
+
+/** Whether somebody has set a node, to its default or anything else. */
+bool is_set(const Call &call, DatastoreName datastore, const std::string &path)
+{
+    bool found = false;
+    const auto look = [&](const engine::Datastore &tree) {
+        lyd_node *node = nullptr;
+        found = tree.root() != nullptr &&
+                lyd_find_path(tree.root(), path.c_str(), 0, &node) == LY_SUCCESS &&
+                (node->flags & LYD_DEFAULT) == 0;
+    };
+    if (datastore == DatastoreName::kRunning) {
+        call.device.data().read_running(look);
+    } else {
+        call.device.data().read_candidate(look);
+    }
+    return found;
 }
 
 void copy_to_startup(const Call &call, const Place &source)
@@ -95,25 +149,21 @@ Reply edit_config(const Call &call)
     const auto target = place_of(call, "target");
     const auto *config = call.child("config");
     if (config == nullptr) {
-        throw not_supported("An edit stands in <config>.");
+        throw missing_element("config");
     }
     require_unlocked(call, target.datastore.value());
-    engine::Source edit = config_of(config);
+    const std::string operation = call.text("default-operation").value_or("merge");
+    engine::Source edit =
+        config_of(config, EditOfDefaults{operation, [&](const std::string &path) {
+                                             return is_set(call, *target.datastore, path);
+                                         }});
     require_unmasked(call, edit);
-    edit.reading.default_operation = call.text("default-operation").value_or("merge");
+    edit.reading.default_operation = operation;
     if (target.datastore == DatastoreName::kCandidate) {
         edit_candidate(call, edit);
-        return {};
-    }
-    require_writable_running(call);
-    const auto plan = [&] { return call.device.data().plan_edit(edit); };
-    const bool confirms = call.has("confirm-warnings");
-    if (call.text("test-option") == "test-only") {
-        call.device.check(*call.session, confirms, [&] {
-            return Change{ChangeForm::kEdit, {"edit-config", plan().edit.text}};
-        });
     } else {
-        call.device.change_running({*call.session, CommitKind::kEdit, {}, confirms}, plan);
+        require_writable_running(call);
+        edit_running(call, edit);
     }
     return {};
 }

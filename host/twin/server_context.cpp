@@ -99,9 +99,10 @@ ServerContext make_server_context(bool writable_running)
         features.push_back("writable-running");
     }
     load(made, "ietf-netconf", features);
-    for (const char *name : {"ietf-netconf-monitoring", "ietf-netconf-with-defaults",
-                             "notifications", "nc-notifications", "ietf-netconf-notifications",
-                             "gpon-twin-confirm", "gpon-twin-history", "gpon-twin-reject"}) {
+    for (const char *name :
+         {"ietf-netconf-monitoring", "ietf-netconf-with-defaults", "notifications",
+          "nc-notifications", "ietf-netconf-notifications", "gpon-twin-confirm",
+          "gpon-twin-history", "gpon-twin-reject", "gpon-twin-default"}) {
         load(made, name);
     }
     load(made, std::string(model::kMainModule));
