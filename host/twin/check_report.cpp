@@ -5,6 +5,7 @@
 #include "rules/rules.h"
 
 #include <algorithm>
+#include <map>
 
 namespace host::twin
 {
@@ -40,6 +41,77 @@ std::string tag_of(const std::string &identifier)
     return "operation-failed";
 }
 
+/** RFC 7950, section 15, has names of its own for some. */
+std::string app_tag_of(const std::string &identifier)
+{
+    static const std::map<std::string, std::string> kStandard{
+        {"not-unique", "data-not-unique"},
+        {"too-many", "too-many-elements"},
+        {"constraint", "must-violation"},
+        {"dangling-reference", "instance-required"}};
+    const auto found = kStandard.find(identifier);
+    return found != kStandard.end() ? found->second : identifier;
+}
+
+/** The last name of a path in brace notation. */
+std::string last_name(const std::string &path)
+{
+    std::string name;
+    bool is_key = false;
+    bool is_quoted = false;
+    for (std::size_t i = 0; i < path.size(); ++i) {
+        if (is_key) {
+            if (path[i] == '\\') {
+                ++i; // What is escaped ends nothing.
+                continue;
+            }
+            is_quoted = is_quoted != (path[i] == '"');
+            is_key = is_quoted || path[i] != '}';
+        } else if (path[i] == '/') {
+            name.clear();
+        } else if (path[i] == '{') {
+            is_key = true;
+        } else {
+            name += path[i];
+        }
+    }
+    return name;
+}
+
+/** What is missing, which stands in quotes in all such texts. */
+std::string first_quoted(const std::string &text)
+{
+    const auto begin = text.find('"') + 1;
+    return begin != 0 ? text.substr(begin, text.find('"', begin) - begin) : "";
+}
+
+std::string attribute_of(const std::string &text)
+{
+    if (text.rfind("Unknown attribute ", 0) == 0) {
+        return text.substr(text.find_last_of(" :") + 1);
+    }
+    for (const char *name : {"key", "value"}) {
+        if (text.find(std::string("yang:") + name) != std::string::npos) {
+            return name;
+        }
+    }
+    return text.find("insert") != std::string::npos ? "insert" : "operation";
+}
+
+/** What RFC 6241, appendix A, demands of the error-info of some tags. */
+void add_culprits(Remark &remark, const Finding &finding)
+{
+    if (remark.tag == "bad-attribute" || remark.tag == "unknown-attribute") {
+        remark.bad_attribute = attribute_of(finding.text);
+    }
+    if (remark.tag == "missing-element") {
+        remark.bad_element = first_quoted(finding.text);
+    } else if (!remark.bad_attribute.empty() || remark.tag == "bad-element" ||
+               remark.tag == "unknown-element") {
+        remark.bad_element = last_name(finding.path);
+    }
+}
+
 std::string page_of(const std::string &id)
 {
     return find_rule(id) != nullptr ? std::string(GPON_DOCS_URL) + "/rules/" + id + ".md" : "";
@@ -56,12 +128,13 @@ Remark remark_of(const engine::Schema &schema, const Finding &finding)
     Remark remark;
     remark.is_warning = finding.kind == Finding::Kind::kWarning;
     remark.tag = finding.kind == Finding::Kind::kProblem ? tag_of(finding.id) : "operation-failed";
-    remark.id = finding.id;
+    remark.id = finding.kind == Finding::Kind::kProblem ? app_tag_of(finding.id) : finding.id;
     remark.path = xpath_of(schema, finding.path);
     remark.text = trimmed(finding.text);
     remark.help = finding.help;
     remark.cause = cause_of(finding);
     remark.page = page_of(finding.id);
+    add_culprits(remark, finding);
     return remark;
 }
 
@@ -119,7 +192,8 @@ CheckReport report_of(const engine::Schema &schema, const Outcome &outcome)
     return report;
 }
 
-NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(Remark, is_warning, tag, id, path, text, help, cause, page)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(Remark, is_warning, tag, id, path, text, help, cause, page,
+                                   bad_attribute, bad_element)
 
 void to_json(json &json, const CheckReport &report)
 {

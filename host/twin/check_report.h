@@ -22,9 +22,11 @@ struct Remark {
     std::string id;          /**< Opaque key of a rule, or identifier of a fault. */
     std::string path;        /**< XPath; the prefix is the model's module name. May be empty. */
     std::string text;
-    std::string help;  /**< The way to resolve it; may be empty. */
-    std::string cause; /**< What changed, for a rule; may be empty. */
-    std::string page;  /**< Of the rule's documentation; may be empty. */
+    std::string help;            /**< The way to resolve it; may be empty. */
+    std::string cause;           /**< What changed, for a rule; may be empty. */
+    std::string page;            /**< Of the rule's documentation; may be empty. */
+    std::string bad_attribute{}; /**< Empty unless the tag demands it. */
+    std::string bad_element{};   /**< The same. */
 };
 
 struct CheckReport {

@@ -73,6 +73,18 @@ void Datastores::edit_candidate(const Source &edit)
     ++m_generation;
 }
 
+std::vector<engine::Problem> Datastores::edit_candidate_where_possible(const Source &edit)
+{
+    const std::lock_guard editing(m_edit);
+    const std::unique_lock<FairLock> lock(m_candidate_lock);
+    engine::UndoLog log(candidate());
+    auto misfits = engine::apply_what_fits(log, edit);
+    m_touched.add(log);
+    log.keep();
+    ++m_generation;
+    return misfits;
+}
+
 void Datastores::replace_candidate(const Source &configuration)
 {
     const std::lock_guard editing(m_edit);
@@ -118,6 +130,17 @@ Datastores::Plan Datastores::plan_edit(const Source &edit)
 {
     const std::lock_guard editing(m_edit);
     return {difference(m_running, engine::apply_edit(m_running, edit))};
+}
+
+Datastores::Plan Datastores::plan_edit_where_possible(const Source &edit,
+                                                      std::vector<engine::Problem> &misfits)
+{
+    const std::lock_guard editing(m_edit);
+    Datastore changed = m_running.copy();
+    engine::UndoLog log(changed);
+    misfits = engine::apply_what_fits(log, edit);
+    log.keep();
+    return {difference(m_running, changed)};
 }
 
 Datastores::Plan Datastores::plan_replacement(const Source &configuration)

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "engine/data/datastore.h"
+#include "engine/data/error.h"
 #include "twin/tree_change.h"
 
 #include <cstdint>
@@ -13,6 +14,7 @@
 #include <optional>
 #include <shared_mutex>
 #include <string>
+#include <vector>
 
 namespace host::twin
 {
@@ -60,6 +62,9 @@ public:
 
     /** Carries out an edit on the candidate: all of it or nothing. @throws engine::InputError */
     void edit_candidate(const engine::Source &edit);
+    /** Carries out what fits of it. @return What does not. @throws engine::InputError  It cannot
+     *  be read. */
+    std::vector<engine::Problem> edit_candidate_where_possible(const engine::Source &edit);
     /** Puts a whole configuration in the candidate's place. @throws engine::InputError */
     void replace_candidate(const engine::Source &configuration);
     /** Makes the candidate what is running. */
@@ -80,6 +85,9 @@ public:
     Plan plan_trial(const engine::Source &edit);
     /** What an edit of the running configuration amounts to. @throws engine::InputError */
     Plan plan_edit(const engine::Source &edit);
+    /** The same of what fits. @param misfits  Gets what does not. */
+    Plan plan_edit_where_possible(const engine::Source &edit,
+                                  std::vector<engine::Problem> &misfits);
     /** The same for a whole configuration. @throws engine::InputError */
     Plan plan_replacement(const engine::Source &configuration);
     Plan plan_replacement(const engine::Datastore &configuration);

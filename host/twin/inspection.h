@@ -16,7 +16,8 @@ namespace host::twin
 
 /** What a message is not: the error, and the request that it answers. */
 struct Rejection {
-    std::optional<std::string> message_id; /**< Nothing: it could not be read. */
+    bool is_rpc; /**< Else there is no request to answer. */
+    std::optional<std::string> message_id;
     RpcError error;
 };
 
@@ -24,9 +25,9 @@ struct Rejection {
 bool wants_chunks(const std::string &hello);
 
 /**
- * Looks at a message that should be an `rpc`: whether it is XML, what it asks for, and whether all
- * elements have a namespace. What the library takes for granted, or answers in a way that helps
- * nobody, is found here.
+ * Looks at a message that should be an `rpc`: whether it is XML, what it asks for, with which
+ * parameters, and whether all elements have a namespace. What the library takes for granted, or
+ * answers in a way that helps nobody, is found here.
  */
 std::optional<Rejection> inspect(const ly_ctx *context, const std::string &message);
 

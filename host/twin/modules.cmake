@@ -10,6 +10,7 @@ list(TRANSFORM modules PREPEND ${GPON_IETF_MODULES}/)
 list(APPEND modules
   ${CMAKE_CURRENT_SOURCE_DIR}/twin/yang/notifications.yang
   ${CMAKE_CURRENT_SOURCE_DIR}/twin/yang/gpon-twin-confirm.yang
+  ${CMAKE_CURRENT_SOURCE_DIR}/twin/yang/gpon-twin-default.yang
   ${CMAKE_CURRENT_SOURCE_DIR}/twin/yang/gpon-twin-history.yang
   ${CMAKE_CURRENT_SOURCE_DIR}/twin/yang/gpon-twin-reject.yang)
 set(server_texts ${CMAKE_CURRENT_BINARY_DIR}/server_yang_texts.cpp)

@@ -104,10 +104,11 @@ void Relay::pass_on(FramedMessage message)
     }
     auto rejection = inspect(m_context, message.text);
     if (message.is_too_big) {
-        rejection = {rejection ? rejection->message_id : std::nullopt,
+        rejection = {rejection && rejection->is_rpc,
+                     rejection ? rejection->message_id : std::nullopt,
                      {"too-big", "The message is longer than this server takes.", "rpc"}};
     }
-    if (rejection && !rejection->message_id && !m_is_chunked) {
+    if (rejection && !rejection->is_rpc && !m_is_chunked) {
         // The error malformed-message is new in base:1.1, and this client does not speak that.
         throw FramingError("a message that is no request");
     }

@@ -92,6 +92,12 @@ RpcError error_of(const Remark &remark)
     error.app_tag = remark.id;
     error.path = remark.path;
     for (const auto &[name, value] :
+         {std::pair{"bad-attribute", remark.bad_attribute}, {"bad-element", remark.bad_element}}) {
+        if (!value.empty()) {
+            error.info.emplace_back(name, value);
+        }
+    }
+    for (const auto &[name, value] :
          {std::pair{"cause", remark.cause}, {"resolution", remark.help}, {"page", remark.page}}) {
         if (!value.empty()) {
             error.details.emplace_back(name, value);

@@ -39,14 +39,12 @@ constexpr std::array<Operation, 16> kOperations{{{"get", get},
 /** The library leaves it to us whether parameters are there that the operation must have. */
 void require_parameters(const Call &call)
 {
-    const auto *parameter = lysc_node_child(call.rpc->schema);
+    const auto *parameter =
+        reinterpret_cast<const lysc_node_action *>(call.rpc->schema)->input.child;
     for (; parameter != nullptr; parameter = parameter->next) {
         if (parameter->nodetype == LYS_LEAF && (parameter->flags & LYS_MAND_TRUE) != 0 &&
             !call.has(parameter->name)) {
-            RpcError error{"missing-element", std::string("There is no ") + parameter->name + "."};
-            error.type = "protocol";
-            error.info.emplace_back("bad-element", parameter->name);
-            throw RpcFailure(std::move(error));
+            throw missing_element(parameter->name);
         }
     }
 }
@@ -92,14 +90,22 @@ std::optional<std::string> Call::text(const char *name) const
     return node != nullptr ? std::optional<std::string>(lyd_get_value(node)) : std::nullopt;
 }
 
-engine::Source config_of(const lyd_node *any)
+engine::Source config_of(const lyd_node *any, const std::optional<EditOfDefaults> &edit)
 {
     const auto *node = reinterpret_cast<const lyd_node_any *>(any);
     std::string text;
     if (node->value_type == LYD_ANYDATA_DATATREE) {
+        const lyd_node *content = node->value.tree;
+        Tree resolved;
+        if (has_default_tags(content)) {
+            lyd_node *copy = nullptr;
+            lyd_dup_siblings(content, nullptr, LYD_DUP_RECURSIVE, &copy);
+            resolved.reset(copy);
+            resolve_default_tags(copy, edit);
+            content = copy;
+        }
         char *printed = nullptr;
-        lyd_print_mem(&printed, node->value.tree, LYD_XML,
-                      LYD_PRINT_WITHSIBLINGS | LYD_PRINT_KEEPEMPTYCONT);
+        lyd_print_mem(&printed, content, LYD_XML, LYD_PRINT_WITHSIBLINGS | LYD_PRINT_KEEPEMPTYCONT);
         const std::unique_ptr<char, void (*)(void *)> owner(printed, std::free);
         text = printed != nullptr ? printed : "";
     } else if (node->value.str != nullptr) {
@@ -109,15 +115,20 @@ engine::Source config_of(const lyd_node *any)
             std::string("<config xmlns=\"") + kNetconfNamespace + "\">" + text + "</config>"};
 }
 
+RpcFailure missing_element(const std::string &name)
+{
+    RpcError error{"missing-element", "There is no <" + name + ">."};
+    error.type = "protocol";
+    error.info.emplace_back("bad-element", name);
+    return RpcFailure(std::move(error));
+}
+
 Place place_of(const Call &call, const char *parameter)
 {
     const auto *node = call.child(parameter);
     const auto *choice = node != nullptr ? lyd_child(node) : nullptr;
     if (choice == nullptr) {
-        RpcError error{"missing-element", std::string("There is no ") + parameter + "."};
-        error.type = "protocol";
-        error.info.emplace_back("bad-element", parameter);
-        throw RpcFailure(std::move(error));
+        throw missing_element(parameter);
     }
     const std::string name = LYD_NAME(choice);
     for (const auto datastore :

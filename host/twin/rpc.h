@@ -4,6 +4,7 @@
  */
 #pragma once
 
+#include "twin/default_tags.h"
 #include "twin/device.h"
 #include "twin/reply.h"
 
@@ -31,10 +32,14 @@ struct Place {
     std::optional<DatastoreName> datastore;
     std::optional<engine::Source> config; /**< Given inline instead. */
 };
+/** What to throw where a parameter must be there. */
+RpcFailure missing_element(const std::string &name);
 /** @throws RpcFailure */
 Place place_of(const Call &call, const char *parameter);
-/** The XML below an anyxml, in an element <config>. */
-engine::Source config_of(const lyd_node *any);
+/** The XML below an anyxml, in an element <config>.
+ *  @param edit  How tagged defaults are read; nothing: it is a whole configuration.
+ *  @throws RpcFailure */
+engine::Source config_of(const lyd_node *any, const std::optional<EditOfDefaults> &edit = {});
 /** @throws RpcFailure  Another session has locked it. */
 void require_unlocked(const Call &call, DatastoreName datastore);
 

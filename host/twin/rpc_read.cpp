@@ -61,18 +61,6 @@ Filter filter_of(const Call &call)
     return {std::nullopt, select};
 }
 
-std::string printed(const lyd_node *tree, WithDefaults mode)
-{
-    char *text = nullptr;
-    if (tree != nullptr && lyd_print_mem(&text, tree, LYD_XML,
-                                         LYD_PRINT_WITHSIBLINGS | LYD_PRINT_SHRINK |
-                                             print_options(mode)) != LY_SUCCESS) {
-        throw RpcFailure(RpcError{"operation-failed", "The configuration cannot be printed."});
-    }
-    const std::unique_ptr<char, void (*)(void *)> owner(text, std::free);
-    return text != nullptr ? text : "";
-}
-
 /** The tagged mode needs a module that the engine's context does not have. */
 Tree in_context(const lyd_node *data, const ly_ctx *context)
 {

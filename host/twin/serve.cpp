@@ -163,8 +163,7 @@ public:
             throw std::runtime_error("libnetconf2 cannot be used");
         }
         // All modes of RFC 6243; explicit is the basic one.
-        nc_server_set_capab_withdefaults(NC_WD_EXPLICIT,
-                                         NC_WD_ALL | NC_WD_ALL_TAG | NC_WD_TRIM | NC_WD_EXPLICIT);
+        nc_server_set_capab_withdefaults(NC_WD_EXPLICIT, NC_WD_ALL | NC_WD_ALL_TAG | NC_WD_TRIM);
         nc_server_set_capability("urn:ietf:params:netconf:capability:notification:1.0");
         nc_server_set_capability("urn:ietf:params:netconf:capability:interleave:1.0");
         nc_server_set_hello_timeout(20);

@@ -14,6 +14,8 @@ namespace host::twin
 {
 
 inline constexpr const char *kNetconfNamespace = "urn:ietf:params:xml:ns:netconf:base:1.0";
+/** Of the attribute that tags defaults (RFC 6243, section 6). */
+inline constexpr const char *kDefaultNamespace = "urn:ietf:params:xml:ns:netconf:default:1.0";
 inline constexpr const char *kConfirmNamespace = "urn:olt:gpon:twin:confirm";
 inline constexpr const char *kHistoryNamespace = "urn:olt:gpon:twin:history";
 

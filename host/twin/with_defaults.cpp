@@ -1,8 +1,11 @@
 #include "twin/with_defaults.h"
 
+#include "twin/server_context.h"
+
 #include <array>
 #include <cstdlib>
-#include <utility>
+#include <memory>
+#include <stdexcept>
 
 namespace host::twin
 {
@@ -17,7 +20,7 @@ struct Mode {
 constexpr std::array<Mode, 4> kModes{
     {{WithDefaults::kExplicit, "explicit", LYD_PRINT_WD_EXPLICIT},
      {WithDefaults::kReportAll, "report-all", LYD_PRINT_WD_ALL},
-     {WithDefaults::kReportAllTagged, "report-all-tagged", LYD_PRINT_WD_ALL_TAG},
+     {WithDefaults::kReportAllTagged, "report-all-tagged", LYD_PRINT_WD_IMPL_TAG},
      {WithDefaults::kTrim, "trim", LYD_PRINT_WD_TRIM}}};
 
 const Mode &row_of(WithDefaults mode)
@@ -28,6 +31,27 @@ const Mode &row_of(WithDefaults mode)
         }
     }
     std::abort(); // All modes are in the table.
+}
+
+/** libyang gives the attribute the namespace of a module; no text can look like this tag, since
+ *  there `>` is escaped. */
+std::string with_standard_tags(const std::string &xml)
+{
+    static constexpr std::string_view kWritten =
+        " xmlns:ncwd=\"urn:ietf:params:xml:ns:yang:ietf-netconf-with-defaults\""
+        " ncwd:default=\"true\"";
+    static const std::string kStandard =
+        std::string(" xmlns:wd=\"") + kDefaultNamespace + "\" wd:default=\"true\"";
+    std::string text;
+    text.reserve(xml.size());
+    std::size_t begin = 0;
+    for (auto at = xml.find(kWritten); at != std::string::npos; at = xml.find(kWritten, begin)) {
+        const std::size_t end = at + kWritten.size();
+        const bool is_tag = xml[end] == '>' || xml.compare(end, 2, "/>") == 0;
+        text.append(xml, begin, at - begin).append(is_tag ? std::string_view(kStandard) : kWritten);
+        begin = end;
+    }
+    return text.append(xml, begin);
 }
 
 } // namespace
@@ -58,22 +82,17 @@ WithDefaults with_defaults_of(const lyd_node *rpc)
     return kBasicMode;
 }
 
-std::uint32_t print_options(WithDefaults mode)
+std::string printed(const lyd_node *tree, WithDefaults mode)
 {
-    return row_of(mode).options;
-}
-
-std::string with_defaults_capability()
-{
-    std::string uri = "urn:ietf:params:netconf:capability:with-defaults:1.0?basic-mode=" +
-                      std::string(name_of(kBasicMode));
-    const char *separator = "&also-supported=";
-    for (const auto &row : kModes) {
-        if (row.mode != kBasicMode) {
-            uri += std::exchange(separator, ",") + std::string(row.name);
-        }
+    char *text = nullptr;
+    if (tree != nullptr && lyd_print_mem(&text, tree, LYD_XML,
+                                         LYD_PRINT_WITHSIBLINGS | LYD_PRINT_SHRINK |
+                                             row_of(mode).options) != LY_SUCCESS) {
+        throw std::runtime_error("The configuration cannot be printed.");
     }
-    return uri;
+    const std::unique_ptr<char, void (*)(void *)> owner(text, std::free);
+    std::string xml = text != nullptr ? text : "";
+    return mode == WithDefaults::kReportAllTagged ? with_standard_tags(xml) : xml;
 }
 
 } // namespace host::twin

@@ -15,7 +15,7 @@ namespace host::twin
 
 enum class WithDefaults {
     kReportAll,       /**< All values. */
-    kReportAllTagged, /**< All values; those equal to their default have an attribute. */
+    kReportAllTagged, /**< All values; those that nobody has set have an attribute. */
     kTrim,            /**< No values that equal their default. */
     kExplicit         /**< Values that were set, also to their default. This is the basic mode. */
 };
@@ -31,11 +31,11 @@ const char *name_of(WithDefaults mode);
 /** The mode that an RPC asks for by a child <with-defaults>, else the basic mode. */
 WithDefaults with_defaults_of(const lyd_node *rpc);
 
-/** Options of lyd_print_mem and its like that print a tree in this mode. The tagged mode needs
- *  ietf-netconf-with-defaults, implemented, in the context. */
-std::uint32_t print_options(WithDefaults mode);
-
-/** The capability URI that the server's hello tells. */
-std::string with_defaults_capability();
+/**
+ * A tree with all its siblings in this mode, as XML. The tagged mode needs
+ * ietf-netconf-with-defaults, implemented, in the context.
+ * @throws std::runtime_error
+ */
+std::string printed(const lyd_node *tree, WithDefaults mode);
 
 } // namespace host::twin

@@ -129,7 +129,7 @@ TEST(SubtreeFilter, SelectsAsTheRfcTells)
     const std::string eth0 = squeezed(kStats).substr(0, squeezed(kStats).find("</interface>")) +
                              "</interface></interfaces></top>";
     const Case cases[] = {
-        {"6.4.2 empty filter", kData, "", ""},
+        {"6.4.2 empty filter", kData, "\n", ""},
         {"6.4.3 the entire subtree", kData, users(""), all},
         {"6.4.3 the same by its entries", kData, users("<user/>"), all},
         {"6.4.4 all names", kData, users("<user><name/></user>"),

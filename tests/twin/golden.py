@@ -12,6 +12,11 @@ from concurrent.futures import ThreadPoolExecutor
 from twin import CONFIRM, NETCONF, Twin, braces_of, errors_of
 
 
+# What RFC 7950 has a name of its own for.
+APP_TAGS = {"not-unique": "data-not-unique", "too-many": "too-many-elements", "constraint": "must-violation",
+            "dangling-reference": "instance-required"}
+
+
 def inherited(case, name):
     for folder in (case, os.path.dirname(case)):
         if os.path.exists(os.path.join(folder, name)):
@@ -42,7 +47,7 @@ def told_offline(program, running, card, change):
     report = json.loads(subprocess.run(words, stdout=subprocess.PIPE, check=False).stdout)
     remarks = [("error", one["rule"], one["path"], one["text"].strip()) for one in report["rejections"]]
     remarks += [("warning", one["rule"], one["path"], one["text"].strip()) for one in report["warnings"]]
-    remarks += [("error", one["fault"], one.get("path") or "", one["message"]) for one in report["problems"]]
+    remarks += [("error", APP_TAGS.get(one["fault"], one["fault"]), one.get("path") or "", one["message"]) for one in report["problems"]]
     return report["result"], sorted(remarks)
 
 

@@ -73,10 +73,27 @@ def confirmed(timeout=None, persist=None, persist_id=None):
             + (f"<persist-id>{persist_id}</persist-id>" if persist_id else "") + "</commit>")
 
 
+def refused(tag, attribute=None, element=None, kind="protocol", namespace=None):
+    """Parts of an rpc-error; its error-info in the order of the standard's examples."""
+    info = "".join(f"<bad-{name}>{value}</bad-{name}>" for name, value in
+                   (("attribute", attribute), ("element", element), ("namespace", namespace)) if value)
+    return [f"<error-type>{kind}</error-type><error-tag>{tag}<"] + ([f"<error-info>{info}"] if info else [])
+
+
+def content(leaves):
+    """An edit of link 1, which has downstream-fec set to its default."""
+    return edit(onu(None, leaves).replace("<config", '<config xmlns:wd="urn:ietf:params:xml:ns:netconf:default:1.0"', 1))
+
+
 def rollback(number, more=""):
     return f'<rollback xmlns="urn:olt:gpon:twin:history"><commit>{number}</commit>{more}</rollback>'
 
 
+WD = 'xmlns:wd="urn:ietf:params:xml:ns:netconf:default:1.0"'
+# Something to delete that is not there, something to create that is there, and something that fits.
+MISFITS = edit(onu(1, "<description>fits</description><auth-method><password nc:operation='create'>thorn</password></auth-method>").replace(
+    "</gpon>", '<onu nc:operation="delete"><onu-id>9</onu-id></onu></gpon>'))
+CONTINUED = MISFITS.replace("<config>", "<error-option>continue-on-error</error-option><config>", 1)
 FEC_2 = "<port-id>2</port-id><downstream-fec>"
 SUBSCRIBE = '<create-subscription xmlns="urn:ietf:params:xml:ns:netconf:notification:1.0">{}</create-subscription>'
 SESSIONS = subtree('<netconf-state xmlns="urn:ietf:params:xml:ns:yang:ietf-netconf-monitoring"><sessions/></netconf-state>')
@@ -165,6 +182,7 @@ SCRIPTS = {
         ("a", "<validate><source><running/></source></validate>", "ok"),
     ],
     "running is written by commits": [
+        ("a", "hello", ["!writable-running"]),
         ("a", describe("direct", target="running"), ["!<ok/>"]),
         ("a", copy("startup", "running"), ["!<ok/>"]),
     ],
@@ -177,7 +195,9 @@ SCRIPTS = {
         ("a", get_config(more=xpath("//b:nonsense")), ["<data/>"]),
         ("a", get_config(more=xpath("/b:config[")), ["<rpc-error"]),
         ("a", get_config(more=xpath("count(/b:config)")), ["invalid-value"]),
-        ("a", get_config(more='<filter type="regex"/>'), ["!<data"]),
+        ("a", get_config(more='<filter type="regex"/>'), refused("bad-attribute", "type", "filter")),
+        ("a", get_config(more='<filter type="xpath"/>'), refused("missing-attribute", "select", "filter")),
+        ("a", get_config(more='<filter mode="xpath"/>'), refused("unknown-attribute", "mode", "filter")),
         ("a", "<get>" + SESSIONS + "</get>", ["<session-id>{a}<", "!<config"]),
         ("a", '<get><filter type="xpath" xmlns:m="urn:ietf:params:xml:ns:yang:ietf-netconf-monitoring" select="/m:netconf-state/m:datastores"/></get>',
          ["<name>candidate<", "!<config"]),
@@ -187,10 +207,76 @@ SCRIPTS = {
         ("a", get_config(more=with_defaults("explicit")), ["<port-id>1</port-id><downstream-fec>false", "!<upstream-fec"]),
         ("a", get_config(more=with_defaults("trim")), ["!<downstream-fec>false", FEC_2 + "true"]),
         ("a", get_config(more=with_defaults("report-all")), ["<upstream-fec>false", "<admin-state>enabled"]),
-        ("a", get_config(more=with_defaults("report-all-tagged")), ['default="true">false</upstream-fec', "default=\"true\">false</downstream-fec"]),
+        ("a", get_config(more=with_defaults("report-all-tagged")), [f"<upstream-fec {WD} wd:default=\"true\">false<", "<downstream-fec>false<"]),
         ("a", get_config(more=with_defaults("some")), ["!<data"]),
         ("a", edit(onu(None, "<upstream-fec>false</upstream-fec>")), "ok"), ("a", COMMIT, "ok"),
         ("a", get_config(), ["<upstream-fec>false"]),
+        ("a", "hello", ["with-defaults:1.0?basic-mode=explicit&amp;also-supported=report-all,report-all-tagged,trim<"]),
+        ("a", content('<upstream-fec wd:default="true">true</upstream-fec>'), refused("invalid-value", None, "upstream-fec", "application")),
+        ("a", content('<upstream-fec wd:default="true"/>'), refused("invalid-value", None, "upstream-fec", "application")),
+        ("a", content('<upstream-fec wd:default="yes">false</upstream-fec>'), refused("bad-attribute", "default", "upstream-fec", "application")),
+        ("a", content('<upstream-fec nc:operation="remove" wd:default="1">false</upstream-fec>'), refused("invalid-value", None, "upstream-fec", "application")),
+        ("a", content('<upstream-fec nc:operation="create" wd:default="1">false</upstream-fec>'), ["data-exists"]),
+        ("a", content('<upstream-fec wd:default="1">false</upstream-fec><downstream-fec wd:default="false">false</downstream-fec>'), "ok"),
+        ("a", get_config("candidate"), ["!<upstream-fec", "<port-id>1</port-id><downstream-fec>false"]),
+        ("a", content('<upstream-fec nc:operation="create" wd:default="true">false</upstream-fec>'), "ok"),
+        ("a", get_config("candidate"), ["!<upstream-fec"]),
+        ("a", copy(None, "candidate", onu(1, "<description>inline</description>").replace(
+            "<onu>", f'<downstream-fec {WD} wd:default="true">false</downstream-fec><onu>')), "ok"),
+        ("a", get_config("candidate"), ["inline", "!<downstream-fec"]),
+    ],
+    "error options": [
+        ("a", MISFITS, ["data-missing", "data-exists"]), ("a", get_config("candidate"), ["!fits"]),
+        ("a", MISFITS.replace("<config>", "<error-option>stop-on-error</error-option><config>", 1), ["data-missing", "data-exists"]),
+        ("a", MISFITS.replace("<config>", "<error-option>rollback-on-error</error-option><config>", 1), ["data-missing", "data-exists"]),
+        ("a", get_config("candidate"), ["!fits"]),
+        ("a", CONTINUED, ["data-missing", "data-exists"]), ("a", get_config("candidate"), ["<description>fits<", ">rose<", "!thorn"]),
+        ("a", CONTINUED.replace("description>", "nonsense>"), ["unknown-element"]),
+        ("a", COMMIT, "ok"), ("a", get_config(), ["<description>fits<"]),
+    ],
+    "parameters": [
+        ("a", "<discard-changes><x/></discard-changes>", refused("unknown-element", None, "x")),
+        ("a", "<discard-changes>x</discard-changes>", refused("bad-element", None, "discard-changes")),
+        ("a", '<discard-changes><x xmlns="urn:x"/></discard-changes>', refused("unknown-namespace", None, "x", namespace="urn:x")),
+        ("a", '<discard-changes x="1"/>', refused("unknown-attribute", "x", "discard-changes")),
+        ("a", "<lock/>", refused("missing-element", None, "target")),
+        ("a", "<lock><target/></lock>", refused("missing-element", None, "target")),
+        ("a", "<lock><target><candidate/><running/></target></lock>", refused("bad-element", None, "running")),
+        ("a", "<lock><target><candidate/></target><target><candidate/></target></lock>", refused("bad-element", None, "target")),
+        ("a", "<lock><target><candidate>x</candidate></target></lock>", refused("invalid-value", None, "candidate")),
+        ("a", on("lock", "url"), refused("unknown-element", None, "url")),
+        ("a", "<kill-session/>", refused("missing-element", None, "session-id")),
+        ("a", '<rollback xmlns="urn:olt:gpon:twin:history"/>', refused("missing-element", None, "commit")),
+        ("a", "<kill-session><session-id>0</session-id></kill-session>", refused("invalid-value", None, "session-id")),
+        ("a", "<edit-config><target><candidate/></target></edit-config>", refused("missing-element", None, "config")),
+        ("a", edit("", "<error-option>x</error-option>"), refused("invalid-value", None, "error-option")),
+        ("a", "<get-config><source><running/></source><filter/><filter/></get-config>", refused("bad-element", None, "filter")),
+        ("a", content('<downstream-fec operation="delete"/>'), refused("unknown-attribute", "operation", "downstream-fec", "application")),
+        ("a", content('<downstream-fec nc:operation="x"/>'), refused("bad-attribute", "operation", "downstream-fec", "application")),
+        ("a", content('<x xmlns="urn:x"/>'), refused("unknown-namespace", None, "x", "application", "urn:x")),
+        ("a", content("<x/>"), refused("unknown-element", None, "x", "application")),
+        ("a", content("<onu><description>x</description></onu>"), refused("missing-element", None, "onu-id", "application")),
+        ("a", content("<downstream-fec>true</downstream-fec>" * 2), refused("bad-element", None, "downstream-fec", "application")),
+        ("a", get_config("candidate"), ["<port-id>1</port-id><downstream-fec>false"]),
+        ("a", on("lock", "candidate"), "ok"),
+    ],
+    "running is writable": [
+        ("a", "hello", [":writable-running:1.0"]),
+        ("a", describe("direct", target="running"), "ok"), ("b", get_config(), ["direct"]), ("b", get_config("candidate"), ["direct"]),
+        ("a", TWICE.replace("candidate", "running"), ["operation-failed"]), ("a", get_config(), ["ALCL00000A02"]),
+        ("a", fec("false").replace("candidate", "running"), ["operation-failed", "operation-failed"]),
+        ("a", get_config(), [FEC_2 + "true"]),
+        ("a", edit(onu(None, "<downstream-fec>false</downstream-fec>", link=2), CONFIRMED, target="running"), "ok"),
+        ("a", get_config(), [FEC_2 + "false"]),
+        ("a", CONTINUED.replace("candidate", "running"), ["data-missing", "data-exists"]), ("a", get_config(), ["<description>fits<", "!thorn"]),
+        ("a", describe("tried", target="running").replace("<config>", "<test-option>test-only</test-option><config>", 1), "ok"),
+        ("a", get_config(), ["!tried"]),
+        ("b", on("lock", "running"), "ok"), ("a", describe("x", target="running"), ["in-use"]), ("b", on("unlock", "running"), "ok"),
+        ("vera", describe("x", target="running"), ["access-denied"]),
+        ("a", copy("running", "startup"), "ok"), ("a", describe("later", target="running"), "ok"),
+        ("a", copy("startup", "running"), "ok"), ("a", get_config(), ["fits", "!later"]),
+        ("a", describe("mine"), "ok"), ("b", describe("other", 2, target="running"), "ok"), ("a", COMMIT, "ok"),
+        ("a", get_config(), ["<description>mine<", "!<description>other<"]),
     ],
     "secrets are for admins": [
         ("a", get_config(), [">rose<", ">$8$"]),
@@ -273,11 +359,14 @@ SCRIPTS = {
 }
 
 
+OPTIONS = {"running is writable": ["--writable-running"]}
+
+
 class Script:
     """Plays a script on a server of its own."""
 
-    def __init__(self, program):
-        self.twin = Twin(program, os.path.join(HERE, "running.xml"), "--time-scale", "100", card=os.path.join(HERE, "card.json"))
+    def __init__(self, program, options):
+        self.twin = Twin(program, os.path.join(HERE, "running.xml"), "--time-scale", "100", *options, card=os.path.join(HERE, "card.json"))
         self.clients = {}
 
     def client(self, name):
@@ -308,6 +397,8 @@ class Script:
                 return f"answered {client.receive()}"
             except (EOFError, ConnectionError):
                 return self.clients.pop(name) and None
+        if request == "hello":
+            return self.judge(client.capabilities, answer)
         if request == "event":
             return self.judge(client.receive(), answer)
         if request == "until":
@@ -356,7 +447,7 @@ def main():
         if wanted and not any(word in title for word in wanted):
             continue
         try:
-            problem = Script(program).play(steps)
+            problem = Script(program, OPTIONS.get(title, [])).play(steps)
         except Exception:  # pylint: disable=broad-except
             problem = traceback.format_exc()
         print(f"{'failed' if problem else 'passed'}: {title}" + (f"\n    {problem}" if problem else ""), flush=True)

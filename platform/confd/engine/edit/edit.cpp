@@ -33,6 +33,20 @@ public:
         if (!m_problems.empty()) {
             throw InputError(std::move(m_problems));
         }
+        finish(edit);
+    }
+
+    /** @return What does not fit. */
+    std::vector<Problem> apply_what_fits(const EditTree &edit)
+    {
+        apply_siblings(edit.root.get(), nullptr, edit.default_operation);
+        finish(edit);
+        return std::move(m_problems);
+    }
+
+private:
+    void finish(const EditTree &edit)
+    {
         if (!m_tree.schema().has_when()) {
             m_log.add_defaults();
         }
@@ -40,7 +54,6 @@ public:
         encrypt_siblings(edit.root.get(), nullptr);
     }
 
-private:
     void apply_siblings(const lyd_node *first, lyd_node *parent, Operation inherited);
     void apply_node(const lyd_node *node, lyd_node *parent, Operation operation);
     void apply_inner(const lyd_node *node, lyd_node *parent, lyd_node *target, Operation operation);
@@ -105,6 +118,13 @@ const char *metadata(const lyd_node *node, const char *name)
 {
     const auto *meta = lyd_find_meta(node->meta, nullptr, name);
     return meta != nullptr ? lyd_get_meta_value(meta) : nullptr;
+}
+
+EditTree read_edit(const Schema &schema, const Source &edit)
+{
+    EditTree tree = parse_edit(schema, edit);
+    require_short_texts(schema, tree.root.get(), edit);
+    return tree;
 }
 
 } // namespace
@@ -398,9 +418,12 @@ lyd_node *EditApplier::find_anchor(const lyd_node *node, lyd_node *target)
 
 void apply_edit(UndoLog &log, const Source &edit)
 {
-    const EditTree tree = parse_edit(log.tree().schema(), edit);
-    require_short_texts(log.tree().schema(), tree.root.get(), edit);
-    EditApplier(log, edit).apply(tree);
+    EditApplier(log, edit).apply(read_edit(log.tree().schema(), edit));
+}
+
+std::vector<Problem> apply_what_fits(UndoLog &log, const Source &edit)
+{
+    return EditApplier(log, edit).apply_what_fits(read_edit(log.tree().schema(), edit));
 }
 
 Datastore apply_edit(const Datastore &running, const Source &edit)

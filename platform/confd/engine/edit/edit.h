@@ -4,7 +4,10 @@
  */
 #pragma once
 
+#include "engine/data/error.h"
 #include "engine/data/undo_log.h"
+
+#include <vector>
 
 namespace engine
 {
@@ -25,5 +28,12 @@ Datastore apply_edit(const Datastore &running, const Source &edit);
 
 /** Makes that candidate in place. @throws InputError  As above; the log can undo what was done. */
 void apply_edit(UndoLog &log, const Source &edit);
+
+/**
+ * Carries out in place what fits of an edit.
+ * @return What does not.
+ * @throws InputError  Broken text, unknown names, values out of range: nothing was done.
+ */
+std::vector<Problem> apply_what_fits(UndoLog &log, const Source &edit);
 
 } // namespace engine
