@@ -286,7 +286,7 @@ void Device::release(const Session &session)
 void Device::end_session(const SessionPtr &session, const std::string &reason)
 {
     release(*session);
-    m_sessions.remove(session->id());
+    m_sessions.remove(session->id(), reason == "dropped" || reason == "timeout");
     std::optional<Reversal> reversal;
     {
         const std::lock_guard lock(m_state);

@@ -8,6 +8,20 @@
 namespace host::twin
 {
 
+namespace
+{
+
+MessageCounts &operator+=(MessageCounts &sum, const MessageCounts &more)
+{
+    sum.in_rpcs += more.in_rpcs;
+    sum.in_bad_rpcs += more.in_bad_rpcs;
+    sum.out_rpc_errors += more.out_rpc_errors;
+    sum.out_notifications += more.out_notifications;
+    return sum;
+}
+
+} // namespace
+
 const char *name_of(DatastoreName datastore)
 {
     switch (datastore) {
@@ -63,6 +77,18 @@ std::vector<Event> Session::take_posts()
     return std::exchange(m_posts, {});
 }
 
+void Session::count(std::uint32_t MessageCounts::*counter)
+{
+    const std::lock_guard lock(m_mutex);
+    ++(m_counts.*counter);
+}
+
+MessageCounts Session::counts() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_counts;
+}
+
 void Session::kill(std::uint32_t killer)
 {
     m_killed_by = killer;
@@ -73,12 +99,34 @@ void Sessions::add(const SessionPtr &session)
 {
     const std::lock_guard lock(m_mutex);
     m_sessions[session->id()] = session;
+    ++m_counts.in_sessions;
 }
 
-void Sessions::remove(std::uint32_t id)
+void Sessions::remove(std::uint32_t id, bool dropped)
 {
     const std::lock_guard lock(m_mutex);
-    m_sessions.erase(id);
+    const auto found = m_sessions.find(id);
+    if (found != m_sessions.end()) {
+        m_counts.messages += found->second->counts();
+        m_counts.dropped_sessions += dropped ? 1 : 0;
+        m_sessions.erase(found);
+    }
+}
+
+void Sessions::count_bad_hello()
+{
+    const std::lock_guard lock(m_mutex);
+    ++m_counts.in_bad_hellos;
+}
+
+SessionCounts Sessions::counts() const
+{
+    const std::lock_guard lock(m_mutex);
+    SessionCounts all = m_counts;
+    for (const auto &[id, session] : m_sessions) {
+        all.messages += session->counts();
+    }
+    return all;
 }
 
 SessionPtr Sessions::find(std::uint32_t id) const

@@ -24,6 +24,22 @@ namespace host::twin
 enum class DatastoreName { kRunning, kCandidate, kStartup };
 const char *name_of(DatastoreName datastore);
 
+/** What is counted of a session's messages, as ietf-netconf-monitoring has it. */
+struct MessageCounts {
+    std::uint32_t in_rpcs = 0;
+    std::uint32_t in_bad_rpcs = 0;
+    std::uint32_t out_rpc_errors = 0;
+    std::uint32_t out_notifications = 0;
+};
+
+/** What is counted of all sessions. */
+struct SessionCounts {
+    std::uint32_t in_bad_hellos = 0;
+    std::uint32_t in_sessions = 0;
+    std::uint32_t dropped_sessions = 0;
+    MessageCounts messages{};
+};
+
 /** A client. Its own thread alone talks to it; others leave word here and wake that thread. */
 class Session
 {
@@ -47,6 +63,10 @@ public:
     void post(std::vector<Event> events);
     std::vector<Event> take_posts();
 
+    /** Counts one more. @param counter  Of MessageCounts. */
+    void count(std::uint32_t MessageCounts::*counter);
+    MessageCounts counts() const;
+
     /** Another session ends this one. */
     void kill(std::uint32_t killer);
     /** Whose doing it was; 0: it goes on. */
@@ -58,8 +78,9 @@ private:
     EventTime m_begin = std::chrono::system_clock::now();
     int m_wake_fd;
     std::atomic<std::uint32_t> m_killed_by{0};
-    std::mutex m_mutex;
+    mutable std::mutex m_mutex;
     std::vector<Event> m_posts;
+    MessageCounts m_counts;
 };
 
 using SessionPtr = std::shared_ptr<Session>;
@@ -69,8 +90,12 @@ class Sessions
 {
 public:
     void add(const SessionPtr &session);
-    /** A session that has no locks any more. */
-    void remove(std::uint32_t id);
+    /** A session that has no locks any more. @param dropped  It did not end as it should. */
+    void remove(std::uint32_t id, bool dropped);
+    /** A client that did not become a session. */
+    void count_bad_hello();
+    /** Since the server was started. */
+    SessionCounts counts() const;
     /** Null when there is none of that number. */
     SessionPtr find(std::uint32_t id) const;
     std::size_t size() const;
@@ -94,6 +119,7 @@ public:
 private:
     mutable std::mutex m_mutex;
     std::map<std::uint32_t, SessionPtr> m_sessions;
+    SessionCounts m_counts; /**< The messages are those of sessions that have ended. */
     std::map<DatastoreName, Lock> m_locks;
 };
 

@@ -1,6 +1,7 @@
 #include "twin/session_loop.h"
 
 #include "report/printable.h"
+#include "twin/inspection.h"
 #include "twin/rpc.h"
 
 #include <cstring>
@@ -47,6 +48,13 @@ lyd_node *event_tree(const ly_ctx *context, const std::string &body)
         ly_in_free(input, 0);
     }
     return tree;
+}
+
+/** One that the relay has found to be no request at all. */
+bool is_bad_rpc(const lyd_node *rpc)
+{
+    return std::strcmp(rpc->schema->module->name, kRejectModule) == 0 &&
+           error_of_reject(rpc).type == "rpc";
 }
 
 } // namespace
@@ -110,6 +118,7 @@ nc_server_reply *SessionLoop::answer(const lyd_node *rpc, nc_session *handle)
     ly_err_clean(const_cast<ly_ctx *>(m_context), nullptr);
     const auto *known = static_cast<Session *>(nc_session_get_data(handle));
     const auto session = m_device.sessions().find(known->id());
+    session->count(is_bad_rpc(rpc) ? &MessageCounts::in_bad_rpcs : &MessageCounts::in_rpcs);
     std::this_thread::sleep_for(m_setup.latency);
     if (must_fail(rpc->schema->name)) {
         return make_reply(m_context, {RpcError{"operation-failed", "This call fails on purpose."}});
@@ -127,6 +136,8 @@ void SessionLoop::serve(int fd, const Author &author, Role role)
     nc_session *handle = nullptr;
     if (nc_accept_inout(fd, fd, author.user.c_str(), &handle) == NC_MSG_HELLO) {
         run(handle, author, role, fd);
+    } else {
+        m_device.sessions().count_bad_hello();
     }
 }
 
@@ -157,6 +168,12 @@ bool SessionLoop::step(nc_pollsession *polled, const SessionPtr &session, int fd
         return false;
     }
     const int result = nc_ps_poll(polled, 0, nullptr);
+    if ((result & NC_PSPOLL_BAD_RPC) != 0) {
+        session->count(&MessageCounts::in_bad_rpcs);
+    }
+    if ((result & NC_PSPOLL_REPLY_ERROR) != 0) {
+        session->count(&MessageCounts::out_rpc_errors);
+    }
     if ((result & (NC_PSPOLL_SESSION_TERM | NC_PSPOLL_ERROR)) != 0) {
         return false;
     }
@@ -180,7 +197,9 @@ void SessionLoop::send_posts(nc_session *handle, Session &session)
         }
         nc_server_notif *notification =
             nc_server_notif_new(tree, strdup(text_of(event.time).c_str()), NC_PARAMTYPE_FREE);
-        nc_server_notif_send(handle, notification, kPatience);
+        if (nc_server_notif_send(handle, notification, kPatience) == NC_MSG_NOTIF) {
+            session.count(&MessageCounts::out_notifications);
+        }
         nc_server_notif_free(notification);
     }
 }

@@ -68,6 +68,14 @@ const char *transport_of(const Author &author)
                                        : nullptr;
 }
 
+void add_counts(StateTree &state, const std::string &parent, const MessageCounts &counts)
+{
+    state.add(parent + "/in-rpcs", std::to_string(counts.in_rpcs));
+    state.add(parent + "/in-bad-rpcs", std::to_string(counts.in_bad_rpcs));
+    state.add(parent + "/out-rpc-errors", std::to_string(counts.out_rpc_errors));
+    state.add(parent + "/out-notifications", std::to_string(counts.out_notifications));
+}
+
 /** The module knows no transport for a UNIX socket, and a session must have one. */
 void add_session(StateTree &state, const Session &session)
 {
@@ -82,6 +90,17 @@ void add_session(StateTree &state, const Session &session)
         state.add(entry + "/source-host", author.host);
     }
     state.add(entry + "/login-time", text_of(session.begin()));
+    add_counts(state, entry, session.counts());
+}
+
+void add_statistics(StateTree &state, const Device &device, const SessionCounts &counts)
+{
+    const std::string statistics = std::string(kState) + "/statistics";
+    state.add(statistics + "/netconf-start-time", text_of(device.log_created()));
+    state.add(statistics + "/in-bad-hellos", std::to_string(counts.in_bad_hellos));
+    state.add(statistics + "/in-sessions", std::to_string(counts.in_sessions));
+    state.add(statistics + "/dropped-sessions", std::to_string(counts.dropped_sessions));
+    add_counts(state, statistics, counts.messages);
 }
 
 void add_datastores(StateTree &state, const Sessions &sessions)
@@ -123,6 +142,7 @@ Tree state_data(Device &device, const ly_ctx *context)
     for (const auto &session : device.sessions().all()) {
         add_session(state, *session);
     }
+    add_statistics(state, device, device.sessions().counts());
     add_stream(state, device);
     lyd_node *library = nullptr;
     if (ly_ctx_get_yanglib_data(context, &library, "%u", ly_ctx_get_change_count(context)) ==

@@ -96,7 +96,8 @@ MISFITS = edit(onu(1, "<description>fits</description><auth-method><password nc:
 CONTINUED = MISFITS.replace("<config>", "<error-option>continue-on-error</error-option><config>", 1)
 FEC_2 = "<port-id>2</port-id><downstream-fec>"
 SUBSCRIBE = '<create-subscription xmlns="urn:ietf:params:xml:ns:netconf:notification:1.0">{}</create-subscription>'
-SESSIONS = subtree('<netconf-state xmlns="urn:ietf:params:xml:ns:yang:ietf-netconf-monitoring"><sessions/></netconf-state>')
+STATE = '<netconf-state xmlns="urn:ietf:params:xml:ns:yang:ietf-netconf-monitoring">{}</netconf-state>'
+SESSIONS = subtree(STATE.format("<sessions/>"))
 
 SCRIPTS = {
     "an edit is seen in the candidate, after the commit in running": [
@@ -335,6 +336,16 @@ SCRIPTS = {
         ("a", get_config(), ["six"]),
         ("a", describe("seven"), "ok"), ("a", confirmed(timeout=100000, persist="t"), "ok"),
         ("a", "<cancel-commit><persist-id>t</persist-id></cancel-commit>", "ok"), ("a", get_config(), ["six"]),
+    ],
+    "what is counted": [
+        ("b", SUBSCRIBE.format(""), "ok"), ("c", on("lock", "url"), ["unknown-element"]), ("b", "event", ["netconf-session-start"]),
+        ("c", "<get/><get/>", ["malformed-message"]), ("c", "close", None), ("b", "event", ["netconf-session-end"]),
+        ("a", "<get>" + subtree(STATE.format("<statistics/>")) + "</get>",
+         ["<in-bad-hellos>0<", "<in-sessions>3<", "<dropped-sessions>0<", "<in-rpcs>4</in-rpcs><in-bad-rpcs>1</in-bad-rpcs>"
+          "<out-rpc-errors>2</out-rpc-errors><out-notifications>3</out-notifications>"]),
+        ("b", "event", ["netconf-session-start"]),
+        ("a", "<get>" + subtree(STATE.format("<sessions><session><session-id>{b}</session-id></session></sessions>")) + "</get>",
+         ["<in-rpcs>1</in-rpcs><in-bad-rpcs>0</in-bad-rpcs><out-rpc-errors>0</out-rpc-errors><out-notifications>3</out-notifications>"]),
     ],
     "schemas": [
         ("a", '<get-schema xmlns="urn:ietf:params:xml:ns:yang:ietf-netconf-monitoring"><identifier>base</identifier></get-schema>', ["module base {"]),
