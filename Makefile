@@ -76,7 +76,7 @@ test-ansible: ## Lets Ansible configure gpon-twin
 
 bench-twin: ## Times gpon-twin on the full card, and weighs 50 of them
 	@$(MAKE) TWIN=ON configure
-	cmake --build --preset $(PRESET) --parallel $(JOBS) --target gpon-twin gpon-validate twin_print
+	cmake --build --preset $(PRESET) --parallel $(JOBS) --target gpon-twin gpon-validate twin_print twin_readers
 	bench/twin.py $(build_dir)
 
 test: build ## Builds everything (TWIN=ON: gpon-twin and gpon-shell as well), then runs all tests

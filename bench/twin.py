@@ -5,7 +5,6 @@ import os
 import statistics
 import subprocess
 import sys
-import threading
 import time
 
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
@@ -15,6 +14,8 @@ from twin import Twin  # noqa: E402
 CARD = os.path.join(ROOT, "examples", "full-card")
 RUNNING = os.path.join(CARD, "running.xml")
 GET = "<get-config><source><running/></source></get-config>"
+SMALL = """<get-config><source><running/></source><filter type="subtree"><config xmlns="urn:olt:gpon:base"><service-port><id>7</id>
+</service-port></config></filter></get-config>"""
 EDIT = """<config xmlns="urn:olt:gpon:base"><interface><gpon><chassis-id>1</chassis-id><slot-id>1</slot-id><port-id>3</port-id>
 <onu><onu-id>5</onu-id><profile-references><line-profile>line-{}</line-profile></profile-references></onu></gpon></interface></config>"""
 
@@ -55,14 +56,6 @@ def open_checker_takes(program, count=100):
     return (min(seconds(lambda: run(2 * count)) for _ in range(3)) - min(seconds(lambda: run(count)) for _ in range(3))) / count
 
 
-
-
-def readers(twin, stop, times):
-    client = twin.raw()
-    while not stop.is_set():
-        times.append(seconds(lambda: client.rpc(GET)))
-
-
 def time_commits(twin, build):
     client = twin.raw()
     commit(client, 1)
@@ -82,18 +75,21 @@ def time_reading(twin, build):
     print(f"  printing it: {printing * 1000:.1f} ms; {statistics.median(got) / printing:.1f} times (aim: 2)")
 
 
-def time_many(twin):
-    stop, reads = threading.Event(), []
-    threads = [threading.Thread(target=readers, args=(twin, stop, reads)) for _ in range(20)]
-    for thread in threads:
-        thread.start()
-    client = twin.raw()
-    commits = [commit(client, number) for number in range(60)]
-    stop.set()
-    for thread in threads:
-        thread.join()
+def time_many(twin, build):
+    words = [os.path.join(build, "bin", "twin_readers"), twin.socket, "20"]
+    with subprocess.Popen(words, stdin=subprocess.PIPE, stdout=subprocess.PIPE) as readers:
+        client = twin.raw()
+        commits = [commit(client, number) for number in range(60)]
+        reads = json.loads(readers.communicate()[0])
     print(f"commits with 20 sessions that read the whole card: {milliseconds(commits)}")
-    print(f"  their {len(reads)} readings: {milliseconds(reads)}")
+    print(f"  their {len(reads)} readings: {milliseconds(reads)} (aim: 1000)")
+
+
+def time_small(twin):
+    client = twin.raw()
+    client.rpc("<get-config/>")
+    times = [seconds(lambda: client.rpc(SMALL)) for _ in range(200)]
+    print(f"a request that asks for little: {milliseconds(times)}")
 
 
 def memory_of(twin):
@@ -133,7 +129,8 @@ def main():
     with Twin([program], RUNNING, card=os.path.join(CARD, "card.json"), ssh=False) as twin:
         time_commits(twin, build)
         time_reading(twin, build)
-        time_many(twin)
+        time_small(twin)
+        time_many(twin, build)
     weigh(program)
 
 

@@ -1,7 +1,7 @@
 #!/usr/bin/python3
-"""Real clients: ncclient with each of its ways to raise errors, over SSH, TLS and a UNIX socket; ssh itself.
+"""Real clients: ncclient with each of its ways to raise errors, over SSH, TLS and a UNIX socket; libnetconf2; ssh itself.
 
-usage: clients.py GPON_TWIN
+usage: clients.py GPON_TWIN GENERIC_CLIENT
 """
 import os
 import ssl
@@ -144,13 +144,14 @@ def main():
             check_errors(client, "true")
             check_operations(client)
         check_ssh_program(twin)
+        assert subprocess.check_output([sys.argv[2], twin.socket], text=True) == "config\n"
         check_door(twin)
     twin = Twin([sys.argv[1]], os.path.join(HERE, "running.xml"))
     path = make_certificates(twin.state)
     twin.words += ["--tls", path("server.pem"), "--tls-key", path("server.key"), "--tls-ca", path("ca.pem"), "--tls-port", "0"]
     with twin:
         check_tls(twin, path)
-    print("ncclient in all modes over SSH and the UNIX socket, ssh, TLS: passed")
+    print("ncclient in all modes over SSH and the UNIX socket, libnetconf2, ssh, TLS: passed")
 
 
 main()
