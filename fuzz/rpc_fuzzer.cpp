@@ -213,8 +213,8 @@ void require_no_secret(const Call &call)
         return;
     }
     try {
-        const auto data = get_config(call).data.value_or("");
-        require(data.find("$8$") == std::string::npos, "a secret is told: " + data);
+        const auto data = get_config(call).data;
+        require(data->find("$8$") == std::string::npos, "a secret is told: " + *data);
     } catch (const RpcFailure &) {
     } catch (const engine::InputError &) {
     }
@@ -244,7 +244,8 @@ void answer(const SessionPtr &session, const std::string &body)
         return;
     }
     const auto before = one.device.history().running_number();
-    const Call call{one.device, session, rpc, one.context.get(), nullptr, true};
+    Output output;
+    const Call call{one.device, session, rpc, one.context.get(), nullptr, output, true};
     nc_server_reply *reply = host::twin::answer(call);
     require(reply != nullptr, "no answer to " + body);
     nc_server_reply_free(reply);

@@ -22,33 +22,42 @@ class PrintedCache
 public:
     using Way = std::pair<WithDefaults, bool>; /**< The mode, and whether secrets are masked. */
 
-    /** Null: it must be printed. */
-    std::shared_ptr<const std::string> find(std::uint64_t generation, const Way &way)
+    /** @param print  Prints it, if nobody else has or is about to: who asks meanwhile waits. */
+    template <typename Print>
+    std::shared_ptr<const std::string> text(std::uint64_t generation, const Way &way,
+                                            const Print &print)
     {
-        const std::lock_guard lock(m_mutex);
-        forget_others(generation);
-        const auto found = m_texts.find(way);
-        return found != m_texts.end() ? found->second : nullptr;
-    }
-    void add(std::uint64_t generation, const Way &way, const std::string &text)
-    {
-        const std::lock_guard lock(m_mutex);
-        forget_others(generation);
-        m_texts[way] = std::make_shared<const std::string>(text);
+        const auto slot = slot_of(generation, way);
+        const std::lock_guard lock(slot->mutex);
+        if (slot->text == nullptr) {
+            slot->text = std::make_shared<const std::string>(print());
+        }
+        return slot->text;
     }
 
 private:
-    void forget_others(std::uint64_t generation)
+    struct Slot {
+        std::mutex mutex;
+        std::shared_ptr<const std::string> text;
+    };
+
+    std::shared_ptr<Slot> slot_of(std::uint64_t generation, const Way &way)
     {
+        const std::lock_guard lock(m_mutex);
         if (generation != m_generation) {
-            m_texts.clear();
+            m_slots.clear();
             m_generation = generation;
         }
+        auto &slot = m_slots[way];
+        if (slot == nullptr) {
+            slot = std::make_shared<Slot>();
+        }
+        return slot;
     }
 
     std::mutex m_mutex;
     std::uint64_t m_generation = 0;
-    std::map<Way, std::shared_ptr<const std::string>> m_texts;
+    std::map<Way, std::shared_ptr<Slot>> m_slots;
 };
 
 } // namespace host::twin

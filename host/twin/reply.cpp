@@ -147,17 +147,39 @@ std::vector<RpcError> errors_of(const CheckReport &report)
     return errors;
 }
 
-nc_server_reply *make_reply(const lyd_node *rpc, const Reply &reply)
+Output::Output(const lyd_node *rpc, const Reply &reply) : m_text(reply.data)
 {
-    if (!reply.data) {
-        return nc_server_reply_ok();
+    if (m_text == nullptr) {
+        return;
     }
-    lyd_node *output = nullptr;
     lyd_node *data = nullptr;
-    lyd_new_inner(nullptr, rpc->schema->module, rpc->schema->name, 0, &output);
-    lyd_new_any(output, nullptr, "data", const_cast<char *>(reply.data->c_str()), 0,
+    lyd_new_inner(nullptr, rpc->schema->module, rpc->schema->name, 0, &m_tree);
+    lyd_new_any(m_tree, nullptr, "data", nullptr, 0,
                 reply.is_xml ? LYD_ANYDATA_XML : LYD_ANYDATA_STRING, 1, &data);
-    return nc_server_reply_data(output, NC_WD_EXPLICIT, NC_PARAMTYPE_FREE);
+    reinterpret_cast<lyd_node_any *>(data)->value.str = m_text->c_str();
+}
+
+Output::~Output()
+{
+    if (m_tree != nullptr) {
+        // None of libyang's, which is not to look for it.
+        reinterpret_cast<lyd_node_any *>(lyd_child(m_tree))->value.str = nullptr;
+        lyd_free_all(m_tree);
+    }
+}
+
+Output &Output::operator=(Output &&other) noexcept
+{
+    std::swap(m_tree, other.m_tree);
+    std::swap(m_text, other.m_text);
+    return *this;
+}
+
+nc_server_reply *make_reply(const Output &output)
+{
+    return output.tree() != nullptr
+               ? nc_server_reply_data(output.tree(), NC_WD_EXPLICIT, NC_PARAMTYPE_CONST)
+               : nc_server_reply_ok();
 }
 
 nc_server_reply *make_reply(const ly_ctx *context, const std::vector<RpcError> &errors)

@@ -10,7 +10,7 @@
 #include <libyang/libyang.h>
 #include <nc_server.h>
 
-#include <optional>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -54,12 +54,40 @@ std::vector<RpcError> errors_of(const std::vector<Remark> &remarks);
 
 /** What a handler answers: nothing is <ok/>. */
 struct Reply {
-    std::optional<std::string> data{}; /**< Of the output. */
-    bool is_xml = true;                /**< What it is; else text. */
+    Reply() = default;
+    explicit Reply(std::shared_ptr<const std::string> text) : data(std::move(text)) {}
+    explicit Reply(std::string text, bool xml = true)
+        : data(std::make_shared<const std::string>(std::move(text))), is_xml(xml)
+    {
+    }
+
+    std::shared_ptr<const std::string> data{}; /**< Of the output. */
+    bool is_xml = true;                        /**< What it is; else text. */
 };
 
-/** @param rpc  What is answered. */
-nc_server_reply *make_reply(const lyd_node *rpc, const Reply &reply);
+/**
+ * The output of a reply, until it has been sent. libyang keeps texts of its own in a dictionary,
+ * for which it hashes all of a configuration twice with the whole context locked.
+ */
+class Output
+{
+public:
+    Output() = default;
+    /** @param rpc  What is answered. */
+    Output(const lyd_node *rpc, const Reply &reply);
+    ~Output();
+    Output(Output &&other) noexcept { *this = std::move(other); }
+    Output &operator=(Output &&other) noexcept;
+
+    lyd_node *tree() const { return m_tree; }
+
+private:
+    lyd_node *m_tree = nullptr;
+    std::shared_ptr<const std::string> m_text;
+};
+
+/** @param output  Must live until the reply is sent. */
+nc_server_reply *make_reply(const Output &output);
 nc_server_reply *make_reply(const ly_ctx *context, const std::vector<RpcError> &errors);
 
 } // namespace host::twin

@@ -164,7 +164,8 @@ bool is_operation(const std::string &name)
 nc_server_reply *answer(const Call &call)
 {
     try {
-        return make_reply(call.rpc, carry_out(call));
+        call.output = Output(call.rpc, carry_out(call));
+        return make_reply(call.output);
     } catch (const RpcFailure &failure) {
         return make_reply(call.context, failure.errors());
     } catch (const engine::InputError &failure) {

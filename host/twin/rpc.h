@@ -18,6 +18,7 @@ struct Call {
     const lyd_node *rpc;
     const ly_ctx *context;
     nc_session *handle;
+    Output &output; /**< Gets what is answered. */
     bool writable_running = false;
 
     /** Child of that name; null when the client has not sent it. */

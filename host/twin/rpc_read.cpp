@@ -98,28 +98,26 @@ std::string shown(const Call &call, const lyd_node *data, const Filter &filter, 
     return printed(data, mode);
 }
 
-/** All of what is running. */
-std::string shown_running(const Call &call, const engine::Datastore &tree)
+/** All of what is running, which many ask for. */
+std::shared_ptr<const std::string> all_of_running(const Call &call)
 {
     const WithDefaults mode = with_defaults_of(call.rpc);
     const PrintedCache::Way way{mode, !may(call.session->role(), Right::kSeeSecrets)};
-    const auto generation = call.device.data().running_generation();
-    if (const auto known = call.device.printed().find(generation, way)) {
-        return *known;
-    }
-    std::string text = shown(call, tree.root(), {}, mode);
-    call.device.printed().add(generation, way, text);
+    std::shared_ptr<const std::string> text;
+    call.device.data().read_running([&](const engine::Datastore &tree) {
+        text = call.device.printed().text(call.device.data().running_generation(), way,
+                                          [&] { return shown(call, tree.root(), Filter{}, mode); });
+    });
     return text;
 }
 
-std::string shown(const Call &call, DatastoreName datastore, const Filter &filter)
+std::shared_ptr<const std::string> shown(const Call &call, DatastoreName datastore,
+                                         const Filter &filter)
 {
-    std::string text;
     if (datastore == DatastoreName::kRunning && filter.is_everything()) {
-        call.device.data().read_running(
-            [&](const engine::Datastore &tree) { text = shown_running(call, tree); });
-        return text;
+        return all_of_running(call);
     }
+    std::string text;
     const auto read = [&](const engine::Datastore &tree) {
         text = shown(call, tree.root(), filter, with_defaults_of(call.rpc));
     };
@@ -134,7 +132,7 @@ std::string shown(const Call &call, DatastoreName datastore, const Filter &filte
         read(call.device.startup());
         break;
     }
-    return text;
+    return std::make_shared<const std::string>(std::move(text));
 }
 
 } // namespace
@@ -143,7 +141,7 @@ Reply get_config(const Call &call)
 {
     const auto source = place_of(call, "source");
     try {
-        return {shown(call, source.datastore.value(), filter_of(call))};
+        return Reply(shown(call, source.datastore.value(), filter_of(call)));
     } catch (const FilterError &failure) {
         throw bad_filter(failure.what());
     }
@@ -161,7 +159,7 @@ Reply get_schema(const Call &call)
         error.type = "application";
         throw RpcFailure(std::move(error));
     }
-    return {std::move(*text), false};
+    return Reply(std::move(*text), false);
 }
 
 Reply get(const Call &call)
@@ -172,7 +170,7 @@ Reply get(const Call &call)
     std::optional<std::string> failure;
     // An expression may speak of what only one of the two has.
     try {
-        text = shown(call, DatastoreName::kRunning, filter);
+        text = *shown(call, DatastoreName::kRunning, filter);
     } catch (const FilterError &why) {
         failure = why.what();
     }
@@ -183,7 +181,7 @@ Reply get(const Call &call)
             throw bad_filter(*failure);
         }
     }
-    return {text};
+    return Reply(std::move(text));
 }
 
 } // namespace host::twin

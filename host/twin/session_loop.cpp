@@ -14,6 +14,12 @@ namespace host::twin
 namespace
 {
 
+/** Of one session, for the callback. */
+struct Client {
+    SessionPtr session;
+    Output output; /**< What is being sent. */
+};
+
 /** libnetconf2 has one callback for all servers of a process. */
 std::atomic<SessionLoop *> current_loop{nullptr};
 
@@ -116,14 +122,15 @@ void SessionLoop::note(const std::string &text) const
 nc_server_reply *SessionLoop::answer(const lyd_node *rpc, nc_session *handle)
 {
     ly_err_clean(const_cast<ly_ctx *>(m_context), nullptr);
-    const auto *known = static_cast<Session *>(nc_session_get_data(handle));
-    const auto session = m_device.sessions().find(known->id());
+    auto &client = *static_cast<Client *>(nc_session_get_data(handle));
+    const auto &session = client.session;
     session->count(is_bad_rpc(rpc) ? &MessageCounts::in_bad_rpcs : &MessageCounts::in_rpcs);
     std::this_thread::sleep_for(m_setup.latency);
     if (must_fail(rpc->schema->name)) {
         return make_reply(m_context, {RpcError{"operation-failed", "This call fails on purpose."}});
     }
-    return twin::answer({m_device, session, rpc, m_context, handle, m_setup.writable_running});
+    return twin::answer(
+        {m_device, session, rpc, m_context, handle, client.output, m_setup.writable_running});
 }
 
 bool SessionLoop::must_fail(const std::string &rpc)
@@ -145,11 +152,13 @@ void SessionLoop::run(nc_session *handle, Author author, Role role, int fd)
 {
     author.session = nc_session_get_id(handle);
     const auto session = std::make_shared<Session>(std::move(author), role);
-    nc_session_set_data(handle, session.get());
+    Client client{session, {}};
+    nc_session_set_data(handle, &client);
     nc_pollsession *polled = nc_ps_new();
     nc_ps_add_session(polled, handle);
     m_device.begin_session(session);
     while (!m_ends && step(polled, session, fd)) {
+        client.output = {};
     }
     if (session->killed_by() != 0) {
         nc_session_set_term_reason(handle, NC_SESSION_TERM_KILLED);
