@@ -7,6 +7,7 @@ import os
 import ssl
 import subprocess
 import sys
+import tempfile
 
 from lxml import etree
 from ncclient.operations import RaiseMode, RPCError
@@ -97,6 +98,30 @@ def check_ssh_program(twin):
     assert refused.returncode != 0 and "uid=" not in refused.stdout, refused
 
 
+def check_ephemeral(program):
+    """Nothing is left of it."""
+    with tempfile.TemporaryDirectory() as folder:
+        path = os.path.join(folder, "card.sock")
+        words = [program, "--running", os.path.join(HERE, "running.xml"), "--ephemeral", "--no-ssh", "--unix", path]
+        with subprocess.Popen(words, stdout=subprocess.PIPE, text=True, env=dict(os.environ, TMPDIR=folder)) as server:
+            assert path in server.stdout.readline()
+            client = RawClient(path)
+            client.edit(CONFIG.format(LINK.format(7, "")).split(">", 1)[1].rsplit("<", 1)[0])
+            assert "<ok/>" in client.rpc("<commit/>")
+            server.terminate()
+        assert server.returncode == 0 and not os.listdir(folder), os.listdir(folder)
+
+
+def check_xml(twin):
+    """xmllint has nothing to say to replies, whatever is in the configuration."""
+    client = twin.raw()
+    text = "&lt;&amp;&gt;]]&gt;'\"\u00e9\u4e16"
+    client.edit(CONFIG.format(LINK.format(1, f"<onu><onu-id>1</onu-id><description>{text}</description></onu>")).split(">", 1)[1].rsplit("<", 1)[0])
+    for request in ("<get/>", "<get-config><source><candidate/></source></get-config>", "<commit/>", "<make-coffee/>", "<discard-changes/>",
+                    "<lock><target><url>&lt;]]&gt;</url></target></lock>"):
+        subprocess.run(["xmllint", "--noout", "-"], input=client.rpc(request).encode(), check=True)
+
+
 def make_certificates(folder):
     def path(name):
         return os.path.join(folder, name)
@@ -145,7 +170,9 @@ def main():
             check_operations(client)
         check_ssh_program(twin)
         assert subprocess.check_output([sys.argv[2], twin.socket], text=True) == "config\n"
+        check_xml(twin)
         check_door(twin)
+    check_ephemeral(sys.argv[1])
     twin = Twin([sys.argv[1]], os.path.join(HERE, "running.xml"))
     path = make_certificates(twin.state)
     twin.words += ["--tls", path("server.pem"), "--tls-key", path("server.key"), "--tls-ca", path("ca.pem"), "--tls-port", "0"]

@@ -347,6 +347,16 @@ SCRIPTS = {
         ("a", "<get>" + subtree(STATE.format("<sessions><session><session-id>{b}</session-id></session></sessions>")) + "</get>",
          ["<in-rpcs>1</in-rpcs><in-bad-rpcs>0</in-bad-rpcs><out-rpc-errors>0</out-rpc-errors><out-notifications>3</out-notifications>"]),
     ],
+    "a restart": [
+        ("eve", describe("one"), "ok"), ("a", COMMIT, "ok"), ("a", copy("running", "startup"), "ok"),
+        ("a", describe("two"), "ok"), ("a", COMMIT, "ok"), ("a", describe("left"), "ok"),
+        ("a", "restart", None),
+        ("eve", get_config(), ["two"]), ("a", get_config("candidate"), ["two", "!left"]), ("a", get_config("startup"), ["one", "!two"]),
+        ("a", describe("three"), "ok"), ("a", confirmed(timeout=100000, persist="token"), "ok"), ("a", get_config(), ["three"]),
+        ("a", "restart", None),
+        ("a", get_config(), ["two", "!three"]), ("a", "<commit><persist-id>token</persist-id></commit>", ["!<ok/>"]),
+        ("a", describe("four"), "ok"), ("a", COMMIT, "ok"),
+    ],
     "schemas": [
         ("a", '<get-schema xmlns="urn:ietf:params:xml:ns:yang:ietf-netconf-monitoring"><identifier>base</identifier></get-schema>', ["module base {"]),
         ("a", '<get-schema xmlns="urn:ietf:params:xml:ns:yang:ietf-netconf-monitoring"><identifier>gpon-twin-confirm</identifier></get-schema>', ["confirm-warnings"]),
@@ -403,6 +413,8 @@ class Script:
             client.rpc("<close-session/>")
             client.close()
             return self.clients.pop(name) and None
+        if request == "restart":
+            return self.restart()
         if request == "gone":
             try:
                 return f"answered {client.receive()}"
@@ -418,6 +430,16 @@ class Script:
                 time.sleep(0.02)
             return problem
         return self.judge(client.rpc(self.named(request)), answer)
+
+    def restart(self):
+        """Whoever knows the server by its key knows it again."""
+        for client in self.clients.values():
+            client.close()
+        self.clients = {}
+        before = self.twin.host_key()
+        self.twin.stop()
+        self.twin.start()
+        return None if self.twin.host_key() == before else "another host key"
 
     def judge(self, reply, answer):
         if answer == "ok":

@@ -69,6 +69,12 @@ class Twin:
         self.process = None
         return code
 
+    def host_key(self):
+        words = ["ssh-keyscan", "-p", str(self.port), "127.0.0.1"]
+        told = subprocess.run(words, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True, check=True).stdout
+        assert told
+        return sorted(line.split()[1:] for line in told.splitlines())
+
     def __enter__(self):
         return self.start()
 
