@@ -108,10 +108,11 @@ packages: program ## Builds Debian packages: the plug-in, the desk tools, and gp
 	cd $(build_dir) && rm -rf packages && cpack
 	@ls -l $(build_dir)/packages/*.deb
 
-test-packages: packages ## Checks the packages, and installs them into a bare Debian (as root)
+test-packages: packages ## Checks the packages, installs them into a bare Debian, and boots it (as root)
 	@cmake/install-deps.sh test-packages
 	tests/packages/check_packages.sh $(build_dir) $(build_dir)/rebuilt
 	tests/packages/clean_system.sh $(build_dir)/packages $(build_dir)/clean-system
+	tests/packages/service.sh $(build_dir)/clean-system
 
 test-fleet: program ## Checks 200 cards on two nodes with Slurm and with GNU parallel, and kills a worker (as root)
 	@cmake/install-deps.sh tests test-fleet
@@ -142,9 +143,11 @@ mutants: build ## Plants faults in the plug-in and tells which no test notices (
 soak: build ## Runs all golden cases 400 times in one process and looks for what grows
 	GLIBC_TUNABLES=glibc.malloc.tcache_count=0 $(bin_dir)/soak 400 examples
 
-fuzz: ## Looks for inputs that break something, SECONDS=n with each fuzzer
-	@cmake/install-deps.sh program fuzz
-	@test -f build/fuzz/build.ninja || cmake --preset fuzz
+fuzz: ## Looks for inputs that break something, SECONDS=n with each fuzzer (TWIN=ON: gpon-twin's as well)
+	@cmake/install-deps.sh program fuzz $(if $(filter ON,$(TWIN)),twin)
+	@{ test -f build/fuzz/build.ninja && { [ $(TWIN) = OFF ] || \
+	    grep -q '^GPON_TWIN:BOOL=ON' build/fuzz/CMakeCache.txt; }; } || \
+	    cmake --preset fuzz $(if $(filter ON,$(TWIN)),-DGPON_TWIN=ON)
 	cmake --build --preset fuzz --parallel $(JOBS)
 	fuzz/run.sh build/fuzz $(SECONDS)
 
