@@ -1,7 +1,9 @@
 #!/usr/bin/python3
 """Kills the server at random moments of a stream of commits: what was answered is there, and nothing that was not asked.
 
-usage: crash.py GPON_TWIN KILLS [SEED]
+usage: crash.py GPON_TWIN KILLS [SECONDS [SEED]]
+
+SECONDS is how long it may live at most.
 """
 import os
 import random
@@ -42,7 +44,8 @@ def commit_until_killed(twin, number):
 
 def main():
     program, kills = [sys.argv[1]], int(sys.argv[2])
-    seed = int(sys.argv[3]) if len(sys.argv) > 3 else random.randrange(1 << 30)
+    life = float(sys.argv[3]) if len(sys.argv) > 3 else 0.25
+    seed = int(sys.argv[4]) if len(sys.argv) > 4 else random.randrange(1 << 30)
     dice = random.Random(seed)
     state = tempfile.mkdtemp(prefix="gpon-twin-crash-")
     answered = asked = 0
@@ -55,7 +58,7 @@ def main():
             assert len(found) == 2 and found[0] == found[1], f"half a commit: {text}"
             running = int(found[0] or 0)
             assert answered <= running <= asked, f"seed {seed}, kill {kill}: {running} runs, {answered} was answered, {asked} asked"
-            timer = threading.Timer(dice.uniform(0, 0.25), lambda one=twin.process: one.send_signal(signal.SIGKILL))
+            timer = threading.Timer(dice.uniform(0, life), lambda one=twin.process: one.send_signal(signal.SIGKILL))
             timer.start()
             answered, asked = commit_until_killed(twin, running)
             commits += answered - running
