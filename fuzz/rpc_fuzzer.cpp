@@ -99,7 +99,7 @@ public:
     std::string make()
     {
         static constexpr std::array kBodies{
-            "<edit-config><target>D</target>T<config>E</config></edit-config>",
+            "<edit-config><target>D</target>TX<config>E</config></edit-config>",
             "<edit-config><target><candidate/></target>O<config>E</config></edit-config>",
             "<edit-config><target><candidate/></target><config>E</config></edit-config>",
             "<commit>W</commit>",
@@ -144,6 +144,9 @@ private:
         case 'O':
             return pick({"", "<default-operation>replace</default-operation>",
                          "<default-operation>none</default-operation>"});
+        case 'X':
+            return pick({"", "<error-option>continue-on-error</error-option>",
+                         "<error-option>rollback-on-error</error-option>"});
         case 'W':
             return pick({"", "<confirm-warnings xmlns='urn:olt:gpon:twin:confirm'/>"});
         case 'P':

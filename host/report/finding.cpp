@@ -89,6 +89,7 @@ Finding finding_of(const engine::Problem &problem)
     finding.path = problem.path;
     finding.text = problem.message;
     finding.help = problem.hint;
+    finding.culprit = problem.culprit;
     finding.evidence.location = {problem.source, problem.line, problem.column};
     return finding;
 }

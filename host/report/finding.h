@@ -30,10 +30,11 @@ struct Finding {
     Severity severity = Severity::kError;
     /** Opaque key of a rule, identifier of a fault, or the kind's own name; never empty. */
     std::string id;
-    std::string path;  /**< Node in the card; may be empty. */
-    std::string text;  /**< As the card says it; never empty. */
-    std::string help;  /**< The way to resolve it; may be empty. */
-    std::string about; /**< What all of this id have in common; may be empty. */
+    std::string path;      /**< Node in the card; may be empty. */
+    std::string text;      /**< As the card says it; never empty. */
+    std::string help;      /**< The way to resolve it; may be empty. */
+    std::string about;     /**< What all of this id have in common; may be empty. */
+    std::string culprit{}; /**< Of a problem: the attribute or missing node that it names. */
     Evidence evidence;
 };
 

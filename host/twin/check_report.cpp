@@ -78,34 +78,14 @@ std::string last_name(const std::string &path)
     return name;
 }
 
-/** What is missing, which stands in quotes in all such texts. */
-std::string first_quoted(const std::string &text)
-{
-    const auto begin = text.find('"') + 1;
-    return begin != 0 ? text.substr(begin, text.find('"', begin) - begin) : "";
-}
-
-std::string attribute_of(const std::string &text)
-{
-    if (text.rfind("Unknown attribute ", 0) == 0) {
-        return text.substr(text.find_last_of(" :") + 1);
-    }
-    for (const char *name : {"key", "value"}) {
-        if (text.find(std::string("yang:") + name) != std::string::npos) {
-            return name;
-        }
-    }
-    return text.find("insert") != std::string::npos ? "insert" : "operation";
-}
-
 /** What RFC 6241, appendix A, demands of the error-info of some tags. */
 void add_culprits(Remark &remark, const Finding &finding)
 {
     if (remark.tag == "bad-attribute" || remark.tag == "unknown-attribute") {
-        remark.bad_attribute = attribute_of(finding.text);
+        remark.bad_attribute = finding.culprit;
     }
     if (remark.tag == "missing-element") {
-        remark.bad_element = first_quoted(finding.text);
+        remark.bad_element = finding.culprit;
     } else if (!remark.bad_attribute.empty() || remark.tag == "bad-element" ||
                remark.tag == "unknown-element") {
         remark.bad_element = last_name(finding.path);

@@ -116,9 +116,9 @@ bool has_default_tags(const lyd_node *tree)
     return !tagged_below(tree).empty();
 }
 
-void resolve_default_tags(lyd_node *&tree, const std::optional<EditOfDefaults> &edit)
+void resolve_default_tags(Tree &tree, const std::optional<EditOfDefaults> &edit)
 {
-    for (lyd_node *node : tagged_below(tree)) {
+    for (lyd_node *node : tagged_below(tree.get())) {
         if (is_tagged_as_other(node)) {
             lyd_free_meta_single(tag_of(node));
             continue;
@@ -132,8 +132,9 @@ void resolve_default_tags(lyd_node *&tree, const std::optional<EditOfDefaults> &
             make_removal(node, *edit);
             continue;
         }
-        if (node == tree) {
-            tree = tree->next;
+        if (node == tree.get()) {
+            static_cast<void>(tree.release());
+            tree.reset(node->next);
         }
         lyd_free_tree(node);
     }

@@ -4,7 +4,7 @@
  */
 #pragma once
 
-#include "engine/schema/yang.h"
+#include "twin/selection.h"
 
 #include <functional>
 #include <optional>
@@ -26,10 +26,10 @@ bool has_default_tags(const lyd_node *tree);
 /**
  * Whoever tags a leaf wants its default, and has to name it. In an edit such a leaf becomes one to
  * remove; from a configuration it is taken out.
- * @param tree  The first of siblings, and may be another one then.
+ * @param tree  A copy of what the client has sent.
  * @param edit  Nothing: it is a whole configuration.
  * @throws RpcFailure  The value is not the default, or the operation does not allow it.
  */
-void resolve_default_tags(lyd_node *&tree, const std::optional<EditOfDefaults> &edit);
+void resolve_default_tags(Tree &tree, const std::optional<EditOfDefaults> &edit);
 
 } // namespace host::twin

@@ -101,8 +101,8 @@ engine::Source config_of(const lyd_node *any, const std::optional<EditOfDefaults
             lyd_node *copy = nullptr;
             lyd_dup_siblings(content, nullptr, LYD_DUP_RECURSIVE, &copy);
             resolved.reset(copy);
-            resolve_default_tags(copy, edit);
-            content = copy;
+            resolve_default_tags(resolved, edit);
+            content = resolved.get();
         }
         char *printed = nullptr;
         lyd_print_mem(&printed, content, LYD_XML, LYD_PRINT_WITHSIBLINGS | LYD_PRINT_KEEPEMPTYCONT);

@@ -43,14 +43,16 @@ void AttributeFaults::add(const Attribute &attribute, const std::string &path, T
     if (m_content == Content::kConfiguration && is_known(attribute)) {
         m_problems.push_back({Fault::kUnknownAttribute, m_source.name, place.line, path,
                               "The attribute " + written + " belongs into edits",
-                              "this is read as a whole configuration", column});
+                              "this is read as a whole configuration", column,
+                              std::string(attribute.name)});
         return;
     }
     const bool is_xml = m_format == Format::kXml;
     const char *hint = is_xml ? kXmlHint : kJsonHint;
     m_problems.push_back({Fault::kUnknownAttribute, m_source.name, place.line, path,
                           (is_xml ? "Unknown attribute " : "Unknown metadata ") + written,
-                          m_content == Content::kEdit ? hint : "a configuration has none", column});
+                          m_content == Content::kEdit ? hint : "a configuration has none", column,
+                          std::string(attribute.name)});
 }
 
 void AttributeFaults::add_duplicate(const std::string &name, const std::string &path,

@@ -36,6 +36,8 @@ struct Problem {
     std::string message; /**< What is wrong. */
     std::string hint;    /**< What would be right; may be empty. */
     unsigned column = 0; /**< In characters, from 1; 0 when not known. */
+    /** Name of the attribute that is wrong, or of the node that is missing; else empty. */
+    std::string culprit{};
 };
 
 /** A message that may hold text of any length: at most a line of it, the rest is an ellipsis. */

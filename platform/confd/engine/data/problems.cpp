@@ -178,6 +178,7 @@ Problem problem_of(const Schema &schema, const ly_err_item &item, const std::str
     problem.path = brace_path(location.data.empty() ? location.schema : location.data);
     problem.message = item.msg != nullptr ? item.msg : "Invalid data";
     problem.hint = hint_for(schema, location, problem.fault, problem.message);
+    problem.culprit = problem.fault == Fault::kIncomplete ? quoted_name(problem.message) : "";
     return problem;
 }
 

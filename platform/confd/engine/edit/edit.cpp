@@ -74,7 +74,7 @@ private:
     lyd_node *find_anchor(const lyd_node *node, lyd_node *target);
 
     void add_problem(Fault fault, const lyd_node *node, const std::string &message,
-                     const std::string &hint);
+                     const std::string &hint, const std::string &culprit = "");
     lyd_node *siblings_below(const lyd_node *parent) const
     {
         return parent != nullptr ? lyd_child(parent) : m_tree.root();
@@ -120,6 +120,11 @@ const char *metadata(const lyd_node *node, const char *name)
     return meta != nullptr ? lyd_get_meta_value(meta) : nullptr;
 }
 
+std::string without_prefix(const std::string &name)
+{
+    return name.substr(name.find(':') + 1);
+}
+
 EditTree read_edit(const Schema &schema, const Source &edit)
 {
     EditTree tree = parse_edit(schema, edit);
@@ -149,7 +154,8 @@ void EditApplier::apply_node(const lyd_node *node, lyd_node *parent, Operation o
     lyd_node *target = find(node, parent);
     if (is_deletion(operation)) {
         if (node->schema != nullptr && metadata(node, "yang:insert") != nullptr) {
-            add_problem(Fault::kInvalidAttribute, node, "Cannot be deleted and inserted", "");
+            add_problem(Fault::kInvalidAttribute, node, "Cannot be deleted and inserted", "",
+                        "insert");
         } else if (is_set(target)) {
             remove(target);
         } else if (operation == Operation::kDelete) {
@@ -224,10 +230,10 @@ void EditApplier::encrypt_siblings(const lyd_node *first, lyd_node *parent)
 }
 
 void EditApplier::add_problem(Fault fault, const lyd_node *node, const std::string &message,
-                              const std::string &hint)
+                              const std::string &hint, const std::string &culprit)
 {
     constexpr std::size_t kMaxPlaces = 100; // Each takes as long as there are nodes like it.
-    m_problems.push_back({fault, m_source.name, 0, edit_path(node), message, hint});
+    m_problems.push_back({fault, m_source.name, 0, edit_path(node), message, hint, 0, culprit});
     if (m_problems.size() <= kMaxPlaces) {
         TextPlaces::put(m_problems.back(), m_places.of_written(node));
     }
@@ -288,7 +294,7 @@ void EditApplier::refuse_key_deletion(const lyd_node *entry)
         const auto operation = own_operation(key);
         if (operation && is_deletion(*operation)) {
             add_problem(Fault::kInvalidAttribute, key, "A key cannot be deleted",
-                        "put the operation on the list entry");
+                        "put the operation on the list entry", "operation");
         }
     }
 }
@@ -354,7 +360,7 @@ void EditApplier::refuse_lost_anchor(const lyd_node *node, std::string_view inse
     for (const char *name : {"yang:key", "yang:value"}) {
         if (insert != "before" && insert != "after" && metadata(node, name) != nullptr) {
             add_problem(Fault::kInvalidAttribute, node, std::string(name) + " has no meaning here",
-                        "it goes with yang:insert=\"before\" or \"after\"");
+                        "it goes with yang:insert=\"before\" or \"after\"", without_prefix(name));
         }
     }
 }
@@ -369,7 +375,7 @@ void EditApplier::place(const lyd_node *node, lyd_node *target)
     }
     if (!Schema::of(node)->is_user_ordered()) {
         add_problem(Fault::kInvalidAttribute, node, std::string("Cannot be inserted ") + insert,
-                    "the system orders this list");
+                    "the system orders this list", "insert");
         return;
     }
     const bool before = std::strcmp(insert, "first") == 0 || std::strcmp(insert, "before") == 0;
@@ -399,7 +405,7 @@ lyd_node *EditApplier::find_anchor(const lyd_node *node, lyd_node *target)
     const std::string where = "Cannot be inserted " + insert;
     if (wanted == nullptr) {
         add_problem(Fault::kInvalidAttribute, node, where + " an entry: " + name + " is missing",
-                    "");
+                    "", without_prefix(name));
         return nullptr;
     }
     lyd_node *anchor = nullptr;
@@ -411,7 +417,7 @@ lyd_node *EditApplier::find_anchor(const lyd_node *node, lyd_node *target)
     } else if (result != LY_SUCCESS) {
         const auto why = take_problems(m_tree.schema(), m_source.name);
         add_problem(Fault::kInvalidAttribute, node,
-                    where + " " + wanted + ": " + why.front().message, "");
+                    where + " " + wanted + ": " + why.front().message, "", without_prefix(name));
     }
     return anchor;
 }

@@ -49,8 +49,8 @@ private:
     void explain_list(const lyd_node *entry, const SchemaNode &list);
     void explain_value(const lyd_node *leaf, const SchemaNode &schema);
     bool fits(const lyd_node *leaf, const SchemaNode &schema) const;
-    void add(Fault fault, const lyd_node *node, const std::string &message,
-             const std::string &hint);
+    void add(Fault fault, const lyd_node *node, const std::string &message, const std::string &hint,
+             const std::string &culprit = "");
 
     const Schema &m_schema;
     const Source &m_edit;
@@ -73,7 +73,7 @@ void FaultFinder::explain(const lyd_node *node)
         explain_unknown(node);
     } else if (operation != nullptr && !own_operation(node)) {
         add(Fault::kInvalidAttribute, node, std::string("Invalid operation ") + operation,
-            "one of merge, replace, create, delete, remove");
+            "one of merge, replace, create, delete, remove", "operation");
     } else if (schema->is_list()) {
         explain_list(node, *schema);
     } else if (schema->is_leaf() || schema->is_leaf_list()) {
@@ -110,7 +110,7 @@ void FaultFinder::explain_list(const lyd_node *entry, const SchemaNode &list)
         }
         if (child == nullptr) {
             add(Fault::kIncomplete, entry,
-                "List instance is missing its key \"" + key->name + "\".", "");
+                "List instance is missing its key \"" + key->name + "\".", "", key->name);
         } else if (!fits(child, *key)) {
             explain_value(child, *key);
         }
@@ -140,9 +140,9 @@ void FaultFinder::explain_value(const lyd_node *leaf, const SchemaNode &schema)
 }
 
 void FaultFinder::add(Fault fault, const lyd_node *node, const std::string &message,
-                      const std::string &hint)
+                      const std::string &hint, const std::string &culprit)
 {
-    problems.push_back({fault, m_edit.name, 0, edit_path(node), message, hint});
+    problems.push_back({fault, m_edit.name, 0, edit_path(node), message, hint, 0, culprit});
     if (problems.size() <= kMaxPlaces) {
         TextPlaces::put(problems.back(), m_places.of_written(node));
     }
