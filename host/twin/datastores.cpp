@@ -1,6 +1,7 @@
 #include "twin/datastores.h"
 
 #include "engine/data/defaults.h"
+#include "engine/data/path.h"
 #include "engine/edit/edit.h"
 
 namespace host::twin
@@ -16,9 +17,32 @@ Source made(const std::string &edit)
     return {"change", edit};
 }
 
+/** Two nodes in the place of one: there is no edit that makes such a tree. */
+void require_no_duplicates(const Datastore &tree, const Source &source)
+{
+    std::vector<engine::Problem> problems;
+    for (const lyd_node *top = tree.root(); top != nullptr; top = top->next) {
+        const lyd_node *node = nullptr;
+        LYD_TREE_DFS_BEGIN(top, node)
+        {
+            lyd_node *first = nullptr;
+            if (lyd_find_sibling_first(node, node, &first) == LY_SUCCESS && first != node) {
+                problems.push_back({engine::Fault::kDuplicate, source.name, 0,
+                                    engine::path_text(node), "Duplicate node",
+                                    "a configuration names a node once"});
+            }
+            LYD_TREE_DFS_END(top, node);
+        }
+    }
+    if (!problems.empty()) {
+        throw engine::InputError(std::move(problems));
+    }
+}
+
 Datastore parsed(const Datastore &running, const Source &configuration)
 {
     auto tree = Datastore::parse(running.schema_ptr(), configuration, &running);
+    require_no_duplicates(tree, configuration);
     engine::add_defaults(tree);
     return tree;
 }

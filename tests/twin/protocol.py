@@ -179,6 +179,8 @@ SCRIPTS = {
         ("a", on("delete-config", "startup"), "ok"), ("a", get_config("startup"), ["!inline"]),
         ("a", on("delete-config", "candidate"), ["!<ok/>"]),
         ("a", copy("running", "running"), ["!<ok/>"]),
+        ("a", copy(None, "candidate", onu(1, "").replace("</gpon>", "<onu><onu-id>1</onu-id></onu></gpon>")),
+         refused("bad-element", None, "onu", "application")),
         ("a", f"<validate><source><config>{onu(1, '')}</config></source></validate>", ["!<ok/>"]),
         ("a", "<validate><source><running/></source></validate>", "ok"),
     ],
