@@ -67,12 +67,16 @@ def time_commits(twin, build):
 
 def time_reading(twin, build):
     client = twin.raw()
-    client.rpc(GET)
-    got = [seconds(lambda: client.rpc(GET)) for _ in range(20)]
-    print(f"get-config of {len(client.rpc(GET)) >> 10} KiB: {milliseconds(got)}")
+    first = []
+    for number in range(20):
+        commit(client, number)
+        first.append(seconds(lambda: client.rpc(GET)))
+    again = [seconds(lambda: client.rpc(GET)) for _ in range(20)]
+    print(f"get-config of {len(client.rpc(GET)) >> 10} KiB after a commit: {milliseconds(first)}")
+    print(f"  again: {milliseconds(again)}")
     told = subprocess.run([os.path.join(build, "bin", "twin_print"), RUNNING], stdout=subprocess.PIPE, check=True).stdout
     printing = json.loads(told)["ms"] / 1000
-    print(f"  printing it: {printing * 1000:.1f} ms; {statistics.median(got) / printing:.1f} times (aim: 2)")
+    print(f"  printing it: {printing * 1000:.1f} ms; the first {statistics.median(first) / printing:.1f} times that (aim: 2)")
 
 
 def time_many(twin, build):
