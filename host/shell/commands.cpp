@@ -4,6 +4,7 @@
 #include "engine/data/path.h"
 #include "engine/data/source_file.h"
 #include "report/printable.h"
+#include "report/report_json.h"
 #include "report/report_text.h"
 #include "shell/edit_text.h"
 #include "shell/show.h"
@@ -19,6 +20,7 @@ namespace
 {
 
 constexpr std::size_t kMaxMinutes = 24 * 60;
+constexpr std::size_t kHistoryLength = 20;
 
 /** Words behind the command. */
 Words arguments(const CommandLine &line)
@@ -139,7 +141,13 @@ Result run_show(Shell &shell, const CommandLine &line)
 {
     auto request = read_show(shell.schema(), shell.base, line);
     request.for_terminal = shell.io.is_terminal;
+    if (request.compares) {
+        shell.session.refresh();
+    }
     shell.io.out << show(shell.session, request, shell.io.style);
+    if (request.shows_secrets && shell.session.hides_secrets()) {
+        throw CommandError("the server shows secrets to admins alone");
+    }
     return Result::kAccepted;
 }
 
@@ -224,6 +232,9 @@ Result run_save(Shell &shell, const CommandLine &line)
     file.commit();
     shell.session.note_saved();
     shell.io.out << "Saved to " << printable(name)
+                 << (shell.session.hides_secrets()
+                         ? ", without the secrets, which the server shows to admins alone"
+                         : "")
                  << (shell.session.is_modified() ? ", with changes that are not committed.\n"
                                                  : ".\n");
     return Result::kAccepted;
@@ -232,6 +243,13 @@ Result run_save(Shell &shell, const CommandLine &line)
 Result run_explain(Shell &shell, const CommandLine &line)
 {
     require_words(line, 0, 0);
+    if (!line.filters.empty()) {
+        if (line.filters != std::vector<Words>{{"json"}}) {
+            throw CommandError("explain takes | json, and no other");
+        }
+        shell.io.out << print_json(shell.session.explain_json(), shell.io.is_terminal);
+        return Result::kAccepted;
+    }
     const auto text = shell.session.explain();
     shell.io.out << (text.empty() ? "There is no verdict yet: `validate` asks for one.\n" : text);
     return Result::kAccepted;
@@ -239,15 +257,19 @@ Result run_explain(Shell &shell, const CommandLine &line)
 
 Result run_headroom(Shell &shell, const CommandLine &line)
 {
-    require_words(line, 0, 0);
-    shell.io.out << shell.session.headroom(shell.io.width ? shell.io.width() : 0);
+    require_words(line, 0, 1);
+    const bool all = line.words.size() > 1;
+    if (all && line.words[1] != "all") {
+        throw CommandError(line.words[1] + " is no word of headroom", "headroom [all]");
+    }
+    shell.io.out << shell.session.headroom(
+        {shell.io.width ? shell.io.width() : 0, all, "headroom all"});
     return Result::kAccepted;
 }
 
 Result run_history(Shell &shell, const CommandLine &line)
 {
-    require_words(line, 0, 0);
-    const auto entries = shell.session.history();
+    const auto [entries, remark] = shell.session.history(last_number(line, kHistoryLength));
     if (entries.empty()) {
         shell.io.out << "There were no commits.\n";
     }
@@ -257,6 +279,7 @@ Result run_history(Shell &shell, const CommandLine &line)
                      << (entry.by.empty() ? "" : printable(entry.by) + "  ")
                      << printable(entry.note) << "  (rollback " << i + 1 << " undoes it)\n";
     }
+    shell.io.out << (remark.empty() ? "" : remark + "\n");
     return Result::kAccepted;
 }
 

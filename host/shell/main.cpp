@@ -53,7 +53,8 @@ std::unique_ptr<Session> open_session(const ShellOptions &options, const host::S
         if (isatty(STDIN_FILENO) != 0 && isatty(STDOUT_FILENO) != 0) {
             address.ask = ask_at_terminal;
         }
-        return std::make_unique<NetconfSession>(std::move(address), interrupted, style);
+        return std::make_unique<NetconfSession>(std::move(address), setup_of(options, style),
+                                                interrupted);
     }
     return std::make_unique<FileSession>(setup_of(options, style), interrupted);
 }

@@ -7,6 +7,7 @@
 #include <libssh/libssh.h>
 #include <memory>
 #include <nc_client.h>
+#include <netdb.h>
 #include <pugixml.hpp>
 #include <string_view>
 
@@ -17,6 +18,7 @@ namespace
 
 constexpr int kSendMs = 10'000;
 constexpr int kTickMs = 200;
+constexpr const char *kNotificationNamespace = "urn:ietf:params:xml:ns:netconf:notification:1.0";
 
 struct FreeText {
     void operator()(char *text) const { std::free(text); }
@@ -78,8 +80,11 @@ std::vector<ServerError> errors_in(const lyd_node *envelope)
 std::string data_in(const lyd_node *reply)
 {
     const auto *data = reply != nullptr ? lyd_child(reply) : nullptr;
-    if (data == nullptr || data->schema == nullptr || (data->schema->nodetype & LYS_ANYDATA) == 0) {
+    if (data == nullptr || data->schema == nullptr) {
         return "";
+    }
+    if ((data->schema->nodetype & LYS_ANYDATA) == 0) {
+        return printed(reply);
     }
     const auto *any = reinterpret_cast<const lyd_node_any *>(data);
     return any->value_type == LYD_ANYDATA_DATATREE ? printed(any->value.tree)
@@ -116,6 +121,17 @@ std::string fingerprint_of(ssh_session session)
     }
     ssh_key_free(key);
     return text;
+}
+
+/** The library has no words for a name that nobody knows. @throws SessionError */
+void require_known_host(const std::string &host)
+{
+    addrinfo *found = nullptr;
+    const int failure = getaddrinfo(host.c_str(), nullptr, nullptr, &found);
+    if (failure != 0) {
+        throw SessionError(host + ": " + gai_strerror(failure));
+    }
+    freeaddrinfo(found);
 }
 
 int refuse(const std::string &reason)
@@ -201,7 +217,7 @@ std::string braces_of(const std::string &xpath)
     return text + (has_keys ? "}" : "");
 }
 
-NetconfClient::NetconfClient(ServerAddress address, const std::atomic<bool> &interrupt)
+NetconfClient::NetconfClient(ServerAddress address, std::atomic<bool> &interrupt)
     : m_address(std::move(address)), m_interrupt(interrupt),
       m_context(twin::make_server_context(true))
 {
@@ -233,6 +249,9 @@ std::string NetconfClient::name() const
 void NetconfClient::connect()
 {
     close();
+    if (m_address.socket.empty()) {
+        require_known_host(m_address.host);
+    }
     last_words.clear();
     is_refused = false;
     m_session = m_address.socket.empty()
@@ -242,6 +261,41 @@ void NetconfClient::connect()
         throw SessionError(name() + " cannot be reached" +
                            (last_words.empty() ? "" : ": " + last_words));
     }
+    if (tells_events()) {
+        ask(std::string("<create-subscription xmlns=\"") + kNotificationNamespace + "\"/>");
+    }
+}
+
+bool NetconfClient::offers(const std::string &capability) const
+{
+    return is_connected() && nc_session_cpblt(m_session, capability.c_str()) != nullptr;
+}
+
+bool NetconfClient::tells_events() const
+{
+    return offers("urn:ietf:params:netconf:capability:interleave:1.0");
+}
+
+std::uint32_t NetconfClient::session_id() const
+{
+    return m_session != nullptr ? nc_session_get_id(m_session) : 0;
+}
+
+std::vector<std::string> NetconfClient::take_events()
+{
+    std::vector<std::string> events;
+    while (is_connected()) {
+        lyd_node *envelope = nullptr;
+        lyd_node *event = nullptr;
+        const auto kind = nc_recv_notif(m_session, 0, &envelope, &event);
+        const Tree envelope_owner(envelope);
+        const Tree event_owner(event);
+        if (kind != NC_MSG_NOTIF) {
+            break;
+        }
+        events.push_back(printed(event));
+    }
+    return events;
 }
 
 bool NetconfClient::is_connected() const
@@ -275,7 +329,7 @@ ServerReply NetconfClient::ask(const std::string &body)
         if (kind == NC_MSG_REPLY) {
             return {errors_in(envelope), data_in(reply)};
         }
-        if (kind == NC_MSG_WOULDBLOCK && m_interrupt) {
+        if (kind == NC_MSG_WOULDBLOCK && m_interrupt.exchange(false)) {
             throw ConnectionLost("interrupted");
         }
         if (kind != NC_MSG_WOULDBLOCK && kind != NC_MSG_NOTIF) {

@@ -29,9 +29,9 @@ void add_options(CLI::App &app, ShellOptions &options)
                                    "A card's NETCONF server: a UNIX socket, or user@host:port")
                         ->type_name("SERVER")
                         ->excludes(running);
-    app.add_option("--card", options.card, "Capabilities of the card (JSON)")
-        ->type_name("FILE")
-        ->excludes(connect);
+    app.add_option("--card", options.card,
+                   "Capabilities of the card (JSON); of a server's for headroom only")
+        ->type_name("FILE");
     app.add_option("--plugin", options.plugin, "Another plug-in than the card's")
         ->type_name("FILE")
         ->excludes(connect);

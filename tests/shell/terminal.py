@@ -21,7 +21,7 @@ class Screen:
         environment = {"TERM": "xterm", "LC_ALL": "C.UTF-8", "NO_COLOR": "1", "XDG_STATE_HOME": folder, "PATH": os.environ["PATH"],
                        "GPON_TEST_SCRIPT": os.environ.get("GPON_TEST_SCRIPT", "")}
         self.child = pexpect.spawn(program, ["--running", running, *options], env=environment, encoding="utf-8",
-                                   dimensions=(50, columns), timeout=float(os.environ.get('PATIENCE', 30)))
+                                   dimensions=(50, columns), timeout=60)
         self.child.expect("> ")
 
     def type(self, keys, *expected):
@@ -58,11 +58,15 @@ def completion(program, folder, full_card):
     screen.type("mat" + TAB, "ch ")
     screen.type(CTRL_C, re.escape("^C"), "> ")
     screen.type("show serv" + TAB, "ice-port ")
-    start = time.monotonic()
     screen.type("409" + TAB, "  409\r", "  4096\r")
+    screen.child.delaybeforesend = None
+    times = []
+    for _ in range(5):
+        start = time.monotonic()
+        screen.type("?", "  409\r", "  4096\r")
+        times.append(time.monotonic() - start)
+    assert min(times) < 0.1, f"completions in a list of 4096 took {times} s"
     screen.type("6 ?", "description|port")
-    took = time.monotonic() - start
-    assert took < 2, f"two completions in a list of 4096 took {took:.2f} s"
     screen.type(CTRL_C, re.escape("^C"), "> ")
     screen.type("delete interface gpon 9 9 9 onu ?", "<1..128>")
     screen.type(CTRL_C, re.escape("^C"), "> ")
