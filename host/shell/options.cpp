@@ -30,7 +30,7 @@ void add_options(CLI::App &app, ShellOptions &options)
                         ->type_name("SERVER")
                         ->excludes(running);
     app.add_option("--card", options.card,
-                   "Capabilities of the card (JSON); of a server's for headroom only")
+                   "Capabilities of the card (JSON); on a server for headroom only")
         ->type_name("FILE");
     app.add_option("--plugin", options.plugin, "Another plug-in than the card's")
         ->type_name("FILE")
