@@ -103,7 +103,9 @@ private:
     void stop(int fault)
     {
         m_fault = fault;
-        m_fault_offset = offset();
+        // Who closes another element than the open one is told of the tag, not of its end.
+        m_fault_offset =
+            fault == XML_ERR_TAG_NAME_MISMATCH ? m_text.rfind('<', offset()) : offset();
         xmlStopParser(m_parser.get());
     }
 
