@@ -61,7 +61,7 @@ void make(Shell &shell, const EditTree &edit)
 Result commit(Shell &shell, CommitRequest request)
 {
     std::ostream &out = shell.io.out;
-    const bool changes = shell.session.is_modified();
+    const bool changes = shell.session.has_changes();
     if (shell.io.answer == true) {
         request.confirms_warnings = true;
     }
@@ -199,7 +199,8 @@ Result run_load(Shell &shell, const CommandLine &line)
     if (how != "merge" && how != "replace") {
         throw CommandError(how + " is neither merge nor replace", "load merge|replace FILE");
     }
-    const auto source = engine::read_source(line.words[2]);
+    auto source = engine::read_source(line.words[2]);
+    source.reading = shell.reading;
     if (twin::Masking(shell.schema()).is_masked(source.text)) {
         throw CommandError("in " + line.words[2] + " *** stands in place of a secret",
                            "`save` and `show | secrets` write secrets as they are");
@@ -235,7 +236,7 @@ Result run_save(Shell &shell, const CommandLine &line)
                  << (shell.session.hides_secrets()
                          ? ", without the secrets, which the server shows to admins alone"
                          : "")
-                 << (shell.session.is_modified() ? ", with changes that are not committed.\n"
+                 << (shell.session.has_changes() ? ", with changes that are not committed.\n"
                                                  : ".\n");
     return Result::kAccepted;
 }

@@ -237,7 +237,7 @@ std::string FileSession::news()
 
 std::string FileSession::unsaved() const
 {
-    if (m_data.is_modified()) {
+    if (has_changes()) {
         return "Changes were not committed.";
     }
     return m_is_saved ? "" : "What was committed is in no file: `save FILE` writes it.";

@@ -37,6 +37,7 @@ FileSetup setup_of(const ShellOptions &options, const host::Style &style)
     if (!options.running.empty()) {
         setup.running = engine::read_source(options.running);
         setup.running->name = options.running;
+        setup.running->reading.skip_foreign = options.skip_foreign;
     }
     setup.plugin = options.plugin;
     setup.idle_timeout = std::chrono::seconds(options.timeout_s);
@@ -73,6 +74,7 @@ int run(const ShellOptions &options)
         io.ask = ask_at_terminal;
     }
     Shell shell(*session, std::move(io));
+    shell.reading.skip_foreign = options.skip_foreign;
     if (asks) {
         TerminalOptions terminal;
         if (!options.no_history) {

@@ -177,8 +177,13 @@ ServerAddress read_address(const std::string &text)
         return address;
     }
     address.user = text.substr(0, at);
-    const bool has_port = colon != std::string::npos && colon > at;
+    const auto bracket = text.rfind(']'); // Around an IPv6 address.
+    const bool has_port = colon != std::string::npos && colon > at &&
+                          (bracket == std::string::npos || colon > bracket);
     address.host = text.substr(at + 1, has_port ? colon - at - 1 : std::string::npos);
+    if (address.host.size() > 2 && address.host.front() == '[' && address.host.back() == ']') {
+        address.host = address.host.substr(1, address.host.size() - 2);
+    }
     const std::string_view port = has_port ? std::string_view(text).substr(colon + 1) : "830";
     const auto [end, failure] =
         std::from_chars(port.data(), port.data() + port.size(), address.port);

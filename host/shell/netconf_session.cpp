@@ -26,6 +26,9 @@ NetconfSession::NetconfSession(ServerAddress address, FileSetup rules, Interrupt
     : m_interrupt(interrupt), m_client(std::move(address), interrupt), m_rules(std::move(rules))
 {
     m_client.connect();
+    if (!m_client.offers("urn:ietf:params:netconf:capability:candidate:1.0")) {
+        throw SessionError(name() + " has no candidate to work on");
+    }
     load();
 }
 
@@ -55,10 +58,15 @@ std::string NetconfSession::read(const std::string &datastore)
 
 Datastore NetconfSession::parsed(const std::string &datastore, const std::string &xml) const
 {
-    Datastore tree = xml.empty()
-                         ? Datastore(model_schema())
-                         : Datastore::parse(model_schema(),
-                                            {datastore + " of " + name(), without_masked(xml), {}});
+    // A device has other models besides.
+    Datastore tree =
+        xml.empty()
+            ? Datastore(model_schema())
+            : Datastore::parse(model_schema(),
+                               {datastore + " of " + name(), without_masked(xml), {true, ""}});
+    if (!xml.empty() && tree.root() == nullptr) {
+        throw SessionError(name() + " has no configuration of this card's model");
+    }
     engine::add_defaults(tree);
     return tree;
 }
@@ -367,7 +375,7 @@ std::string NetconfSession::news()
 
 std::string NetconfSession::unsaved() const
 {
-    if (is_modified()) {
+    if (has_changes()) {
         return m_is_lost ? "Changes were not committed, and are lost with the server."
                          : "Changes were not committed; they stay in the server's candidate.";
     }

@@ -69,8 +69,10 @@ public:
     virtual std::string name() const = 0;
     virtual const engine::Datastore &running() const = 0;
     virtual const engine::Datastore &candidate() const = 0;
-    /** Whether the candidate may differ from what is running. */
+    /** Whether the candidate may differ from what is running: known at once. */
     virtual bool is_modified() const = 0;
+    /** Whether it does. */
+    bool has_changes() const;
 
     /** Whether secrets are missing in them: the user may not see them. */
     virtual bool hides_secrets() const { return false; }

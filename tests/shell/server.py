@@ -109,33 +109,47 @@ def others(program, twin):
     assert "description: pending" in output and "A commit is not confirmed: it is undone" in output, output
 
 
-def plain_server(program, twin):
-    """A server that neither keeps a history nor tells of events: as twin, behind a relay that hides it."""
-    path = os.path.join(twin.state, "plain.sock")
+def relayed(program, twin, hidden, *script):
+    """What a shell makes of a server that lacks some words."""
+    path = os.path.join(twin.state, "relay.sock")
 
     def copy(source, target):
         while data := source.recv(65536):
-            target.sendall(data.replace(b"urn:olt:gpon:twin:history?", b"urn:olt:gpon:none:history?")
-                           .replace(b"capability:interleave", b"capability:_________"))
+            for word in hidden:
+                data = data.replace(word, b"_" * len(word))
+            target.sendall(data)
         target.shutdown(socket.SHUT_WR)
 
     def relay():
         client, _ = listener.accept()
-        server = socket.socket(socket.AF_UNIX)
-        server.connect(twin.socket)
-        threading.Thread(target=copy, args=(client, server)).start()
-        copy(server, client)
+        with client, socket.socket(socket.AF_UNIX) as server:
+            server.connect(twin.socket)
+            thread = threading.Thread(target=copy, args=(client, server))
+            thread.start()
+            copy(server, client)
+            thread.join()
 
     with socket.socket(socket.AF_UNIX) as listener:
         listener.bind(path)
         listener.listen()
         thread = threading.Thread(target=relay)
         thread.start()
-        code, output = shell(program, path, f"history\nset {ONU} description plain\ncommit\nhistory\nrollback 2\nrollback 1\n"
-                             "show | compare\ncommit", "--continue")
+        code, output = shell(program, path, "\n".join(script), "--continue")
         thread.join()
+    os.unlink(path)
+    return code, output
+
+
+def poorer_servers(program, twin):
+    """Servers without a history and events, without a candidate, and with another model."""
+    code, output = relayed(program, twin, [b"urn:olt:gpon:twin:history?", b"capability:interleave"], "history",
+                           f"set {ONU} description plain", "commit", "history", "rollback 2", "rollback 1", "show | compare", "commit")
     assert code == 3 and "plain → pending" in output and "this shell made 1 commit, no more" in output, output
     assert output.count("The server keeps no history") == 2 and "1 changed  (rollback 1 undoes it)" in output, output
+    code, output = relayed(program, twin, [b"capability:candidate"], "show")
+    assert code == 3 and "has no candidate" in output, output
+    code, output = relayed(program, twin, [b"pon:base"], "show")
+    assert code == 3 and "relay.sock:1: No module with namespace" in output, output
 
 
 def interrupts(program, twin):
@@ -187,7 +201,7 @@ def main():
         vanishes(program, twin)
     with Twin([server], running, "--time-scale", "300", ssh=False) as twin:
         others(program, twin)
-        plain_server(program, twin)
+        poorer_servers(program, twin)
         code, output = shell(program, "/nowhere/netconf.sock", "show")
         assert code == 3 and "cannot be reached" in output, output
     with Twin([server], running) as twin:
