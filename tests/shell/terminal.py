@@ -144,7 +144,7 @@ def documented(program, folder, full_card, page):
     with open(page, encoding="utf-8") as file:
         session = file.read().split("```console\n")[1].split("```")[0]
     screen = Screen(program, folder, os.path.join(full_card, "running.xml"), "--card", os.path.join(full_card, "card.json"), columns=200)
-    shown = screen.child.before + "> "
+    shown = "> "
     for line in session.splitlines():
         typed = re.match(r"((?:interface .*)?[>#]|Proceed\? \[yes,no\]) (.*)", line)
         if typed:
