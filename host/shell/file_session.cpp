@@ -227,12 +227,23 @@ std::string FileSession::news()
         return "";
     }
     m_confirm_until.reset();
+    const std::string pending = m_data.plan_commit().edit.text;
     roll_back(1);
     const Verdict verdict = commit({false, true, std::nullopt});
-    return verdict.result == Result::kAccepted
-               ? "The last commit was not confirmed in time: it is undone.\n"
-               : "The last commit was not confirmed in time, and undoing it is rejected:\n" +
-                     verdict.findings;
+    std::string news = "The last commit was not confirmed in time: it is undone.\n";
+    if (verdict.result != Result::kAccepted) {
+        discard();
+        news = "The last commit was not confirmed in time, and undoing it is rejected:\n" +
+               verdict.findings;
+    }
+    try {
+        if (!pending.empty()) {
+            m_data.edit_candidate({"", pending, {}});
+        }
+    } catch (const engine::InputError &) { // What is running now has no place for it.
+        news += "What was changed since then is lost.\n";
+    }
+    return news;
 }
 
 std::string FileSession::unsaved() const
