@@ -19,7 +19,7 @@ namespace host::shell
 namespace
 {
 
-constexpr std::size_t kMaxMinutes = 24 * 60;
+constexpr std::size_t kMaxMinutes = std::size_t{24} * 60;
 constexpr std::size_t kHistoryLength = 20;
 
 /** Words behind the command. */
