@@ -96,6 +96,9 @@ void NetconfSession::load()
 
 void NetconfSession::refresh()
 {
+    if (m_is_lost) { // The copies are all that there is.
+        return;
+    }
     try {
         if (m_client.tells_events()) { // Of what is running, but not of the candidate.
             take_candidate(*m_data, read("candidate"));

@@ -80,7 +80,7 @@ def vanishes(program, twin):
     shell_.type(f"set {ONU} description kept\nshow {ONU} description", "description: kept")
     twin.stop(signal.SIGKILL)
     shell_.type(f"set {ONU} description lost", "is gone")
-    shell_.type("show interface gpon 1 1 2", "gpon{1 1 2}")
+    shell_.type("show | compare", "first → kept")
     twin.start()
     shell_.type("show | compare", "in the candidate again")
     shell_.type("", "first → kept")
