@@ -73,11 +73,14 @@ def confirmed(timeout=None, persist=None, persist_id=None):
             + (f"<persist-id>{persist_id}</persist-id>" if persist_id else "") + "</commit>")
 
 
+def commits(more=""):
+    return f'<get-commits xmlns="urn:olt:gpon:twin:history">{more}</get-commits>'
+
+
 def rollback(number, more=""):
     return f'<rollback xmlns="urn:olt:gpon:twin:history"><commit>{number}</commit>{more}</rollback>'
 
 
-COMMITS = '<get-commits xmlns="urn:olt:gpon:twin:history">{}</get-commits>'
 FEC_2 = "<port-id>2</port-id><downstream-fec>"
 SUBSCRIBE = '<create-subscription xmlns="urn:ietf:params:xml:ns:netconf:notification:1.0">{}</create-subscription>'
 SESSIONS = subtree('<netconf-state xmlns="urn:ietf:params:xml:ns:yang:ietf-netconf-monitoring"><sessions/></netconf-state>')
@@ -212,9 +215,9 @@ SCRIPTS = {
         ("a", rollback(1, "<confirm-warnings/>"), "ok"),
         ("a", get_config(), [FEC_2 + "true", "<description>new<"]), ("a", get_config("candidate"), [FEC_2 + "true"]),
         ("a", rollback(0), "ok"), ("a", get_config(), ["!<description>new<"]),
-        ("vera", COMMITS.format(""), [">5</running>", "<number>5</number><base>4<", "<kind>rollback<", "<number>1</number><base>0<",
-                                      "!<number>3<"]),
-        ("vera", COMMITS.format("<limit>1</limit>"), ["<number>5<", "!<number>4<"]),
+        ("vera", commits(), [">5</running>", "<number>5</number><base>4<", "<kind>rollback<", "<number>1</number><base>0<",
+                             "!<number>3<"]),
+        ("vera", commits("<limit>1</limit>"), ["<number>5<", "!<number>4<"]),
         ("b", on("lock", "candidate"), "ok"), ("a", rollback(1, "<candidate/>"), ["in-use"]), ("b", on("unlock", "candidate"), "ok"),
         ("a", rollback(1, "<candidate/>"), "ok"), ("a", rollback(9, "<candidate/>"), ["invalid-value"]),
         ("a", get_config("candidate"), ["<description>new<"]), ("a", get_config(), ["!<description>new<"]),
