@@ -80,11 +80,8 @@ std::vector<ServerError> errors_in(const lyd_node *envelope)
 std::string data_in(const lyd_node *reply)
 {
     const auto *data = reply != nullptr ? lyd_child(reply) : nullptr;
-    if (data == nullptr || data->schema == nullptr) {
+    if (data == nullptr || data->schema == nullptr || (data->schema->nodetype & LYS_ANYDATA) == 0) {
         return "";
-    }
-    if ((data->schema->nodetype & LYS_ANYDATA) == 0) {
-        return printed(reply);
     }
     const auto *any = reinterpret_cast<const lyd_node_any *>(data);
     return any->value_type == LYD_ANYDATA_DATATREE ? printed(any->value.tree)

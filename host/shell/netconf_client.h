@@ -46,7 +46,7 @@ struct ServerError {
 
 struct ServerReply {
     std::vector<ServerError> errors;
-    std::string data; /**< XML: of <data>, or the operation with its output; empty: none. */
+    std::string data; /**< XML; empty: there was none. */
 };
 
 /** The session is lost: nobody knows what became of the last request. */

@@ -141,11 +141,8 @@ std::vector<RpcError> errors_of(const CheckReport &report)
     return errors;
 }
 
-nc_server_reply *make_reply(const lyd_node *rpc, Reply reply)
+nc_server_reply *make_reply(const lyd_node *rpc, const Reply &reply)
 {
-    if (reply.output) {
-        return nc_server_reply_data(reply.output.release(), NC_WD_EXPLICIT, NC_PARAMTYPE_FREE);
-    }
     if (!reply.data) {
         return nc_server_reply_ok();
     }

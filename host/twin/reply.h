@@ -6,7 +6,6 @@
 
 #include "twin/check_report.h"
 #include "twin/confirmed_commit.h"
-#include "twin/selection.h"
 
 #include <libyang/libyang.h>
 #include <nc_server.h>
@@ -57,11 +56,10 @@ std::vector<RpcError> errors_of(const std::vector<Remark> &remarks);
 struct Reply {
     std::optional<std::string> data{}; /**< Of the output. */
     bool is_xml = true;                /**< What it is; else text. */
-    Tree output{};                     /**< The operation with its output, in place of data. */
 };
 
 /** @param rpc  What is answered. */
-nc_server_reply *make_reply(const lyd_node *rpc, Reply reply);
+nc_server_reply *make_reply(const lyd_node *rpc, const Reply &reply);
 nc_server_reply *make_reply(const ly_ctx *context, const std::vector<RpcError> &errors);
 
 } // namespace host::twin

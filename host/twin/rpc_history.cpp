@@ -1,7 +1,9 @@
 #include "twin/event_bodies.h"
 #include "twin/rpc.h"
+#include "twin/server_context.h"
 
-#include <algorithm>
+#include <pugixml.hpp>
+#include <sstream>
 
 namespace host::twin
 {
@@ -27,21 +29,19 @@ void prepare_rollback(const Call &call, CommitNumber number)
     }
 }
 
-void add_leaf(lyd_node *parent, const char *name, const std::string &value)
+void add_commit(pugi::xml_node commits, const Commit &commit)
 {
-    lyd_new_term(parent, nullptr, name, value.c_str(), 1, nullptr);
-}
-
-void add_commit(lyd_node *output, const Commit &commit)
-{
-    lyd_node *entry = nullptr;
-    lyd_new_list(output, nullptr, "commit", 1, &entry, std::to_string(commit.number).c_str());
-    add_leaf(entry, "base", std::to_string(commit.base));
-    add_leaf(entry, "time", text_of(EventTime(std::chrono::milliseconds(commit.time_ms))));
+    auto entry = commits.append_child("commit");
+    const auto add = [&entry](const char *name, const std::string &text) {
+        entry.append_child(name).text() = text.c_str();
+    };
+    add("number", std::to_string(commit.number));
+    add("base", std::to_string(commit.base));
+    add("time", text_of(EventTime(std::chrono::milliseconds(commit.time_ms))));
     if (!commit.author.user.empty()) {
-        add_leaf(entry, "user", commit.author.user);
+        add("user", commit.author.user);
     }
-    add_leaf(entry, "kind", name_of(commit.kind));
+    add("kind", name_of(commit.kind));
 }
 
 } // namespace
@@ -68,21 +68,20 @@ Reply rollback(const Call &call)
 Reply get_commits(const Call &call)
 {
     const auto limit = std::stoul(call.text("limit").value_or(std::to_string(UINT32_MAX)));
-    lyd_node *output = nullptr;
-    lyd_new_inner(nullptr, call.rpc->schema->module, call.rpc->schema->name, 0, &output);
-    Reply reply;
-    reply.output.reset(output);
-    // Never empty: some clients take a reply without content for a broken one.
-    add_leaf(output, "running", std::to_string(call.device.history().running_number()));
+    pugi::xml_document document;
+    auto commits = document.append_child("commits");
+    commits.append_attribute("xmlns") = kHistoryNamespace;
     unsigned long told = 0;
     for (const auto &commit : call.device.history().commits()) {
         const bool changed_running =
             commit.verdict == name_of(Result::kAccepted) && commit.kind != CommitKind::kConfirm;
         if (changed_running && told++ < limit) {
-            add_commit(output, commit);
+            add_commit(commits, commit);
         }
     }
-    return reply;
+    std::ostringstream text;
+    document.save(text, "", pugi::format_raw | pugi::format_no_declaration);
+    return Reply{text.str()};
 }
 
 } // namespace host::twin
