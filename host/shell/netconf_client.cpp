@@ -1,9 +1,9 @@
 #include "shell/netconf_client.h"
 
 #include "engine/data/path.h"
+#include "engine/data/print_tree.h"
 
 #include <charconv>
-#include <cstdlib>
 #include <libssh/libssh.h>
 #include <memory>
 #include <nc_client.h>
@@ -20,9 +20,6 @@ constexpr int kSendMs = 10'000;
 constexpr int kTickMs = 200;
 constexpr const char *kNotificationNamespace = "urn:ietf:params:xml:ns:netconf:notification:1.0";
 
-struct FreeText {
-    void operator()(char *text) const { std::free(text); }
-};
 struct FreeTree {
     void operator()(lyd_node *tree) const { lyd_free_all(tree); }
 };
@@ -33,10 +30,7 @@ using Tree = std::unique_ptr<lyd_node, FreeTree>;
 
 std::string printed(const lyd_node *tree)
 {
-    char *text = nullptr;
-    lyd_print_mem(&text, tree, LYD_XML, LYD_PRINT_WITHSIBLINGS | LYD_PRINT_SHRINK);
-    const std::unique_ptr<char, FreeText> owner(text);
-    return text != nullptr ? text : "";
+    return engine::print_tree(tree, LYD_XML, engine::Siblings::kPrinted, LYD_PRINT_SHRINK);
 }
 
 /** A child by its name, whatever prefix stands in front of it. */
