@@ -130,6 +130,14 @@ def one_shot(card, rounds):
     say("  peak of resident memory", f"{small[1]:.0f} MiB")
 
 
+def own_process(card, rounds):
+    """What it takes to keep the plug-in in a process of its own: little beside the noise, so of many pairs."""
+    (edit,) = card.everyday(1)
+    more = statistics.median(card.check("--edit", edit)[0] - card.check("--edit", edit, "--in-process")[0]
+                             for _ in range(8 * rounds))
+    say("the plug-in in a process of its own, to --in-process", f"{1000 * more:.1f} ms", "5 ms")
+
+
 def places(card, rounds):
     """What it takes to find a place in the largest text that there is: a candidate with one objection, at its end."""
     before, tag, behind = card.running.read_text().rpartition("<default-gateway>")
@@ -209,6 +217,7 @@ def main():
         sizes = {int(links) for links in arguments.links.split(",")} | {FULL_CARD}
         cards = {links: Card(program, pathlib.Path(folder), links) for links in sorted(sizes)}
         one_shot(cards[FULL_CARD], arguments.rounds)
+        own_process(cards[FULL_CARD], arguments.rounds)
         places(cards[FULL_CARD], arguments.rounds)
         headroom(cards[FULL_CARD], arguments.rounds)
         many_edits(cards[FULL_CARD], arguments.rounds)

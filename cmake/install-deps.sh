@@ -4,7 +4,7 @@ set -euo pipefail
 
 declare -A groups=(
     [program]="make g++ cmake ninja-build pkg-config libyang2-dev libspdlog-dev libcli11-dev nlohmann-json3-dev
-        libssl-dev libexpat1-dev libpugixml-dev libarchive-dev"
+        libssl-dev libexpat1-dev libxml2-dev libpugixml-dev libarchive-dev"
     [tests]="libgtest-dev libgmock-dev libbenchmark-dev python3 python3-jsonschema
         libxml2-utils xsltproc zstd"
     [twin]="libnetconf2-dev libssh-dev libsqlite3-dev libsqlitecpp-dev libyuma-base libedit-dev python3-ncclient

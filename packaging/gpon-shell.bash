@@ -12,7 +12,7 @@ _gpon_shell()
         ;;
     --timeout) return ;;
     esac
-    mapfile -t COMPREPLY < <(compgen -W "--running --card --plugin --connect --key --known-hosts --yes --no --continue
+    mapfile -t COMPREPLY < <(compgen -W "--running --card --plugin --connect --key --known-hosts --skip-foreign --yes --no --continue
         --history --no-history --timeout --help --version" -- "$current")
 }
 

@@ -126,6 +126,10 @@ once pcre2 cmake_package pcre2 -DBUILD_SHARED_LIBS=ON -DBUILD_STATIC_LIBS=OFF -D
 once libyang2 cmake_package libyang2 -DENABLE_TESTS=OFF -DENABLE_VALGRIND_TESTS=OFF
 once openssl from_debian openssl build_openssl
 once expat from_debian expat build_expat
+# The parser alone.
+once libxml2 cmake_package libxml2 -DLIBXML2_WITH_PROGRAMS=OFF -DLIBXML2_WITH_TESTS=OFF -DLIBXML2_WITH_PYTHON=OFF \
+    -DLIBXML2_WITH_ICONV=OFF -DLIBXML2_WITH_LZMA=OFF -DLIBXML2_WITH_ZLIB=OFF -DLIBXML2_WITH_HTTP=OFF \
+    -DLIBXML2_WITH_FTP=OFF
 once fmt cmake_package fmtlib -DFMT_TEST=OFF -DFMT_DOC=OFF
 once spdlog cmake_package spdlog -DSPDLOG_FMT_EXTERNAL=ON -DSPDLOG_BUILD_EXAMPLE=OFF
 once pugixml cmake_package pugixml -DBUILD_SHARED_LIBS=ON

@@ -209,7 +209,8 @@ void Printer::room_table(const std::vector<std::size_t> &lines, std::size_t firs
 void Printer::left_out(std::size_t size, const std::string &what)
 {
     if (limited(size) < size) {
-        m_out << "… and " << plural(size - limited(size), what) << " (--all)\n";
+        m_out << "… and " << plural(size - limited(size), what) << " (" << m_detail.way_to_all
+              << ")\n";
     }
 }
 
@@ -305,7 +306,10 @@ void Printer::profiles()
         for (std::size_t i = 0; i < limited(names.size()); ++i) {
             m_out << (i > 0 ? ", " : " ") << printable(names[i]);
         }
-        m_out << (limited(names.size()) < names.size() ? ", … (--all)" : "") << '\n';
+        m_out << (limited(names.size()) < names.size()
+                      ? std::string(", … (") + m_detail.way_to_all + ")"
+                      : "")
+              << '\n';
     }
 }
 

@@ -14,8 +14,9 @@ namespace host
 {
 
 struct HeadroomDetail {
-    std::size_t width = 0; /**< Of the window; 0: none. */
-    bool all = false;      /**< Nothing of a long list is left out. */
+    std::size_t width = 0;            /**< Of the window; 0: none. */
+    bool all = false;                 /**< Nothing of a long list is left out. */
+    const char *way_to_all = "--all"; /**< How to get that. */
 };
 
 void print_survey(std::ostream &out, const Survey &survey, const Style &style,

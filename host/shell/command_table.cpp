@@ -26,7 +26,7 @@ constexpr const char *kShowText =
     "Without PATH: all below the place that `edit` went to. Behind | may stand, one after the "
     "other:\n"
     "compare (what is different from running), xml, json, commands (that make it), match WORD,\n"
-    "count, and secrets, which shows passwords.";
+    "count, and secrets, which shows passwords (a server shows them to admins alone).";
 
 constexpr const char *kCommitText = "Asks the rules, shows objections with the way to resolve "
                                     "them, and commits if there are none.\n"
@@ -45,6 +45,18 @@ constexpr const char *kLoadText =
     "merge: the file is an edit (NETCONF operations in it count), or a configuration that is "
     "merged.\n"
     "replace: the file is a whole configuration, which takes the candidate's place. XML or JSON.";
+
+constexpr const char *kExplainText =
+    "Which rules ran, which change called for each, what they read and how long they took; of a\n"
+    "server, what it said. With | json for programs, as `gpon-validate check --json` tells it.";
+
+constexpr const char *kHeadroomText =
+    "The candidate beside what is running, with what the rules say. `all` leaves nothing of a long "
+    "list\nout. A server's configuration is reckoned up here: --card tells what its card can do.";
+
+constexpr const char *kHistoryText =
+    "Those that `rollback` knows: of a server that keeps a history the commits of all its clients, "
+    "else\nthose of this shell.";
 
 using A = Argument;
 
@@ -112,20 +124,20 @@ const std::vector<Command> table{
      {},
      run_save},
     {"explain",
-     "",
+     "[| json]",
      "Tell how the last verdict came about",
-     "Which rules ran, which change called for each, what they read and how long they took.",
-     A::kNone,
+     kExplainText,
+     A::kReport,
      {},
      run_explain},
     {"headroom",
-     "",
+     "[all]",
      "Tell how full PON links are, and how many ONUs more fit",
-     "The candidate beside what is running, with what the rules say. For a file only.",
-     A::kNone,
-     {},
+     kHeadroomText,
+     A::kKeywords,
+     {{"all", "Leave nothing of a long list out"}},
      run_headroom},
-    {"history", "", "List the commits that rollback knows", "", A::kNone, {}, run_history},
+    {"history", "[N]", "List the last 20 commits, or N", kHistoryText, A::kNone, {}, run_history},
     {"help", "[WORD]", "Tell about a command", "", A::kCommand, {}, run_help},
     {"exit", "", "Leave", "", A::kNone, {}, run_exit},
     {"quit", "", "Leave", "", A::kNone, {}, run_exit}};

@@ -13,7 +13,7 @@ namespace host::shell
 {
 
 /** What the words behind a command are, for completion. */
-enum class Argument { kNone, kPath, kSetting, kMove, kShow, kFile, kCommand, kKeywords };
+enum class Argument { kNone, kPath, kSetting, kMove, kShow, kReport, kFile, kCommand, kKeywords };
 
 struct Command {
     const char *name;

@@ -4,6 +4,7 @@
 #include "engine/data/path.h"
 #include "engine/data/source_file.h"
 #include "report/printable.h"
+#include "report/report_json.h"
 #include "report/report_text.h"
 #include "shell/edit_text.h"
 #include "shell/show.h"
@@ -18,7 +19,8 @@ namespace host::shell
 namespace
 {
 
-constexpr std::size_t kMaxMinutes = 24 * 60;
+constexpr std::size_t kMaxMinutes = std::size_t{24} * 60;
+constexpr std::size_t kHistoryLength = 20;
 
 /** Words behind the command. */
 Words arguments(const CommandLine &line)
@@ -59,7 +61,7 @@ void make(Shell &shell, const EditTree &edit)
 Result commit(Shell &shell, CommitRequest request)
 {
     std::ostream &out = shell.io.out;
-    const bool changes = shell.session.is_modified();
+    const bool changes = shell.session.has_changes();
     if (shell.io.answer == true) {
         request.confirms_warnings = true;
     }
@@ -139,7 +141,13 @@ Result run_show(Shell &shell, const CommandLine &line)
 {
     auto request = read_show(shell.schema(), shell.base, line);
     request.for_terminal = shell.io.is_terminal;
+    if (request.compares) {
+        shell.session.refresh();
+    }
     shell.io.out << show(shell.session, request, shell.io.style);
+    if (request.shows_secrets && shell.session.hides_secrets()) {
+        throw CommandError("the server shows secrets to admins alone");
+    }
     return Result::kAccepted;
 }
 
@@ -191,7 +199,8 @@ Result run_load(Shell &shell, const CommandLine &line)
     if (how != "merge" && how != "replace") {
         throw CommandError(how + " is neither merge nor replace", "load merge|replace FILE");
     }
-    const auto source = engine::read_source(line.words[2]);
+    auto source = engine::read_source(line.words[2]);
+    source.reading = shell.reading;
     if (twin::Masking(shell.schema()).is_masked(source.text)) {
         throw CommandError("in " + line.words[2] + " *** stands in place of a secret",
                            "`save` and `show | secrets` write secrets as they are");
@@ -224,7 +233,10 @@ Result run_save(Shell &shell, const CommandLine &line)
     file.commit();
     shell.session.note_saved();
     shell.io.out << "Saved to " << printable(name)
-                 << (shell.session.is_modified() ? ", with changes that are not committed.\n"
+                 << (shell.session.hides_secrets()
+                         ? ", without the secrets, which the server shows to admins alone"
+                         : "")
+                 << (shell.session.has_changes() ? ", with changes that are not committed.\n"
                                                  : ".\n");
     return Result::kAccepted;
 }
@@ -232,6 +244,13 @@ Result run_save(Shell &shell, const CommandLine &line)
 Result run_explain(Shell &shell, const CommandLine &line)
 {
     require_words(line, 0, 0);
+    if (!line.filters.empty()) {
+        if (line.filters != std::vector<Words>{{"json"}}) {
+            throw CommandError("explain takes | json, and no other");
+        }
+        shell.io.out << print_json(shell.session.explain_json(), shell.io.is_terminal);
+        return Result::kAccepted;
+    }
     const auto text = shell.session.explain();
     shell.io.out << (text.empty() ? "There is no verdict yet: `validate` asks for one.\n" : text);
     return Result::kAccepted;
@@ -239,15 +258,19 @@ Result run_explain(Shell &shell, const CommandLine &line)
 
 Result run_headroom(Shell &shell, const CommandLine &line)
 {
-    require_words(line, 0, 0);
-    shell.io.out << shell.session.headroom(shell.io.width ? shell.io.width() : 0);
+    require_words(line, 0, 1);
+    const bool all = line.words.size() > 1;
+    if (all && line.words[1] != "all") {
+        throw CommandError(line.words[1] + " is no word of headroom", "headroom [all]");
+    }
+    shell.io.out << shell.session.headroom(
+        {shell.io.width ? shell.io.width() : 0, all, "headroom all"});
     return Result::kAccepted;
 }
 
 Result run_history(Shell &shell, const CommandLine &line)
 {
-    require_words(line, 0, 0);
-    const auto entries = shell.session.history();
+    const auto [entries, remark] = shell.session.history(last_number(line, kHistoryLength));
     if (entries.empty()) {
         shell.io.out << "There were no commits.\n";
     }
@@ -257,6 +280,7 @@ Result run_history(Shell &shell, const CommandLine &line)
                      << (entry.by.empty() ? "" : printable(entry.by) + "  ")
                      << printable(entry.note) << "  (rollback " << i + 1 << " undoes it)\n";
     }
+    shell.io.out << (remark.empty() ? "" : remark + "\n");
     return Result::kAccepted;
 }
 

@@ -47,10 +47,10 @@ CommitLog::Commit CommitLog::commit_of(const engine::Datastore &before,
             note_of(differences_of(engine::compare(before, after)))};
 }
 
-std::vector<CommitEntry> CommitLog::entries() const
+std::vector<CommitEntry> CommitLog::entries(std::size_t limit) const
 {
     std::vector<CommitEntry> entries;
-    for (std::size_t i = m_commits.size(); i-- > 0;) {
+    for (std::size_t i = m_commits.size(); i-- > 0 && entries.size() < limit;) {
         entries.push_back({i + 1, m_commits[i].time, "", m_commits[i].note});
     }
     return entries;

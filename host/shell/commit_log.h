@@ -26,8 +26,8 @@ public:
     static Commit commit_of(const engine::Datastore &before, const engine::Datastore &after);
 
     void add(Commit commit) { m_commits.push_back(std::move(commit)); }
-    /** The newest first. */
-    std::vector<CommitEntry> entries() const;
+    /** The newest first, at most so many. */
+    std::vector<CommitEntry> entries(std::size_t limit) const;
     /** Edits that undo the last commits, one after the other. @throws SessionError  There are not
      * so many. */
     std::vector<engine::Source> undo(std::size_t commits) const;

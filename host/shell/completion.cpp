@@ -85,10 +85,14 @@ void Completer::offer_all(const std::vector<Candidate> &candidates)
 
 void Completer::complete_filter()
 {
-    if (find_command(m_line.words.empty() ? "" : m_line.words.front()).argument ==
-            Argument::kShow &&
-        m_line.filters.back().empty()) {
-        for (const auto &word : filter_words()) {
+    const Argument argument =
+        find_command(m_line.words.empty() ? "" : m_line.words.front()).argument;
+    const bool is_report = argument == Argument::kReport;
+    if ((!is_report && argument != Argument::kShow) || !m_line.filters.back().empty()) {
+        return;
+    }
+    for (const auto &word : filter_words()) {
+        if (!is_report || std::string_view(word.name) == "json") {
             offer(word.name, word.help);
         }
     }
@@ -119,6 +123,7 @@ void Completer::complete_arguments(const Command &command)
         }
         break;
     case Argument::kNone:
+    case Argument::kReport:
         break;
     }
 }

@@ -9,8 +9,51 @@
 namespace host::shell
 {
 
+namespace
+{
+
+/** So many faults of one command are told: a range may have as many as it has numbers. */
+constexpr std::size_t kMaxProblems = 5;
+
+void require_text(const std::string &line)
+{
+    try {
+        engine::require_utf8({"", line, {}});
+    } catch (const engine::InputError &failure) { // Its hint speaks of files.
+        throw CommandError(failure.problems().front().message, "commands are written in UTF-8");
+    }
+}
+
+std::string usage_of(const Command &command)
+{
+    const std::string usage = command.usage;
+    return command.name + (usage.empty() ? "" : " " + usage);
+}
+
+void print_faults(std::ostream &err, const std::vector<engine::Problem> &problems,
+                  const std::string &place, const Style &style)
+{
+    for (std::size_t i = 0; i < problems.size(); ++i) {
+        auto problem = problems[i];
+        const bool is_command = problem.source.empty();
+        if (is_command && i == kMaxProblems) {
+            err << place << "and " << problems.size() - i << " more of these\n";
+            return;
+        }
+        if (is_command) { // It has no lines.
+            problem.line = 0;
+            problem.column = 0;
+        }
+        err << place;
+        print_problems(err, {problem}, style);
+    }
+}
+
+} // namespace
+
 Result run_line(Shell &shell, const std::string &text)
 {
+    require_text(text);
     const CommandLine line = read_line(text);
     if (line.is_quoted) {
         throw CommandError("a quote has no end");
@@ -22,20 +65,20 @@ Result run_line(Shell &shell, const std::string &text)
         return Result::kAccepted;
     }
     const Command &command = find_command(line.words.front());
-    if (!line.filters.empty() && command.argument != Argument::kShow) {
-        throw CommandError("only show takes a |", "put quotes around a value that holds one");
+    const bool may_filter =
+        command.argument == Argument::kShow || command.argument == Argument::kReport;
+    if (!line.filters.empty() && !may_filter) {
+        throw CommandError("only show and explain take a |",
+                           "put quotes around a value that holds one");
     }
-    const auto news = shell.session.news();
-    if (!news.empty()) {
-        shell.io.out << news << '\n';
-    }
+    shell.io.out << printable_lines(shell.session.news());
     try {
         return command.run(shell, line);
     } catch (const WrongWords &wrong) {
         const std::string name = command.name;
         throw CommandError(wrong.are_too_few ? name + " needs more words"
                                              : "too many words for " + name,
-                           name + " " + command.usage);
+                           usage_of(command));
     }
 }
 
@@ -44,14 +87,7 @@ void print_failure(std::ostream &err, const std::exception &failure, const std::
 {
     const auto *input = dynamic_cast<const engine::InputError *>(&failure);
     if (input != nullptr) {
-        for (auto problem : input->problems()) {
-            if (problem.source.empty()) { // A command has no lines.
-                problem.line = 0;
-                problem.column = 0;
-            }
-            err << place;
-            print_problems(err, {problem}, style);
-        }
+        print_faults(err, input->problems(), place, style);
         return;
     }
     const auto *command = dynamic_cast<const CommandError *>(&failure);

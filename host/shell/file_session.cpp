@@ -3,8 +3,8 @@
 #include "checker/model_schema.h"
 #include "engine/data/defaults.h"
 #include "engine/data/yang_check.h"
-#include "headroom/headroom_text.h"
 #include "report/report_explain.h"
+#include "report/report_json.h"
 #include "report/report_text.h"
 
 #include <sstream>
@@ -159,6 +159,7 @@ Verdict FileSession::commit(const CommitRequest &request)
     const auto plan = m_data.plan_commit();
     const Outcome outcome = check(plan, request.confirms_warnings);
     m_last = outcome;
+    forget_places(*m_last);
     Verdict verdict = verdict_of(outcome);
     if (verdict.result != Result::kAccepted || request.checks_only) {
         return verdict;
@@ -189,7 +190,12 @@ std::string FileSession::explain() const
     return text.str();
 }
 
-std::string FileSession::headroom(std::size_t width)
+nlohmann::ordered_json FileSession::explain_json() const
+{
+    return m_last ? json_report(*m_last, true) : nullptr;
+}
+
+std::string FileSession::headroom(const HeadroomDetail &detail)
 {
     Watcher watcher(m_interrupt);
     const Survey told = survey(*m_checker, change_of(m_data.plan_commit()), m_policy, watcher);
@@ -197,8 +203,13 @@ std::string FileSession::headroom(std::size_t width)
         return verdict_of(told.outcome).findings;
     }
     std::ostringstream text;
-    print_survey(text, told, m_setup.style, {width});
+    print_survey(text, told, m_setup.style, detail);
     return text.str();
+}
+
+CommitHistory FileSession::history(std::size_t limit)
+{
+    return {m_commits.entries(limit), ""};
 }
 
 void FileSession::roll_back(std::size_t commits)
@@ -216,17 +227,28 @@ std::string FileSession::news()
         return "";
     }
     m_confirm_until.reset();
+    const std::string pending = m_data.plan_commit().edit.text;
     roll_back(1);
     const Verdict verdict = commit({false, true, std::nullopt});
-    return verdict.result == Result::kAccepted
-               ? "The last commit was not confirmed in time: it is undone."
-               : "The last commit was not confirmed in time, and undoing it is rejected:\n" +
-                     verdict.findings;
+    std::string news = "The last commit was not confirmed in time: it is undone.\n";
+    if (verdict.result != Result::kAccepted) {
+        discard();
+        news = "The last commit was not confirmed in time, and undoing it is rejected:\n" +
+               verdict.findings;
+    }
+    try {
+        if (!pending.empty()) {
+            m_data.edit_candidate({"", pending, {}});
+        }
+    } catch (const engine::InputError &) { // What is running now has no place for it.
+        news += "What was changed since then is lost.\n";
+    }
+    return news;
 }
 
 std::string FileSession::unsaved() const
 {
-    if (m_data.is_modified()) {
+    if (has_changes()) {
         return "Changes were not committed.";
     }
     return m_is_saved ? "" : "What was committed is in no file: `save FILE` writes it.";

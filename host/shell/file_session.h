@@ -43,8 +43,9 @@ public:
     void discard() override { m_data.discard(); }
     Verdict commit(const CommitRequest &request) override;
     std::string explain() const override;
-    std::string headroom(std::size_t width) override;
-    std::vector<CommitEntry> history() override { return m_commits.entries(); }
+    nlohmann::ordered_json explain_json() const override;
+    std::string headroom(const HeadroomDetail &detail) override;
+    CommitHistory history(std::size_t limit) override;
     void roll_back(std::size_t commits) override;
     std::string news() override;
     std::string unsaved() const override;

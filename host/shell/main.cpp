@@ -37,6 +37,7 @@ FileSetup setup_of(const ShellOptions &options, const host::Style &style)
     if (!options.running.empty()) {
         setup.running = engine::read_source(options.running);
         setup.running->name = options.running;
+        setup.running->reading.skip_foreign = options.skip_foreign;
     }
     setup.plugin = options.plugin;
     setup.idle_timeout = std::chrono::seconds(options.timeout_s);
@@ -53,7 +54,8 @@ std::unique_ptr<Session> open_session(const ShellOptions &options, const host::S
         if (isatty(STDIN_FILENO) != 0 && isatty(STDOUT_FILENO) != 0) {
             address.ask = ask_at_terminal;
         }
-        return std::make_unique<NetconfSession>(std::move(address), interrupted, style);
+        return std::make_unique<NetconfSession>(std::move(address), setup_of(options, style),
+                                                interrupted);
     }
     return std::make_unique<FileSession>(setup_of(options, style), interrupted);
 }
@@ -72,6 +74,7 @@ int run(const ShellOptions &options)
         io.ask = ask_at_terminal;
     }
     Shell shell(*session, std::move(io));
+    shell.reading.skip_foreign = options.skip_foreign;
     if (asks) {
         TerminalOptions terminal;
         if (!options.no_history) {

@@ -1,12 +1,13 @@
 #include "shell/netconf_client.h"
 
 #include "engine/data/path.h"
+#include "engine/data/print_tree.h"
 
 #include <charconv>
-#include <cstdlib>
 #include <libssh/libssh.h>
 #include <memory>
 #include <nc_client.h>
+#include <netdb.h>
 #include <pugixml.hpp>
 #include <string_view>
 
@@ -17,10 +18,8 @@ namespace
 
 constexpr int kSendMs = 10'000;
 constexpr int kTickMs = 200;
+constexpr const char *kNotificationNamespace = "urn:ietf:params:xml:ns:netconf:notification:1.0";
 
-struct FreeText {
-    void operator()(char *text) const { std::free(text); }
-};
 struct FreeTree {
     void operator()(lyd_node *tree) const { lyd_free_all(tree); }
 };
@@ -31,10 +30,7 @@ using Tree = std::unique_ptr<lyd_node, FreeTree>;
 
 std::string printed(const lyd_node *tree)
 {
-    char *text = nullptr;
-    lyd_print_mem(&text, tree, LYD_XML, LYD_PRINT_WITHSIBLINGS | LYD_PRINT_SHRINK);
-    const std::unique_ptr<char, FreeText> owner(text);
-    return text != nullptr ? text : "";
+    return engine::print_tree(tree, LYD_XML, engine::Siblings::kPrinted, LYD_PRINT_SHRINK);
 }
 
 /** A child by its name, whatever prefix stands in front of it. */
@@ -118,6 +114,17 @@ std::string fingerprint_of(ssh_session session)
     return text;
 }
 
+/** The library has no words for a name that nobody knows. @throws SessionError */
+void require_known_host(const std::string &host)
+{
+    addrinfo *found = nullptr;
+    const int failure = getaddrinfo(host.c_str(), nullptr, nullptr, &found);
+    if (failure != 0) {
+        throw SessionError(host + ": " + gai_strerror(failure));
+    }
+    freeaddrinfo(found);
+}
+
 int refuse(const std::string &reason)
 {
     last_words = reason;
@@ -161,8 +168,13 @@ ServerAddress read_address(const std::string &text)
         return address;
     }
     address.user = text.substr(0, at);
-    const bool has_port = colon != std::string::npos && colon > at;
+    const auto bracket = text.rfind(']'); // Around an IPv6 address.
+    const bool has_port = colon != std::string::npos && colon > at &&
+                          (bracket == std::string::npos || colon > bracket);
     address.host = text.substr(at + 1, has_port ? colon - at - 1 : std::string::npos);
+    if (address.host.size() > 2 && address.host.front() == '[' && address.host.back() == ']') {
+        address.host = address.host.substr(1, address.host.size() - 2);
+    }
     const std::string_view port = has_port ? std::string_view(text).substr(colon + 1) : "830";
     const auto [end, failure] =
         std::from_chars(port.data(), port.data() + port.size(), address.port);
@@ -201,7 +213,7 @@ std::string braces_of(const std::string &xpath)
     return text + (has_keys ? "}" : "");
 }
 
-NetconfClient::NetconfClient(ServerAddress address, const std::atomic<bool> &interrupt)
+NetconfClient::NetconfClient(ServerAddress address, std::atomic<bool> &interrupt)
     : m_address(std::move(address)), m_interrupt(interrupt),
       m_context(twin::make_server_context(true))
 {
@@ -233,6 +245,9 @@ std::string NetconfClient::name() const
 void NetconfClient::connect()
 {
     close();
+    if (m_address.socket.empty()) {
+        require_known_host(m_address.host);
+    }
     last_words.clear();
     is_refused = false;
     m_session = m_address.socket.empty()
@@ -242,6 +257,41 @@ void NetconfClient::connect()
         throw SessionError(name() + " cannot be reached" +
                            (last_words.empty() ? "" : ": " + last_words));
     }
+    if (tells_events()) {
+        ask(std::string("<create-subscription xmlns=\"") + kNotificationNamespace + "\"/>");
+    }
+}
+
+bool NetconfClient::offers(const std::string &capability) const
+{
+    return is_connected() && nc_session_cpblt(m_session, capability.c_str()) != nullptr;
+}
+
+bool NetconfClient::tells_events() const
+{
+    return offers("urn:ietf:params:netconf:capability:interleave:1.0");
+}
+
+std::uint32_t NetconfClient::session_id() const
+{
+    return m_session != nullptr ? nc_session_get_id(m_session) : 0;
+}
+
+std::vector<std::string> NetconfClient::take_events()
+{
+    std::vector<std::string> events;
+    while (is_connected()) {
+        lyd_node *envelope = nullptr;
+        lyd_node *event = nullptr;
+        const auto kind = nc_recv_notif(m_session, 0, &envelope, &event);
+        const Tree envelope_owner(envelope);
+        const Tree event_owner(event);
+        if (kind != NC_MSG_NOTIF) {
+            break;
+        }
+        events.push_back(printed(event));
+    }
+    return events;
 }
 
 bool NetconfClient::is_connected() const
@@ -275,7 +325,7 @@ ServerReply NetconfClient::ask(const std::string &body)
         if (kind == NC_MSG_REPLY) {
             return {errors_in(envelope), data_in(reply)};
         }
-        if (kind == NC_MSG_WOULDBLOCK && m_interrupt) {
+        if (kind == NC_MSG_WOULDBLOCK && m_interrupt.exchange(false)) {
             throw ConnectionLost("interrupted");
         }
         if (kind != NC_MSG_WOULDBLOCK && kind != NC_MSG_NOTIF) {

@@ -59,7 +59,8 @@ public:
 class NetconfClient
 {
 public:
-    NetconfClient(ServerAddress address, const std::atomic<bool> &interrupt);
+    /** @param interrupt  Ends a request; cleared where it did. */
+    NetconfClient(ServerAddress address, std::atomic<bool> &interrupt);
     ~NetconfClient();
     NetconfClient(const NetconfClient &) = delete;
     NetconfClient &operator=(const NetconfClient &) = delete;
@@ -68,6 +69,14 @@ public:
     /** @throws SessionError  It cannot be reached. */
     void connect();
     bool is_connected() const;
+    /** Whether the server has a capability, such as a module's namespace. */
+    bool offers(const std::string &capability) const;
+    /** Whether it tells of changes of what is running. */
+    bool tells_events() const;
+    std::uint32_t session_id() const;
+    /** What has happened on the server since the last call, each event as XML. Notices as well
+     *  when the server is gone. */
+    std::vector<std::string> take_events();
     /** @param body  What stands in <rpc>. @throws ConnectionLost */
     ServerReply ask(const std::string &body);
 
@@ -75,7 +84,7 @@ private:
     void close();
 
     ServerAddress m_address;
-    const std::atomic<bool> &m_interrupt;
+    std::atomic<bool> &m_interrupt;
     twin::ServerContext m_context;
     nc_session *m_session = nullptr;
 };

@@ -2,11 +2,11 @@
 
 #include "checker/model_schema.h"
 #include "engine/data/defaults.h"
-#include "report/printable.h"
-#include "rules/rules.h"
+#include "report/words.h"
+#include "shell/server_texts.h"
+#include "twin/masking.h"
 
-#include <pugixml.hpp>
-#include <sstream>
+#include <utility>
 
 namespace host::shell
 {
@@ -20,75 +20,15 @@ std::string in_netconf(const std::string &name, const std::string &content)
     return "<" + name + " xmlns=\"" + twin::kNetconfNamespace + "\">" + content + "</" + name + ">";
 }
 
-void drop_masked(pugi::xml_node node, const engine::SchemaNode &schema)
-{
-    for (auto child = node.first_child(); child;) {
-        const auto next = child.next_sibling();
-        const auto *known = schema.child(child.name());
-        const bool is_encrypted = known != nullptr && known->type_storage.encrypted;
-        if (is_encrypted && std::string(child.text().get()) == engine::kMaskedValue) {
-            node.remove_child(child);
-        } else if (known != nullptr) {
-            drop_masked(child, *known);
-        }
-        child = next;
-    }
-}
-
-/** Who may not see secrets reads *** in their place, which is no value of those that are stored
- *  encrypted: there they are left out. */
-std::string without_masked(const std::string &xml)
-{
-    pugi::xml_document document;
-    if (xml.find(engine::kMaskedValue) == std::string::npos || !document.load_string(xml.c_str())) {
-        return xml;
-    }
-    const auto top = document.document_element();
-    const auto *schema = model_schema()->top(top.name());
-    if (schema != nullptr) {
-        drop_masked(top, *schema);
-    }
-    std::ostringstream text;
-    document.save(text, "", pugi::format_raw | pugi::format_no_declaration);
-    return text.str();
-}
-
-std::string words_of(const std::vector<ServerError> &errors)
-{
-    std::string text;
-    for (const auto &error : errors) {
-        text +=
-            (text.empty() ? "" : "; ") + (error.path.empty() ? "" : error.path + ": ") + error.text;
-    }
-    return text;
-}
-
-void print(std::ostream &out, const ServerError &error, const Style &style)
-{
-    const bool is_rule = find_rule(error.app_tag) != nullptr;
-    if (!is_rule) {
-        out << (error.path.empty() ? "" : printable(error.path) + ": ") << printable(error.text)
-            << '\n';
-        return;
-    }
-    out << (error.is_warning ? style.warning("warning:") : style.bad("rejected:")) << ' '
-        << printable_lines(error.text) << "\n  " << printable(error.path) << " ("
-        << printable(error.app_tag) << ")\n";
-    if (!error.cause.empty()) {
-        out << "  " << printable(error.cause) << '\n';
-    }
-    if (!error.help.empty()) {
-        out << "  to resolve: " << printable(error.help) << '\n';
-    }
-}
-
 } // namespace
 
-NetconfSession::NetconfSession(ServerAddress address, const std::atomic<bool> &interrupt,
-                               Style style)
-    : m_client(std::move(address), interrupt), m_style(style)
+NetconfSession::NetconfSession(ServerAddress address, FileSetup rules, Interrupt &interrupt)
+    : m_interrupt(interrupt), m_client(std::move(address), interrupt), m_rules(std::move(rules))
 {
     m_client.connect();
+    if (!m_client.offers("urn:ietf:params:netconf:capability:candidate:1.0")) {
+        throw SessionError(name() + " has no candidate to work on");
+    }
     load();
 }
 
@@ -107,56 +47,126 @@ const Datastore &NetconfSession::candidate() const
     return *tree;
 }
 
-Datastore NetconfSession::read(const std::string &datastore)
+std::string NetconfSession::read(const std::string &datastore)
 {
-    const auto reply =
-        m_client.ask(in_netconf("get-config", "<source><" + datastore + "/></source>"));
+    auto reply = m_client.ask(in_netconf("get-config", "<source><" + datastore + "/></source>"));
     if (!reply.errors.empty()) {
-        throw SessionError(name() + " refuses: " + words_of(reply.errors));
+        refuse(reply.errors);
     }
+    return std::move(reply.data);
+}
+
+Datastore NetconfSession::parsed(const std::string &datastore, const std::string &xml) const
+{
+    // A device has other models besides.
     Datastore tree =
-        reply.data.empty()
+        xml.empty()
             ? Datastore(model_schema())
             : Datastore::parse(model_schema(),
-                               {datastore + " of " + name(), without_masked(reply.data), {}});
+                               {datastore + " of " + name(), without_masked(xml), {true, ""}});
+    if (!xml.empty() && tree.root() == nullptr) {
+        throw SessionError(name() + " has no configuration of this card's model");
+    }
     engine::add_defaults(tree);
     return tree;
+}
+
+void NetconfSession::take_candidate(twin::Datastores &data, const std::string &xml) const
+{
+    const auto difference = data.plan_replacement(parsed("candidate", xml));
+    data.discard();
+    if (!difference.edit.text.empty()) {
+        data.edit_candidate({"candidate", difference.edit.text, {}});
+    }
 }
 
 /** The copies. The candidate is compared, so that it counts as modified only if it is. */
 void NetconfSession::load()
 {
-    auto data = std::make_unique<twin::Datastores>(read("running"));
-    const Datastore candidate = read("candidate");
-    const auto difference = data->plan_replacement(candidate);
-    if (!difference.edit.text.empty()) {
-        data->edit_candidate({"candidate", difference.edit.text, {}});
+    const auto running = read("running");
+    const auto candidate = read("candidate");
+    auto data = std::make_unique<twin::Datastores>(parsed("running", running));
+    if (candidate != running) {
+        take_candidate(*data, candidate);
     }
     m_data = std::move(data);
+    m_hides_secrets = twin::Masking(*model_schema()).is_masked(candidate);
     m_is_lost = false;
 }
 
-void NetconfSession::connect_again()
+void NetconfSession::refresh()
 {
+    if (m_is_lost) { // The copies are all that there is.
+        return;
+    }
+    try {
+        if (m_client.tells_events()) { // Of what is running, but not of the candidate.
+            take_candidate(*m_data, read("candidate"));
+        } else {
+            load();
+        }
+    } catch (const ConnectionLost &failure) {
+        recover(failure.what());
+    }
+}
+
+/** Makes what was not committed again where the server has lost it. @return What has happened. */
+std::string NetconfSession::connect_again()
+{
+    const std::string pending = m_data->plan_commit().edit.text;
+    const Datastore wanted = candidate().copy();
     m_client.connect();
     load();
+    std::string news = "connected again";
+    if (std::exchange(m_awaits_confirmation, false)) { // It ends with the session that made it.
+        news += "; the commit that was not confirmed is undone";
+    }
+    if (pending.empty() || is_modified()) {
+        return news;
+    }
+    if (m_data->plan_replacement(wanted).edit.text.empty()) {
+        return news + "; what was to be committed is running";
+    }
+    try {
+        m_data->edit_candidate({"", pending, {}});
+        const auto reply = m_client.ask(in_netconf(
+            "edit-config", "<target><candidate/></target><config>" + pending + "</config>"));
+        if (reply.errors.empty()) {
+            return news + "; what was not committed is in the candidate again";
+        }
+    } catch (const engine::InputError &) {
+        // What is running now has no place for it.
+    }
+    load();
+    return news + "; what was not committed is lost";
 }
 
 ServerReply NetconfSession::ask(const std::string &body)
 {
+    require_connection();
     try {
         return m_client.ask(body);
     } catch (const ConnectionLost &failure) {
-        m_is_lost = true;
-        const std::string what = failure.what();
-        try {
-            connect_again();
-        } catch (const SessionError &still) {
-            throw SessionError(what + ": " + still.what());
-        }
-        throw SessionError(what +
-                           ": connected again; `show | compare` tells what is not committed");
+        recover(failure.what());
     }
+}
+
+void NetconfSession::recover(const std::string &reason)
+{
+    m_is_lost = true;
+    std::string now;
+    try {
+        now = connect_again() + ". `show | compare` tells what is not committed";
+    } catch (const SessionError &failure) {
+        m_is_lost = true;
+        now = failure.what();
+    }
+    throw SessionError(reason + ": " + now);
+}
+
+void NetconfSession::refuse(const std::vector<ServerError> &errors) const
+{
+    throw SessionError(name() + " refuses: " + words_of(errors));
 }
 
 void NetconfSession::require_done(const std::string &body)
@@ -164,7 +174,7 @@ void NetconfSession::require_done(const std::string &body)
     const auto reply = ask(body);
     if (!reply.errors.empty()) {
         load(); // What is held here must not be ahead of the server.
-        throw SessionError(name() + " refuses: " + words_of(reply.errors));
+        refuse(reply.errors);
     }
 }
 
@@ -176,9 +186,17 @@ void NetconfSession::send_candidate(const std::string &edit)
     }
 }
 
+void NetconfSession::require_connection() const
+{
+    if (m_is_lost) {
+        throw SessionError(name() + " is gone");
+    }
+}
+
 /** Tried here first: its faults are told as for a file. */
 void NetconfSession::edit(const engine::Source &edit)
 {
+    require_connection();
     if (edit.name.empty()) { // Of a command: the server takes it as it is.
         m_data->edit_candidate(edit);
         send_candidate(edit.text);
@@ -193,6 +211,7 @@ void NetconfSession::edit(const engine::Source &edit)
 
 void NetconfSession::replace(const engine::Source &configuration)
 {
+    require_connection();
     const Datastore before = candidate().copy();
     m_data->replace_candidate(configuration);
     twin::Touched anywhere;
@@ -204,29 +223,6 @@ void NetconfSession::discard()
 {
     require_done(in_netconf("discard-changes", ""));
     m_data->discard();
-}
-
-Verdict NetconfSession::verdict_of(const std::vector<ServerError> &errors) const
-{
-    Verdict verdict{Result::kAccepted, "", m_style.good("Accepted.") + "\n"};
-    std::ostringstream findings;
-    for (const auto &error : errors) {
-        if (error.app_tag == "confirmation-required") {
-            verdict = {Result::kNotConfirmed, "",
-                       m_style.warning("Not confirmed: nobody answered. Answer beforehand with "
-                                       "--yes or --no.") +
-                           "\n"};
-            continue;
-        }
-        print(findings, error, m_style);
-        if (!error.is_warning && verdict.result == Result::kAccepted) {
-            verdict = find_rule(error.app_tag) != nullptr
-                          ? Verdict{Result::kRejected, "", m_style.bad("Rejected.") + "\n"}
-                          : Verdict{Result::kNotChecked, "", m_style.bad("Not checked.") + "\n"};
-        }
-    }
-    verdict.findings = findings.str();
-    return verdict;
 }
 
 Verdict NetconfSession::commit(const CommitRequest &request)
@@ -241,15 +237,26 @@ Verdict NetconfSession::commit(const CommitRequest &request)
     if (request.confirms_warnings) {
         content += std::string("<confirm-warnings xmlns=\"") + twin::kConfirmNamespace + "\"/>";
     }
-    auto entry = CommitLog::commit_of(running(), candidate());
     const bool changes = is_modified();
+    std::optional<CommitLog::Commit> entry;
+    if (changes && !request.checks_only && !keeps_history()) {
+        entry = CommitLog::commit_of(running(), candidate());
+    }
     m_last = ask(in_netconf(request.checks_only ? "validate" : "commit", content)).errors;
     m_has_verdict = true;
-    const Verdict verdict = verdict_of(m_last);
+    Verdict verdict = verdict_of(m_last, m_rules.style);
     if (verdict.result == Result::kAccepted && !request.checks_only) {
-        load();
-        if (changes) {
-            m_commits.add(std::move(entry));
+        if (m_awaits_confirmation) {
+            verdict.conclusion += "The commit before is confirmed.\n";
+        }
+        m_awaits_confirmation = request.confirm_within.has_value();
+        if (entry) {
+            m_commits.add(std::move(*entry));
+        }
+        try {
+            load();
+        } catch (const ConnectionLost &) {
+            m_is_lost = true; // It is committed all the same.
         }
     }
     return verdict;
@@ -257,41 +264,126 @@ Verdict NetconfSession::commit(const CommitRequest &request)
 
 std::string NetconfSession::explain() const
 {
-    if (!m_has_verdict) {
-        return "";
+    return m_has_verdict ? explanation_of(m_last, m_rules.style) : "";
+}
+
+nlohmann::ordered_json NetconfSession::explain_json() const
+{
+    return m_has_verdict ? json_of(m_last) : nullptr;
+}
+
+/** The rules of this machine, asked about what the server has. */
+std::string NetconfSession::headroom(const HeadroomDetail &detail)
+{
+    refresh();
+    FileSetup setup = m_rules;
+    setup.running = {"running of " + name(), running().print(engine::Format::kXml), {}};
+    FileSession card(std::move(setup), m_interrupt);
+    if (is_modified()) {
+        card.replace({"candidate of " + name(), candidate().print(engine::Format::kXml), {}});
     }
-    std::ostringstream out;
-    for (const auto &error : m_last) {
-        if (find_rule(error.app_tag) != nullptr) {
-            print(out, error, m_style);
-            out << "  described in " << printable(error.page) << '\n';
-        }
+    return card.headroom(detail);
+}
+
+bool NetconfSession::keeps_history() const
+{
+    return m_client.offers(twin::kHistoryNamespace);
+}
+
+CommitHistory NetconfSession::history(std::size_t limit)
+{
+    if (!keeps_history()) {
+        return {m_commits.entries(limit),
+                "The server keeps no history: these are the commits of this shell."};
     }
-    const auto text = out.str();
-    return text.empty() ? "The server had nothing to object.\n" : text;
+    const auto reply = ask(std::string("<get-commits xmlns=\"") + twin::kHistoryNamespace +
+                           "\"><limit>" + std::to_string(limit) + "</limit></get-commits>");
+    if (!reply.errors.empty()) {
+        refuse(reply.errors);
+    }
+    CommitHistory history;
+    for (auto &commit : commits_in(reply.data)) {
+        history.commits.push_back(std::move(commit.entry));
+    }
+    return history;
 }
 
 void NetconfSession::roll_back(std::size_t commits)
 {
-    const auto edits = m_commits.undo(commits);
-    discard();
-    for (const auto &one : edits) {
-        edit(one);
+    if (!keeps_history()) {
+        const auto edits = m_commits.undo(commits);
+        discard();
+        for (const auto &one : edits) {
+            edit(one);
+        }
+        return;
     }
+    const std::string ns = std::string(" xmlns=\"") + twin::kHistoryNamespace + "\"";
+    const auto reply =
+        ask("<get-commits" + ns + "><limit>" + std::to_string(commits) + "</limit></get-commits>");
+    const auto known = commits_in(reply.data);
+    if (!reply.errors.empty() || known.size() < commits) {
+        throw SessionError(reply.errors.empty()
+                               ? "the server knows " + plural(known.size(), "commit") + ", no more"
+                               : name() + " refuses: " + words_of(reply.errors));
+    }
+    require_done("<rollback" + ns + "><commit>" + std::to_string(known.back().base) +
+                 "</commit><candidate/></rollback>");
+    refresh();
+}
+
+/** What other sessions, and time, have done. */
+std::string NetconfSession::news_of_others()
+{
+    std::string news;
+    bool is_stale = false;
+    bool is_undone = false;
+    for (const auto &xml : m_client.take_events()) {
+        const auto event = read_event(xml);
+        if (event.is_too_late) {
+            m_awaits_confirmation = false;
+            is_undone = true;
+            news += "A commit was not confirmed in time: it is undone.\n";
+        } else if (event.is_change && event.session != m_client.session_id()) {
+            is_stale = true;
+            if (!is_undone || !event.user.empty()) {
+                news += (event.user.empty() ? "The server" : event.user) +
+                        " has changed what is running.\n";
+            }
+        }
+    }
+    if (is_stale) {
+        load();
+    }
+    return news;
 }
 
 std::string NetconfSession::news()
 {
-    if (m_client.is_connected() && !m_is_lost) {
-        return "";
+    try {
+        auto news = news_of_others(); // Notices where the server is gone.
+        if (m_client.is_connected() && !m_is_lost) {
+            return news;
+        }
+    } catch (const ConnectionLost &) {
+        m_is_lost = true;
     }
-    connect_again();
-    return name() + " was gone, and is connected again.";
+    try {
+        return name() + " was gone: " + connect_again() + ".\n";
+    } catch (const SessionError &failure) {
+        m_is_lost = true;
+        return std::string(failure.what()) + ". What is shown was read before.\n";
+    }
 }
 
 std::string NetconfSession::unsaved() const
 {
-    return is_modified() ? "Changes were not committed; they stay in the server's candidate." : "";
+    if (has_changes()) {
+        return m_is_lost ? "Changes were not committed, and are lost with the server."
+                         : "Changes were not committed; they stay in the server's candidate.";
+    }
+    return m_awaits_confirmation ? "A commit is not confirmed: it is undone when this session ends."
+                                 : "";
 }
 
 } // namespace host::shell

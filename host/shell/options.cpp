@@ -29,9 +29,9 @@ void add_options(CLI::App &app, ShellOptions &options)
                                    "A card's NETCONF server: a UNIX socket, or user@host:port")
                         ->type_name("SERVER")
                         ->excludes(running);
-    app.add_option("--card", options.card, "Capabilities of the card (JSON)")
-        ->type_name("FILE")
-        ->excludes(connect);
+    app.add_option("--card", options.card,
+                   "Capabilities of the card (JSON); on a server for headroom only")
+        ->type_name("FILE");
     app.add_option("--plugin", options.plugin, "Another plug-in than the card's")
         ->type_name("FILE")
         ->excludes(connect);
@@ -42,6 +42,8 @@ void add_options(CLI::App &app, ShellOptions &options)
                    "Keys of servers (if not given: those that ssh knows)")
         ->type_name("FILE")
         ->needs(connect);
+    app.add_flag("--skip-foreign", options.skip_foreign,
+                 "Skip nodes of other models in files (if not given: they are an error)");
     auto *yes = app.add_flag("--yes", options.yes, "Confirm warnings without a question");
     app.add_flag("--no", options.no, "Do not confirm warnings, without a question")->excludes(yes);
     app.add_flag("--continue", options.goes_on, "A script goes on after a line that failed");

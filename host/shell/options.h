@@ -19,6 +19,7 @@ struct ShellOptions {
     std::string key;    /**< For SSH. */
     std::string known_hosts;
     std::string history;
+    bool skip_foreign = false;
     bool no_history = false;
     bool goes_on = false;
     bool yes = false;

@@ -6,11 +6,13 @@
 
 #include "checker/outcome.h"
 #include "engine/data/datastore.h"
+#include "headroom/headroom_text.h"
 #include "report/style.h"
 
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -41,6 +43,12 @@ struct CommitEntry {
     std::string note; /**< What it was, such as how much it changed. */
 };
 
+/** The newest first. */
+struct CommitHistory {
+    std::vector<CommitEntry> commits;
+    std::string remark; /**< What is missing in it, and why; may be empty. */
+};
+
 /** The server is gone, or cannot do what it was asked for. */
 class SessionError : public std::runtime_error
 {
@@ -61,8 +69,15 @@ public:
     virtual std::string name() const = 0;
     virtual const engine::Datastore &running() const = 0;
     virtual const engine::Datastore &candidate() const = 0;
-    /** Whether the candidate may differ from what is running. */
+    /** Whether the candidate may differ from what is running: known at once. */
     virtual bool is_modified() const = 0;
+    /** Whether it does. */
+    bool has_changes() const;
+
+    /** Whether secrets are missing in them: the user may not see them. */
+    virtual bool hides_secrets() const { return false; }
+    /** Reads both anew, where others may have changed them. */
+    virtual void refresh() {}
 
     /** Changes the candidate: all of the edit, or nothing. */
     virtual void edit(const engine::Source &edit) = 0;
@@ -75,16 +90,16 @@ public:
     virtual Verdict commit(const CommitRequest &request) = 0;
     /** How the last verdict came about; empty: there was none. */
     virtual std::string explain() const = 0;
-    /** How full the card is, and what the rules say of the candidate. @param width  0: any. */
-    virtual std::string headroom(std::size_t /*width*/)
-    {
-        throw SessionError("a server tells no headroom: `gpon-validate headroom` reads a file");
-    }
-    /** The commits that rollback knows, the newest first. */
-    virtual std::vector<CommitEntry> history() = 0;
+    /** The same for programs: the report of `gpon-validate check --json`, or what a server tells
+     *  of it; null: there was none. */
+    virtual nlohmann::ordered_json explain_json() const = 0;
+    /** How full the card is, and what the rules say of the candidate. */
+    virtual std::string headroom(const HeadroomDetail &detail) = 0;
+    /** The commits that rollback knows. @param limit  At most so many. */
+    virtual CommitHistory history(std::size_t limit) = 0;
     /** Makes the candidate what was running before the last commits. */
     virtual void roll_back(std::size_t commits) = 0;
-    /** What has happened meanwhile, such as a commit that was undone; empty: nothing. */
+    /** What has happened meanwhile, such as a commit that was undone, in lines; empty: nothing. */
     virtual std::string news() = 0;
     /** What would be lost if the program ended now; empty: nothing. */
     virtual std::string unsaved() const = 0;

@@ -42,7 +42,8 @@ struct Shell {
 
     Session &session;
     ShellIo io;
-    PathSteps base; /**< Where paths begin: `edit` sets it. */
+    engine::Reading reading{}; /**< How files are read. */
+    PathSteps base;            /**< Where paths begin: `edit` sets it. */
     bool has_ended = false;
 };
 

@@ -4,13 +4,13 @@
 #include "engine/data/changes.h"
 #include "engine/data/closest_name.h"
 #include "engine/data/path.h"
+#include "engine/data/print_tree.h"
 #include "report/printable.h"
 #include "report/report_diff.h"
 #include "shell/commands_text.h"
 #include "twin/masking.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <memory>
 #include <sstream>
 
@@ -33,10 +33,6 @@ void require(LY_ERR result)
         throw std::runtime_error("the configuration cannot be copied");
     }
 }
-
-struct FreeText {
-    void operator()(char *text) const { std::free(text); }
-};
 
 /** A tree of these nodes with what stands above them. */
 Tree copy_of(const std::vector<const lyd_node *> &nodes)
@@ -74,13 +70,8 @@ std::string printed(const engine::Datastore &data, const std::vector<const lyd_n
     if (!request.shows_secrets) {
         twin::Masking(data.schema()).mask(tree.get());
     }
-    char *text = nullptr;
-    if (lyd_print_mem(&text, tree.get(), request.form == Form::kJson ? LYD_JSON : LYD_XML, 0) !=
-        LY_SUCCESS) {
-        throw std::runtime_error("the configuration cannot be printed");
-    }
-    const std::unique_ptr<char, FreeText> owner(text);
-    return text != nullptr ? text : "";
+    return engine::print_tree(tree.get(), request.form == Form::kJson ? LYD_JSON : LYD_XML,
+                              engine::Siblings::kLeftOut, 0);
 }
 
 std::string joined(const Words &lines)

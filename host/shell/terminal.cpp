@@ -248,6 +248,9 @@ void Terminal::carry_out(const std::string &line)
 
 Result Terminal::run()
 {
+    std::cout << printable(m_shell.session.name())
+              << ": `help` lists the commands, ? what may follow.\n"
+              << std::flush;
     while (!m_shell.has_ended) {
         m_interrupt = false;
         int length = 0;

@@ -20,11 +20,12 @@ constexpr std::array<std::pair<Role, const char *>, 3> kRoles{
     {{Role::kViewer, "viewer"}, {Role::kOperator, "operator"}, {Role::kAdmin, "admin"}}};
 
 /** What needs less than the right to change, or more. */
-constexpr std::array<std::pair<std::string_view, Right>, 8> kRights{
+constexpr std::array<std::pair<std::string_view, Right>, 9> kRights{
     {{"get", Right::kRead},
      {"get-config", Right::kRead},
      {"get-schema", Right::kRead},
      {"get-data", Right::kRead},
+     {"get-commits", Right::kRead},
      {"validate", Right::kRead},
      {"create-subscription", Right::kRead},
      {"close-session", Right::kRead},

@@ -249,7 +249,12 @@ void Device::go_back(const Reversal &reversal, const Author &author)
 
 Device::Plan Device::plan_rollback(CommitNumber number)
 {
-    return m_data.plan_replacement(configuration(m_history.configuration(number)));
+    return m_data.plan_replacement(configuration(number));
+}
+
+Datastore Device::configuration(CommitNumber number) const
+{
+    return configuration(m_history.configuration(number));
 }
 
 Datastore Device::configuration(const StoredConfiguration &stored) const

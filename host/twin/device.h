@@ -67,8 +67,10 @@ public:
     void check(const Session &session, bool confirms_warnings, const std::function<Change()> &make);
     /** Cancels a confirmed commit. */
     void cancel(const Session &session, const std::optional<std::string> &persist_id);
-    /** What was running after a commit, as a change of what is running. */
+    /** What was running after a commit, as a change of what is running. @throws HistoryError */
     Plan plan_rollback(CommitNumber number);
+    /** The same as a whole. @throws HistoryError */
+    engine::Datastore configuration(CommitNumber number) const;
 
     /** What is in startup; an empty configuration when there is none. */
     engine::Datastore startup() const;

@@ -19,7 +19,7 @@ struct Operation {
     Reply (*handle)(const Call &);
 };
 
-constexpr std::array<Operation, 16> kOperations{{{"get", get},
+constexpr std::array<Operation, 17> kOperations{{{"get", get},
                                                  {"get-config", get_config},
                                                  {"get-schema", get_schema},
                                                  {"edit-config", edit_config},
@@ -30,6 +30,7 @@ constexpr std::array<Operation, 16> kOperations{{{"get", get},
                                                  {"commit", commit},
                                                  {"cancel-commit", cancel_commit},
                                                  {"rollback", rollback},
+                                                 {"get-commits", get_commits},
                                                  {"lock", lock},
                                                  {"unlock", unlock},
                                                  {"kill-session", kill_session},

@@ -62,6 +62,7 @@ Reply validate(const Call &call);
 Reply commit(const Call &call);
 Reply cancel_commit(const Call &call);
 Reply rollback(const Call &call);
+Reply get_commits(const Call &call);
 
 Reply lock(const Call &call);
 Reply unlock(const Call &call);

@@ -59,23 +59,6 @@ Reply commit(const Call &call)
     return {};
 }
 
-Reply rollback(const Call &call)
-{
-    require_unlocked(call, DatastoreName::kRunning);
-    const CommitNumber number = std::stol(call.text("commit").value());
-    call.device.change_running(
-        {*call.session, CommitKind::kRollback, {}, call.has("confirm-warnings")}, [&] {
-            try {
-                return call.device.plan_rollback(number);
-            } catch (const HistoryError &failure) {
-                RpcError error{"invalid-value", failure.what()};
-                error.info.emplace_back("bad-element", "commit");
-                throw RpcFailure(std::move(error));
-            }
-        });
-    return {};
-}
-
 Reply cancel_commit(const Call &call)
 {
     call.device.cancel(*call.session, call.text("persist-id"));

@@ -6,39 +6,22 @@ same difference. (A value written out where YANG supplies the same is none.)
 
 usage: golden.py EXAMPLES GPON_VALIDATE GPON_SHELL
 """
-import json
 import os
 import re
 import subprocess
 import sys
 from concurrent.futures import ThreadPoolExecutor
 
-
-def inherited(case, name):
-    for folder in (case, os.path.dirname(case)):
-        if os.path.exists(os.path.join(folder, name)):
-            return os.path.join(folder, name)
-    return None
-
-
-def cases_of(examples):
-    for rule in sorted(os.listdir(examples)):
-        if rule.endswith(("_check", "_warning", "_warn", "_validation")):
-            for name in sorted(os.listdir(os.path.join(examples, rule))):
-                case = os.path.join(examples, rule, name)
-                change = next((os.path.join(case, file) for file in ("change.xml", "candidate.xml")
-                               if os.path.exists(os.path.join(case, file))), None)
-                if change and inherited(case, "running.xml"):
-                    yield change, inherited(case, "running.xml"), inherited(case, "card.json")
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "support"))
+from golden_cases import cases_of, is_whole, report_of  # noqa: E402
 
 
 def run(words, text=""):
     return subprocess.run(words, input=text, capture_output=True, text=True, check=False)
 
 
-def told_offline(program, options, change):
-    words = [program, "check", "--all=full", "--json", *options]
-    report = json.loads(run(words + ([change] if change.endswith("candidate.xml") else ["--edit", change])).stdout)
+def told_offline(program, case):
+    report = report_of(program, *case)
     remarks = [("rejected", one["text"].strip().split("\n")[0], one["path"], one["rule"]) for one in report["rejections"]]
     remarks += [("warning", one["text"].strip().split("\n")[0], one["path"], one["rule"]) for one in report["warnings"]]
     return report["result"], sorted(remarks)
@@ -58,9 +41,9 @@ def told_by_shell(text):
 def check(programs, case):
     change, running, card = case
     options = ["--running", running] + (["--card", card] if card else [])
-    result, remarks = told_offline(programs[0], options, change)
+    result, remarks = told_offline(programs[0], case)
     shell = [programs[1], *options]
-    how = "replace" if change.endswith("candidate.xml") else "merge"
+    how = "replace" if is_whole(change) else "merge"
     loaded = run(shell, f"load {how} {change}\nshow | compare | commands | secrets\n")
     if result == "not-checked":
         return None if loaded.returncode == 3 or run(shell, f"load {how} {change}\nvalidate\n").returncode == 3 else \
@@ -68,7 +51,7 @@ def check(programs, case):
     commands = loaded.stdout
     typed = run(shell, commands + "show | compare | json\nvalidate\n")
     whole = run(shell, f"load {how} {change}\nshow | compare | json\nvalidate\n")
-    codes = {"accepted": 0, "rejected": 1, "not-confirmed": 2, "plug-in-died": 4}
+    codes = {"accepted": 0, "rejected": 1, "not-confirmed": 2, "plugin-died": 4}
     if whole.stdout != typed.stdout:
         return f"{change}: the commands make something else\n{commands}{typed.stderr}{whole.stdout}\n{typed.stdout}"
     if typed.returncode != codes[result] or told_by_shell(typed.stdout) != remarks:

@@ -7,6 +7,7 @@ expected.txt holds all that is printed, and the exit code. The file `options` ho
 usage: scripts.py [--update] GPON_SHELL
 """
 import os
+import random
 import re
 import subprocess
 import sys
@@ -28,9 +29,22 @@ def run(program, folder, script, scratch):
     return f"{text}exit {done.returncode}\n"
 
 
+def hostile(program):
+    """Lines of anything: each is told, none ends the program."""
+    chance = random.Random(15)
+    words = [b"set", b"delete", b"show", b"edit", b"move", b"up", b"commit", b"load merge", b"interface gpon 1 1 1 onu", b"1-9", b"|",
+             b"{", b"/config/", b"'", b'"', b"\\", b"\0", b"\xff\xfe", b"#", b"\xe2\x80", b"1" * 5000, b"json", b"match", b"-", b","]
+    lines = [b" ".join(chance.choices(words, k=chance.randrange(1, 8))) for _ in range(500)]
+    done = subprocess.run([program, "--running", os.path.join(HERE, "running.xml"), "--continue"], input=b"\n".join(lines),
+                          capture_output=True, check=False, timeout=120)
+    assert done.returncode == 3 and done.stderr.count(b"stdin:") > 300, (done.returncode, done.stderr[-500:])
+    assert b"NUL byte" in done.stderr and b"Not UTF-8" in done.stderr and b"\0" not in done.stdout + done.stderr
+
+
 def main():
     update = sys.argv[1] == "--update"
     program = os.path.abspath(sys.argv[-1])
+    hostile(program)
     wrong = 0
     root = os.path.join(HERE, "scripts")
     for name in sorted(os.listdir(root)):

@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """The shell at a terminal: what somebody types, and what must stand on the screen then.
 
-usage: terminal.py EXAMPLES GPON_SHELL SCRIPTED_PLUGIN
+usage: terminal.py EXAMPLES PAGE GPON_SHELL SCRIPTED_PLUGIN
 """
 import os
 import re
@@ -21,7 +21,7 @@ class Screen:
         environment = {"TERM": "xterm", "LC_ALL": "C.UTF-8", "NO_COLOR": "1", "XDG_STATE_HOME": folder, "PATH": os.environ["PATH"],
                        "GPON_TEST_SCRIPT": os.environ.get("GPON_TEST_SCRIPT", "")}
         self.child = pexpect.spawn(program, ["--running", running, *options], env=environment, encoding="utf-8",
-                                   dimensions=(50, columns), timeout=float(os.environ.get('PATIENCE', 30)))
+                                   dimensions=(50, columns), timeout=60, cwd=folder)  # Where it saves files.
         self.child.expect("> ")
 
     def type(self, keys, *expected):
@@ -58,11 +58,15 @@ def completion(program, folder, full_card):
     screen.type("mat" + TAB, "ch ")
     screen.type(CTRL_C, re.escape("^C"), "> ")
     screen.type("show serv" + TAB, "ice-port ")
-    start = time.monotonic()
     screen.type("409" + TAB, "  409\r", "  4096\r")
+    screen.child.delaybeforesend = None
+    times = []
+    for _ in range(5):
+        start = time.monotonic()
+        screen.type("?", "  409\r", "  4096\r")
+        times.append(time.monotonic() - start)
+    assert min(times) < 0.1, f"completions in a list of 4096 took {times} s"
     screen.type("6 ?", "description|port")
-    took = time.monotonic() - start
-    assert took < 2, f"two completions in a list of 4096 took {took:.2f} s"
     screen.type(CTRL_C, re.escape("^C"), "> ")
     screen.type("delete interface gpon 9 9 9 onu ?", "<1..128>")
     screen.type(CTRL_C, re.escape("^C"), "> ")
@@ -135,11 +139,30 @@ def texts(program, folder, running):
     screen.leave()
 
 
+def documented(program, folder, full_card, page):
+    """The session of the page, word by word."""
+    with open(page, encoding="utf-8") as file:
+        session = file.read().split("```console\n")[1].split("```")[0]
+    screen = Screen(program, folder, os.path.join(full_card, "running.xml"), "--card", os.path.join(full_card, "card.json"), columns=200)
+    shown = "> "
+    for line in session.splitlines():
+        typed = re.match(r"((?:interface .*)?[>#]|Proceed\? \[yes,no\]) (.*)", line)
+        if typed:
+            screen.child.send(typed.group(2) + ENTER)
+            screen.child.expect(r"\r\n")
+            screen.child.expect(r"[>#] \Z|\[yes,no\] \Z")
+            shown += typed.group(2) + "\n" + screen.child.before + screen.child.after
+    screen.leave()
+    shown = re.sub(r"\x1b\[[\d;]*[A-Za-z]|\r", "", shown)
+    assert shown.rstrip().endswith(">") and shown.strip()[:-1].strip() == session.strip(), shown
+
+
 def main():
-    examples, program, plugin = sys.argv[1:]
+    examples, page, program, plugin = sys.argv[1:]
     running = os.path.join(os.path.dirname(os.path.abspath(__file__)), "running.xml")
-    for case, *arguments in ((completion, os.path.join(examples, "full-card")), (commits, running), (texts, running),
-                             (interrupts, running, plugin)):
+    full_card = os.path.abspath(os.path.join(examples, "full-card"))
+    for case, *arguments in ((completion, full_card), (documented, full_card, page), (commits, running), (texts, running),
+                             (interrupts, running, os.path.abspath(plugin))):
         with tempfile.TemporaryDirectory() as folder:
             case(os.path.abspath(program), folder, *arguments)
             print(f"{case.__name__}: ok")

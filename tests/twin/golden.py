@@ -3,13 +3,14 @@
 
 usage: golden.py EXAMPLES GPON_VALIDATE GPON_TWIN
 """
-import json
 import os
-import subprocess
 import sys
 from concurrent.futures import ThreadPoolExecutor
 
-from twin import CONFIRM, NETCONF, Twin, braces_of, errors_of
+from twin import CONFIRM, Twin, braces_of, errors_of
+
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "support"))
+from golden_cases import cases_of, is_whole, report_of  # noqa: E402
 
 
 # What RFC 7950 has a name of its own for.
@@ -17,34 +18,16 @@ APP_TAGS = {"not-unique": "data-not-unique", "too-many": "too-many-elements", "c
             "dangling-reference": "instance-required"}
 
 
-def inherited(case, name):
-    for folder in (case, os.path.dirname(case)):
-        if os.path.exists(os.path.join(folder, name)):
-            return os.path.join(folder, name)
-    return None
-
-
-def cases_of(examples):
-    """Cases of rules, by what the card is and runs: for each such pair one server is enough."""
+def groups_of(examples):
+    """By what the card is and runs: for each such pair one server is enough."""
     groups = {}
-    for rule in sorted(os.listdir(examples)):
-        if not rule.endswith(("_check", "_warning", "_warn", "_validation")):
-            continue
-        for name in sorted(os.listdir(os.path.join(examples, rule))):
-            case = os.path.join(examples, rule, name)
-            change = next((os.path.join(case, file) for file in ("change.xml", "candidate.xml")
-                           if os.path.exists(os.path.join(case, file))), None)
-            if change and inherited(case, "running.xml"):
-                key = (inherited(case, "running.xml"), inherited(case, "card.json"))
-                groups.setdefault(key, []).append(change)
+    for change, *card in cases_of(examples):
+        groups.setdefault(tuple(card), []).append(change)
     return groups
 
 
 def told_offline(program, running, card, change):
-    words = [program, "check", "--running", running, "--all=full", "--json"]
-    words += ["--card", card] if card else []
-    words += [change] if change.endswith("candidate.xml") else ["--edit", change]
-    report = json.loads(subprocess.run(words, stdout=subprocess.PIPE, check=False).stdout)
+    report = report_of(program, change, running, card)
     remarks = [("error", one["rule"], one["path"], one["text"].strip()) for one in report["rejections"]]
     remarks += [("warning", one["rule"], one["path"], one["text"].strip()) for one in report["warnings"]]
     remarks += [("error", APP_TAGS.get(one["fault"], one["fault"]), one.get("path") or "", one["message"]) for one in report["problems"]]
@@ -56,7 +39,7 @@ def told_by_twin(client, change):
         text = file.read()
     text = text.split("?>", 1)[1] if text.lstrip().startswith("<?xml") else text
     client.rpc("<discard-changes/>")
-    if change.endswith("candidate.xml"):
+    if is_whole(change):
         reply = client.rpc(f"<copy-config><target><candidate/></target><source><config>{text}</config></source></copy-config>")
     else:
         reply = client.edit(text)
@@ -90,7 +73,7 @@ def check_group(programs, running, card, changes):
 
 def main():
     examples, *programs = sys.argv[1:]
-    groups = cases_of(examples)
+    groups = groups_of(examples)
     assert len(groups) >= 20, groups.keys()
     with ThreadPoolExecutor(2) as pool:
         results = list(pool.map(lambda group: check_group(programs, *group[0], group[1]), groups.items()))

@@ -27,6 +27,10 @@ def edit(config, *more, target="candidate"):
     return f"<edit-config><target><{target}/></target>{''.join(more)}<config>{config}</config></edit-config>"
 
 
+def commits(more=""):
+    return f'<get-commits xmlns="urn:olt:gpon:twin:history">{more}</get-commits>'
+
+
 def describe(text, onu_id=1, **more):
     return edit(onu(onu_id, f"<description>{text}</description>"), **more)
 
@@ -300,6 +304,11 @@ SCRIPTS = {
         ("a", rollback(1, "<confirm-warnings/>"), "ok"),
         ("a", get_config(), [FEC_2 + "true", "<description>new<"]), ("a", get_config("candidate"), [FEC_2 + "true"]),
         ("a", rollback(0), "ok"), ("a", get_config(), ["!<description>new<"]),
+        ("vera", commits(), ["<number>5</number><base>4<", "<kind>rollback<", "<number>1</number><base>0<", "!<number>3<"]),
+        ("vera", commits("<limit>1</limit>"), ["<number>5<", "!<number>4<"]),
+        ("b", on("lock", "candidate"), "ok"), ("a", rollback(1, "<candidate/>"), ["in-use"]), ("b", on("unlock", "candidate"), "ok"),
+        ("a", rollback(1, "<candidate/>"), "ok"), ("a", rollback(9, "<candidate/>"), ["invalid-value"]),
+        ("a", get_config("candidate"), ["<description>new<"]), ("a", get_config(), ["!<description>new<"]),
     ],
     "roles": [
         ("vera", describe("x"), ["access-denied"]), ("vera", COMMIT, ["access-denied"]), ("vera", on("lock", "running"), ["access-denied"]),

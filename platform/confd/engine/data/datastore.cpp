@@ -4,11 +4,11 @@
 #include "engine/data/error.h"
 #include "engine/data/normalise.h"
 #include "engine/data/path.h"
+#include "engine/data/print_tree.h"
 #include "engine/data/problems.h"
 #include "engine/data/text_length.h"
 #include "engine/data/text_places.h"
 
-#include <cstdlib>
 #include <stdexcept>
 #include <utility>
 
@@ -36,18 +36,6 @@ void require_one_root(const lyd_node *root, const Schema &schema, const Source &
             throw InputError({std::move(problem)});
         }
     }
-}
-
-std::string print_tree(const lyd_node *root, Format format, std::uint32_t options)
-{
-    char *printed = nullptr;
-    if (lyd_print_mem(&printed, root, yang_format(format), LYD_PRINT_WITHSIBLINGS | options) !=
-        LY_SUCCESS) {
-        throw std::runtime_error("the configuration cannot be printed");
-    }
-    std::string text = printed != nullptr ? printed : "";
-    std::free(printed);
-    return text;
 }
 
 } // namespace
@@ -108,10 +96,11 @@ Datastore Datastore::copy() const
 
 std::string Datastore::print(Format format) const
 {
-    const auto text = print_tree(m_root, format, 0);
+    const auto form = yang_format(format);
+    auto text = print_tree(m_root, form, Siblings::kPrinted, 0);
     // An empty configuration would print as nothing, which could not be read again.
     const bool is_empty = text.find_first_not_of("{} \n") == std::string::npos;
-    return is_empty ? print_tree(m_root, format, LYD_PRINT_KEEPEMPTYCONT) : text;
+    return is_empty ? print_tree(m_root, form, Siblings::kPrinted, LYD_PRINT_KEEPEMPTYCONT) : text;
 }
 
 void Datastore::normalise(const Datastore *committed)
