@@ -17,7 +17,9 @@ endif()
 
 # Hardening: executables are position-independent, relocations are resolved at load time and read-only
 # from then on, and the stack is guarded. Not every architecture has all of it.
-check_pie_supported()
+if(NOT GPON_SANITIZE)
+  check_pie_supported()
+endif()
 add_link_options(-Wl,-z,relro -Wl,-z,now)
 set(GPON_HARDENING_OPTIONS "")
 foreach(option -fstack-protector-strong -fstack-clash-protection -fcf-protection)
@@ -47,7 +49,9 @@ add_compile_options(${GPON_MAP_OPTION}=${from_build}=. ${GPON_MAP_OPTION}=${PROJ
 
 if(GPON_SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
-  add_link_options(-fsanitize=address,undefined)
+  # Each program starts thousands of times, and has megabytes of descriptions of what is checked: their
+  # addresses are put in when it is linked.
+  add_link_options(-fsanitize=address,undefined $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:-no-pie>)
 endif()
 if(GPON_TSAN)
   add_compile_options(-fsanitize=thread -fno-omit-frame-pointer)

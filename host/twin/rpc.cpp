@@ -1,11 +1,11 @@
 #include "twin/rpc.h"
 
+#include "engine/data/print_tree.h"
 #include "twin/inspection.h"
 #include "twin/server_context.h"
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 
@@ -105,10 +105,8 @@ engine::Source config_of(const lyd_node *any, const std::optional<EditOfDefaults
             resolve_default_tags(resolved, edit);
             content = resolved.get();
         }
-        char *printed = nullptr;
-        lyd_print_mem(&printed, content, LYD_XML, LYD_PRINT_WITHSIBLINGS | LYD_PRINT_KEEPEMPTYCONT);
-        const std::unique_ptr<char, void (*)(void *)> owner(printed, std::free);
-        text = printed != nullptr ? printed : "";
+        text = engine::print_tree(content, LYD_XML, engine::Siblings::kPrinted,
+                                  LYD_PRINT_KEEPEMPTYCONT);
     } else if (node->value.str != nullptr) {
         text = node->value.str;
     }

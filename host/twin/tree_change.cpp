@@ -1,6 +1,7 @@
 #include "twin/tree_change.h"
 
-#include <cstdlib>
+#include "engine/data/print_tree.h"
+
 #include <memory>
 #include <stdexcept>
 
@@ -45,18 +46,12 @@ lyd_node *find_in(const lyd_node *siblings, const lyd_node *node)
 }
 
 struct Free {
-    void operator()(char *text) const { std::free(text); }
     void operator()(lyd_node *tree) const { lyd_free_tree(tree); }
 };
 
 std::string printed(const lyd_node *node)
 {
-    char *text = nullptr;
-    if (lyd_print_mem(&text, node, LYD_XML, LYD_PRINT_SHRINK) != LY_SUCCESS) {
-        throw std::runtime_error("a change cannot be printed");
-    }
-    const std::unique_ptr<char, Free> owner(text);
-    return text != nullptr ? text : "";
+    return engine::print_tree(node, LYD_XML, engine::Siblings::kLeftOut, LYD_PRINT_SHRINK);
 }
 
 /** The node without what is below it, but for the keys of a list entry. */

@@ -1,11 +1,9 @@
 #include "twin/with_defaults.h"
 
+#include "engine/data/print_tree.h"
 #include "twin/server_context.h"
 
 #include <array>
-#include <cstdlib>
-#include <memory>
-#include <stdexcept>
 
 namespace host::twin
 {
@@ -84,14 +82,8 @@ WithDefaults with_defaults_of(const lyd_node *rpc)
 
 std::string printed(const lyd_node *tree, WithDefaults mode)
 {
-    char *text = nullptr;
-    if (tree != nullptr && lyd_print_mem(&text, tree, LYD_XML,
-                                         LYD_PRINT_WITHSIBLINGS | LYD_PRINT_SHRINK |
-                                             row_of(mode).options) != LY_SUCCESS) {
-        throw std::runtime_error("The configuration cannot be printed.");
-    }
-    const std::unique_ptr<char, void (*)(void *)> owner(text, std::free);
-    std::string xml = text != nullptr ? text : "";
+    std::string xml = engine::print_tree(tree, LYD_XML, engine::Siblings::kPrinted,
+                                         LYD_PRINT_SHRINK | row_of(mode).options);
     return mode == WithDefaults::kReportAllTagged ? with_standard_tags(xml) : xml;
 }
 
