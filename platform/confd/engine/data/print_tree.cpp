@@ -1,57 +1,58 @@
 #include "engine/data/print_tree.h"
 
-#include <exception>
+#include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <new>
 #include <stdexcept>
-#include <utility>
 
 namespace engine
 {
 namespace
 {
 
-struct Text {
-    std::string text;
-    std::exception_ptr failure; /**< libyang's printers do not ask whether a part was taken. */
+struct FreeText {
+    void operator()(char *text) const { std::free(text); }
 };
-
-/** No exception may pass through the C library. */
-ssize_t append(void *to, const void *part, std::size_t size) noexcept
-{
-    auto &printed = *static_cast<Text *>(to);
-    try {
-        printed.text.append(static_cast<const char *>(part), size);
-    } catch (...) {
-        printed.failure = std::current_exception();
-    }
-    return static_cast<ssize_t>(size);
-}
-
 struct FreeOut {
     void operator()(ly_out *out) const { ly_out_free(out, nullptr, 0); }
 };
 
+LY_ERR print_to(FILE *stream, const lyd_node *root, LYD_FORMAT format, Siblings siblings,
+                std::uint32_t options)
+{
+    ly_out *target = nullptr;
+    if (ly_out_new_file(stream, &target) != LY_SUCCESS) {
+        return LY_EMEM;
+    }
+    const std::unique_ptr<ly_out, FreeOut> out(target);
+    const auto print = siblings == Siblings::kPrinted ? lyd_print_all : lyd_print_tree;
+    return print(target, root, format, options);
+}
+
 } // namespace
 
+// A stream: libyang allocates for each part that it hands to a callback.
 std::string print_tree(const lyd_node *root, LYD_FORMAT format, Siblings siblings,
                        std::uint32_t options)
 {
-    Text printed;
-    ly_out *target = nullptr;
-    if (ly_out_new_clb(append, &printed, &target) != LY_SUCCESS) {
+    char *printed = nullptr;
+    std::size_t size = 0;
+    FILE *stream = open_memstream(&printed, &size);
+    if (stream == nullptr) {
         throw std::bad_alloc();
     }
-    const std::unique_ptr<ly_out, FreeOut> owner(target);
-    const auto print = siblings == Siblings::kPrinted ? lyd_print_all : lyd_print_tree;
-    const bool is_printed = print(target, root, format, options) == LY_SUCCESS;
-    if (printed.failure != nullptr) {
-        std::rethrow_exception(printed.failure);
+    const LY_ERR result = print_to(stream, root, format, siblings, options);
+    const bool is_whole = std::ferror(stream) == 0;
+    const bool is_closed = std::fclose(stream) == 0; // Before this there may be no text.
+    const std::unique_ptr<char, FreeText> text(printed);
+    if (!is_whole || !is_closed || result == LY_EMEM) {
+        throw std::bad_alloc();
     }
-    if (!is_printed) {
+    if (result != LY_SUCCESS) {
         throw std::runtime_error("the configuration cannot be printed");
     }
-    return std::move(printed.text);
+    return {printed, size};
 }
 
 } // namespace engine
