@@ -51,8 +51,6 @@ void require_writable_running(const Call &call)
     }
 }
 
-/** A client that says test-only, or test-then-set, wants the rules to be asked now. That nobody
- *  says anything means an edit of names, types and operations that is tested as such. */
 bool continues_on_error(const Call &call)
 {
     return call.text("error-option") == "continue-on-error";
@@ -66,6 +64,10 @@ void require_none(std::vector<engine::Problem> misfits)
     }
 }
 
+/**
+ * A client that says test-only, or test-then-set, wants the rules to be asked now. Who says nothing
+ * has names, types and operations tested, as of any edit.
+ */
 void edit_candidate(const Call &call, const engine::Source &edit)
 {
     const std::string test = call.text("test-option").value_or("set");
