@@ -70,8 +70,15 @@ private:
     std::function<void(std::string_view)> m_take;
 };
 
+/** Apart from the rest: the thousands of lines that nobody wants cost a look at it, and no more. */
+int lowest_level = kOff;
+
+bool is_enabled(int level)
+{
+    return lowest_level < kOff && level >= lowest_level;
+}
+
 struct State {
-    int lowest_level = kOff;
     Sink sink = laid_out(std::make_shared<spdlog::sinks::stderr_sink_st>());
     std::map<std::string, zlog_category_s> categories; // Entries of a map do not move.
 };
@@ -97,16 +104,11 @@ __attribute__((format(printf, 1, 0))) std::string format_text(const char *format
     return text;
 }
 
-bool is_enabled(int level)
-{
-    return state().lowest_level < kOff && level >= state().lowest_level;
-}
-
 } // namespace
 
 void set_level(int level)
 {
-    state().lowest_level = level;
+    lowest_level = level;
 }
 
 void write_to_stderr()
@@ -160,7 +162,7 @@ int zlog_level_enabled(zlog_category_t *category, const int level)
 void zlog(zlog_category_t *category, const char *file, size_t filelen, const char *func,
           size_t funclen, long line, int level, const char *format, ...)
 {
-    if (zlog_level_enabled(category, level) == 0) {
+    if (category == nullptr || !zlog_host::is_enabled(level)) {
         return;
     }
     va_list args;
