@@ -60,7 +60,7 @@ ListCursor &cursor_of(const maapi_cursor *cursor)
     }
     const auto number = static_cast<int>(reinterpret_cast<std::intptr_t>(cursor->internal));
     auto &transaction = transaction_of(cursor->sock, cursor->th);
-    auto *position = dynamic_cast<ListCursor *>(transaction.find_resource(number));
+    auto *position = transaction.find_resource<ListCursor>(number);
     if (position == nullptr) {
         throw engine::Error(CONFD_ERR_PROTOUSAGE, "the cursor was destroyed");
     }

@@ -18,7 +18,7 @@ namespace api
  * What stands behind a maapi_cursor. It belongs to the transaction, which also frees the keys when
  * a client does not; the client's structure only knows its number.
  */
-class ListCursor : public engine::TransactionResource
+class ListCursor final : public engine::TransactionResource
 {
 public:
     /** @param first  Entry that comes first; null when there is none. */

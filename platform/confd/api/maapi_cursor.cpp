@@ -79,7 +79,7 @@ void maapi_destroy_cursor(struct maapi_cursor *mc)
         clear(*mc);
         // The socket may be closed by now; the transaction may be over, and the cursor with it.
         auto &transaction = engine::Framework::current().transaction(handle);
-        if (dynamic_cast<api::ListCursor *>(transaction.find_resource(number)) != nullptr) {
+        if (transaction.find_resource<api::ListCursor>(number) != nullptr) {
             transaction.drop_resource(number);
         }
     });

@@ -30,7 +30,7 @@ std::map<int, QueryPlace> &open_queries()
 }
 
 /** A query takes its handle along when its transaction ends. */
-class HandledQuery : public api::Query
+class HandledQuery final : public api::Query
 {
 public:
     HandledQuery(const engine::Transaction &transaction, api::QueryRequest request, int handle)
@@ -110,8 +110,9 @@ int maapi_query_result(int sock, int qh, struct confd_query_result **qrs)
     *qrs = nullptr;
     return api::guarded("maapi_query_result", CONFD_ERR, [&] {
         const QueryPlace place = find(sock, qh);
-        auto *resource = api::transaction_of(sock, place.transaction).find_resource(place.resource);
-        *qrs = dynamic_cast<api::Query &>(*resource).next_chunk().release()->result();
+        auto &transaction = api::transaction_of(sock, place.transaction);
+        auto &query = *transaction.find_resource<HandledQuery>(place.resource);
+        *qrs = query.next_chunk().release()->result();
         return CONFD_OK;
     });
 }

@@ -1,5 +1,7 @@
 #include "engine/data/entry_index.h"
 
+#include <cstdint>
+#include <cstring>
 #include <functional>
 #include <string_view>
 
@@ -29,7 +31,7 @@ bool has_keys(const lyd_node *entry, const std::vector<std::string> &keys)
     const lyd_node *leaf = lyd_child(entry);
     for (const std::string &key : keys) {
         const char *value = leaf != nullptr ? lyd_get_value(leaf) : nullptr;
-        if (value == nullptr || *value != *key.c_str() || key != value) {
+        if (value == nullptr || *value != *key.c_str() || std::strcmp(value, key.c_str()) != 0) {
             return false;
         }
         leaf = leaf->next;
@@ -52,11 +54,34 @@ const lyd_node *find_among_first(const lyd_node *first, const std::vector<std::s
     return nullptr;
 }
 
+std::size_t count_entries(const lyd_node *first)
+{
+    std::size_t count = 0;
+    for (const lyd_node *entry = first; entry != nullptr; entry = next_instance(entry)) {
+        ++count;
+    }
+    return count;
+}
+
+/** So many entries are indexed in the time that libyang takes to find one: measured. */
+constexpr std::size_t kEntriesPerLookup = 50;
+
 } // namespace
+
+const lyd_node *EntryIndex::find_first(const lyd_node *siblings, const SchemaNode &node)
+{
+    constexpr unsigned int kAlignment = 6; // Of addresses: the bits below tell nothing.
+    const std::size_t hash =
+        (reinterpret_cast<std::uintptr_t>(siblings) >> kAlignment) ^ node.number;
+    First &first = m_firsts[hash % kFirsts];
+    if (first.siblings != siblings || first.node != &node) {
+        first = {siblings, &node, engine::find_first(siblings, node)};
+    }
+    return first.found;
+}
 
 const lyd_node *EntryIndex::find(const lyd_node *first, const Path::Step &step)
 {
-    constexpr unsigned int kFewLookups = 32;
     auto known = m_lists.find(first);
     if (known == m_lists.end()) {
         const lyd_node *end = nullptr;
@@ -64,13 +89,13 @@ const lyd_node *EntryIndex::find(const lyd_node *first, const Path::Step &step)
         if (found != nullptr || end == nullptr) {
             return found;
         }
-        known = m_lists.try_emplace(first).first;
+        known = m_lists.try_emplace(first, Entries{count_entries(first), 0, {}}).first;
     }
     Entries &entries = known->second;
-    if (++entries.lookups <= kFewLookups) {
-        return find_entry(first, step);
-    }
     if (entries.places.empty()) {
+        if (entries.lookups++ < entries.count / kEntriesPerLookup) {
+            return find_entry(first, step);
+        }
         fill(entries, first);
     }
     return find_in(entries, step.keys);
@@ -93,12 +118,8 @@ const lyd_node *EntryIndex::find_in(const Entries &entries, const std::vector<st
 
 void EntryIndex::fill(Entries &entries, const lyd_node *first)
 {
-    std::size_t count = 0;
-    for (const lyd_node *entry = first; entry != nullptr; entry = next_instance(entry)) {
-        ++count;
-    }
     std::size_t size = 1;
-    while (size < 2 * count) {
+    while (size < 2 * entries.count) {
         size *= 2;
     }
     entries.places.assign(size, nullptr);

@@ -6,7 +6,8 @@
 
 #include "engine/data/path.h"
 
-#include <cstdint>
+#include <array>
+#include <cstddef>
 #include <unordered_map>
 #include <vector>
 
@@ -16,23 +17,34 @@ namespace engine
 /**
  * Index of the lists of a tree that stays as it is: of a candidate while rules look at it. libyang
  * must store a key, with all checks of its type, before it can look for it. A list is indexed once
- * it was looked into a few times: a rule that is asked once must not pay for the whole list.
+ * the lookups so far took as long as that does: a rule that is asked once must not pay for all of a
+ * long list.
  */
 class EntryIndex : public EntryFinder
 {
 public:
+    const lyd_node *find_first(const lyd_node *siblings, const SchemaNode &node) override;
     const lyd_node *find(const lyd_node *first, const Path::Step &step) override;
 
 private:
+    /** What was found the last time. */
+    struct First {
+        const lyd_node *siblings = nullptr;
+        const SchemaNode *node = nullptr;
+        const lyd_node *found = nullptr;
+    };
     /** One list's entries, by the hash of their keys. */
     struct Entries {
-        unsigned int lookups = 0;
+        std::size_t count = 0;
+        std::size_t lookups = 0;              /**< Before it was indexed. */
         std::vector<const lyd_node *> places; /**< A power of two of them, half of them empty. */
     };
 
     static void fill(Entries &entries, const lyd_node *first);
     static const lyd_node *find_in(const Entries &entries, const std::vector<std::string> &keys);
 
+    static constexpr std::size_t kFirsts = 64;
+    std::array<First, kFirsts> m_firsts;                   /**< By a hash. */
     std::unordered_map<const lyd_node *, Entries> m_lists; /**< By the first entry. */
 };
 

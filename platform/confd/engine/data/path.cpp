@@ -9,7 +9,8 @@ namespace
 {
 
 /** First instance of a schema node among siblings, of which nearly all are found in a few steps. */
-const lyd_node *first_among(const lyd_node *siblings, const SchemaNode &node)
+const lyd_node *first_among(const lyd_node *siblings, const SchemaNode &node,
+                            EntryFinder *index = nullptr)
 {
     constexpr int kFewSteps = 6;
     const lyd_node *at = siblings;
@@ -18,11 +19,10 @@ const lyd_node *first_among(const lyd_node *siblings, const SchemaNode &node)
             return at;
         }
     }
-    lyd_node *match = nullptr;
-    if (at != nullptr) {
-        lyd_find_sibling_val(siblings, node.yang, nullptr, 0, &match);
+    if (at == nullptr) {
+        return nullptr;
     }
-    return match;
+    return index != nullptr ? index->find_first(siblings, node) : find_first(siblings, node);
 }
 
 /** The list's probe; made from an entry, without its contents, where there is none yet. */
@@ -46,7 +46,7 @@ const lyd_node *find_step(const lyd_node *siblings, const Path &path, const Path
                           EntryFinder *index)
 {
     if (!step.node->is_list()) {
-        return first_among(siblings, *step.node);
+        return first_among(siblings, *step.node, index);
     }
     if (step.keys.empty()) {
         throw Error(CONFD_ERR_BADPATH, "bad path " + path.text() + ": the keys of " +
@@ -55,7 +55,7 @@ const lyd_node *find_step(const lyd_node *siblings, const Path &path, const Path
     if (index == nullptr) {
         return find_entry(siblings, step);
     }
-    const lyd_node *first = first_among(siblings, *step.node);
+    const lyd_node *first = first_among(siblings, *step.node, index);
     return first != nullptr ? index->find(first, step) : nullptr;
 }
 
@@ -145,6 +145,14 @@ const lyd_node *find_node(const lyd_node *root, const Path &path, EntryFinder *i
         return nullptr;
     }
     return find_step(count == 1 ? root : lyd_child(parent), path, path.steps.back(), index);
+}
+
+const lyd_node *find_first(const lyd_node *siblings, const SchemaNode &node)
+{
+    lyd_node *match = nullptr;
+    // What it answers is whether there is one.
+    static_cast<void>(lyd_find_sibling_val(siblings, node.yang, nullptr, 0, &match));
+    return match;
 }
 
 // A text of predicates takes longer, and needs quoting.

@@ -27,11 +27,13 @@ struct Path {
     std::string text() const;
 };
 
-/** Finds entries of one tree's lists in a way of its own. */
+/** Finds nodes of one tree in a way of its own. */
 class EntryFinder
 {
 public:
     virtual ~EntryFinder() = default;
+    /** As engine::find_first. */
+    virtual const lyd_node *find_first(const lyd_node *siblings, const SchemaNode &node) = 0;
     /** @param first  The list's first entry. @return Null when there is none with these keys. */
     virtual const lyd_node *find(const lyd_node *first, const Path::Step &step) = 0;
 };
@@ -46,6 +48,10 @@ const lyd_node *find_node(const lyd_node *root, const Path &path, EntryFinder *i
 
 /** Finds the data node above the path's last step. Null when it is not there. */
 const lyd_node *find_parent(const lyd_node *root, const Path &path, EntryFinder *index = nullptr);
+
+/** First instance of a schema node among siblings, by way of libyang's hash; null: there is none.
+ */
+const lyd_node *find_first(const lyd_node *siblings, const SchemaNode &node);
 
 /** Finds an entry of a list by the step's keys, by way of libyang's hash; null: there is none. */
 const lyd_node *find_entry(const lyd_node *siblings, const Path::Step &step);

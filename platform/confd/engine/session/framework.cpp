@@ -18,6 +18,15 @@ const char *name_of(SocketKind kind)
     return kind == SocketKind::kMaapi ? "MAAPI" : "CDB";
 }
 
+/** Where a number stands among ascending ones; the end, if it does not. */
+template <typename Numbered>
+auto place_of(const Numbered &numbered, int number)
+{
+    const auto found = std::lower_bound(numbered.begin(), numbered.end(), number,
+                                        [](const auto &one, int to) { return one.first < to; });
+    return found != numbered.end() && found->first == number ? found : numbered.end();
+}
+
 } // namespace
 
 Transaction::Transaction(int handle, const Datastore &committed, Datastore candidate)
@@ -43,19 +52,24 @@ const std::vector<Change> &Transaction::changes() const
 int Transaction::add_resource(std::unique_ptr<TransactionResource> resource)
 {
     const int number = m_next_resource++;
-    m_resources.emplace(number, std::move(resource));
+    m_resources.emplace_back(number, std::move(resource));
     return number;
 }
 
-TransactionResource *Transaction::find_resource(int number) const
+TransactionResource *Transaction::find(int number) const
 {
-    const auto found = m_resources.find(number);
+    const auto found = place_of(m_resources, number);
     return found != m_resources.end() ? found->second.get() : nullptr;
 }
 
 bool Transaction::drop_resource(int number)
 {
-    return m_resources.erase(number) > 0;
+    const auto found = place_of(m_resources, number);
+    if (found == m_resources.end()) {
+        return false;
+    }
+    m_resources.erase(found);
+    return true;
 }
 
 Framework::Framework(Datastore running) : m_running(std::move(running))

@@ -16,6 +16,9 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <type_traits>
+#include <typeinfo>
+#include <utility>
 #include <vector>
 
 namespace engine
@@ -52,8 +55,15 @@ public:
 
     /** @return A number above 0 that find_resource knows. */
     int add_resource(std::unique_ptr<TransactionResource> resource);
-    /** Null when there is none of that number. */
-    TransactionResource *find_resource(int number) const;
+    /** Null when there is none of that number, or it is another thing than a T. */
+    template <typename T>
+    T *find_resource(int number) const
+    {
+        static_assert(std::is_final_v<T>); // So that its type is looked at once.
+        TransactionResource *resource = find(number);
+        const bool is_it = resource != nullptr && typeid(*resource) == typeid(T);
+        return is_it ? static_cast<T *>(resource) : nullptr;
+    }
     /** @return Whether there was one. */
     bool drop_resource(int number);
     /** Releases what clients left: the library that made it may be unloaded next. */
@@ -62,6 +72,8 @@ public:
 private:
     friend class Framework;
 
+    TransactionResource *find(int number) const;
+
     int m_handle;
     const Datastore &m_committed;
     std::optional<Datastore> m_candidate; /**< Nothing when the change was made in place. */
@@ -69,7 +81,8 @@ private:
     bool m_is_sound = false; /**< By the engine's own check, after a change in place. */
     mutable EntryIndex m_index;
     mutable std::optional<std::vector<Change>> m_changes;
-    std::map<int, std::unique_ptr<TransactionResource>> m_resources;
+    /** With their numbers, which ascend: few at a time. */
+    std::vector<std::pair<int, std::unique_ptr<TransactionResource>>> m_resources;
     int m_next_resource = 1;
 };
 
