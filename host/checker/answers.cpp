@@ -296,13 +296,8 @@ void AnswerStore::tell_reused(std::size_t end, Outcome &outcome) const
 std::size_t AnswerStore::silent_before(std::size_t item) const
 {
     const Item &last = m_choice->items[item];
-    const auto requests = m_choice->plan.requests(last.point);
-    const auto found =
-        std::find_if(requests.begin(), requests.end(), [&last](const Request &request) {
-            return request.instance == last.request.instance;
-        });
     const std::size_t first_item = m_choice->points[last.point].first_item;
-    return static_cast<std::size_t>(found - requests.begin()) - (item - first_item);
+    return m_choice->plan.count_before(last.point, last.request.instance) - (item - first_item);
 }
 
 /** Keeps an answer if it holds for the committed configuration as well. */

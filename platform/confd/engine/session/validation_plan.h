@@ -47,6 +47,8 @@ public:
     bool is_everywhere(std::size_t index) const;
     /** The requests of a point, in document order. */
     std::vector<Request> requests(std::size_t index) const;
+    /** How many requests of a point stand before the one for this instance. */
+    std::size_t count_before(std::size_t index, const lyd_node *instance) const;
     /** Those of all points, in the order of asking. */
     std::vector<Request> all_requests() const;
     /** The request for an instance that must be asked about. */
