@@ -12,7 +12,7 @@ namespace host
 namespace
 {
 
-constexpr std::size_t kCapacity = 65536;
+constexpr std::size_t kCapacity = 1U << 20U;
 constexpr std::size_t kNoRequest = 0;
 
 } // namespace
@@ -41,7 +41,7 @@ EventBoard::EventBoard()
 
 void EventBoard::show_request(std::size_t request)
 {
-    m_shared->request = request + 1;
+    m_shared->request.store(request + 1, std::memory_order_release);
 }
 
 void EventBoard::show_no_request()
@@ -51,12 +51,12 @@ void EventBoard::show_no_request()
 
 bool EventBoard::add(std::string_view text)
 {
-    const std::size_t size = m_shared->size;
+    const std::size_t size = m_shared->size.load(std::memory_order_relaxed); // We alone write it.
     if (text.size() > kCapacity - size) {
         return false;
     }
     std::copy(text.begin(), text.end(), m_shared->text.begin() + size);
-    m_shared->size = size + text.size();
+    m_shared->size.store(size + text.size(), std::memory_order_release);
     return true;
 }
 

@@ -7,11 +7,11 @@
 
 #include "checker/asking.h"
 #include "checker/event_board.h"
+#include "checker/fork_mark.h"
 
 #include <optional>
 #include <string>
 #include <string_view>
-#include <sys/types.h>
 
 namespace host
 {
@@ -49,7 +49,7 @@ private:
     int m_fd;
     std::string m_key;
     EventBoard &m_board;
-    pid_t m_owner;                        /**< Process that writes. */
+    ForkMark m_mark;                      /**< Of the process that writes. */
     bool m_is_copy = false;               /**< This is another one. */
     std::string m_line;                   /**< Of an answer; kept for its memory. */
     std::optional<std::size_t> m_request; /**< That is being made. */
