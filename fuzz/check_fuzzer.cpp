@@ -137,7 +137,7 @@ void ask(Configurations configurations, host::Outcome &outcome)
     outcome.planned = requests.size();
     const host::Questions questions{transaction, requests, CARD_PLUGIN, true};
     host::CheckListener nobody;
-    host::Recorder recorder(requests, questions.all, outcome, nobody);
+    host::Recorder recorder(requests, questions.all, true, outcome, nobody);
     host::ask_plugin(questions, recorder);
     outcome.completed = recorder.has_ended();
     const engine::Source change{"edit.xml", configurations.change};

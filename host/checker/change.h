@@ -43,6 +43,10 @@ struct Policy {
     bool differences = false;
     /** The report tells how often each client call was made. */
     bool counts_calls = true;
+    /** It names the node of every request and what called for it, not only those of remarks. */
+    bool names_requests = true;
+    /** As above; answers that are used again are known by their nodes, too. */
+    bool names_all() const { return names_requests || reuse; }
     /** What the report tells of what the rules read. */
     engine::ReadLog::Mode reads = engine::ReadLog::Mode::kOff;
 };

@@ -54,9 +54,10 @@ Datastore load_running(const std::optional<engine::Source> &source, bool check,
     return running;
 }
 
-void ask_in_process(const Questions &questions, CheckListener &listener, Outcome &outcome)
+void ask_in_process(const Questions &questions, const Policy &policy, CheckListener &listener,
+                    Outcome &outcome)
 {
-    Recorder recorder(questions.requests, questions.all, outcome, listener);
+    Recorder recorder(questions.requests, questions.all, policy.names_all(), outcome, listener);
     const ExitGuard guard([&](int status) {
         recorder.died(Death::Kind::kExit, status);
         listener.process_ends(outcome);
@@ -255,7 +256,7 @@ void Checker::ask(const Candidate &candidate, const Policy &policy, CheckListene
     const Questions questions{transaction, requests, m_plugin, policy.all};
     timed(outcome.phases, "rules", [&] {
         if (policy.in_process) {
-            ask_in_process(questions, listener, outcome);
+            ask_in_process(questions, policy, listener, outcome);
         } else {
             m_respondent->ask(questions, candidate, policy, listener, outcome);
         }

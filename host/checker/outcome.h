@@ -73,7 +73,8 @@ struct Evidence {
 
 /** One rule, asked about one node. */
 struct RuleRun {
-    std::string rule;  /**< Opaque key. */
+    std::string rule; /**< Opaque key. */
+    // Of an answer that accepts, the next two are there if the policy asks for them.
     std::string path;  /**< Node that it was asked about. */
     std::string cause; /**< Changed node that called for it; empty: it is asked at every commit. */
     engine::Answer answer;

@@ -30,8 +30,10 @@ void Recorder::after(std::size_t request, const engine::Answer &answer)
 {
     require(m_running == request, "an answer");
     const engine::Request &asked = m_requests[request];
-    m_outcome.runs.push_back({asked.point->opaque, engine::path_of(asked), asked.cause, answer,
-                              asked.point, false, std::nullopt, asked.instance, asked.change});
+    const bool is_named = m_names_all || answer.verdict != engine::Verdict::kAccepted;
+    m_outcome.runs.push_back({asked.point->opaque, is_named ? engine::path_of(asked) : "",
+                              is_named ? asked.cause : "", answer, asked.point, false, std::nullopt,
+                              asked.instance, asked.change});
     m_rejected = m_rejected || answer.verdict == engine::Verdict::kRejected;
     m_running.reset();
     ++m_answered;

@@ -21,10 +21,15 @@ namespace host
 class Recorder : public AskingListener
 {
 public:
-    /** @param step  Where the plug-in is. */
-    Recorder(const std::vector<engine::Request> &requests, bool all, Outcome &outcome,
-             CheckListener &listener, Step step = Step::kLoad)
-        : m_requests(requests), m_all(all), m_outcome(outcome), m_listener(listener), m_step(step)
+    /**
+     * @param all        See Questions.
+     * @param names_all  Paths are made of all requests, not only of those that draw a remark.
+     * @param step       Where the plug-in is.
+     */
+    Recorder(const std::vector<engine::Request> &requests, bool all, bool names_all,
+             Outcome &outcome, CheckListener &listener, Step step = Step::kLoad)
+        : m_requests(requests), m_all(all), m_names_all(names_all), m_outcome(outcome),
+          m_listener(listener), m_step(step)
     {
         outcome.runs.reserve(requests.size());
     }
@@ -57,7 +62,8 @@ private:
     bool is_done() const;
 
     const std::vector<engine::Request> &m_requests;
-    bool m_all; /**< See Questions. */
+    bool m_all;
+    bool m_names_all;
     Outcome &m_outcome;
     CheckListener &m_listener;
     Step m_step;

@@ -74,7 +74,8 @@ bool Respondent::go_on(const Questions &questions, const Candidate &candidate, c
         }
         m_transaction = candidate.transaction.handle();
         m_committed = false;
-        Recorder recorder(questions.requests, questions.all, trial, listener, Step::kValidate);
+        Recorder recorder(questions.requests, questions.all, policy.names_all(), trial, listener,
+                          Step::kValidate);
         watch(recorder, policy, listener, trial);
     } catch (const std::exception &) {
         return false; // A fresh process shows whether that was the plug-in's doing.
@@ -100,7 +101,7 @@ void Respondent::start(const Questions &questions, const Policy &policy, CheckLi
         answer(questions, m_framework, m_prepare,
                {m_key, *m_board, line_fd, policy.keep_plugin ? input_fd : -1});
     });
-    Recorder recorder(questions.requests, questions.all, outcome, listener);
+    Recorder recorder(questions.requests, questions.all, policy.names_all(), outcome, listener);
     watch(recorder, policy, listener, outcome);
 }
 
@@ -167,7 +168,7 @@ void Respondent::retire(const Policy &policy, CheckListener &listener)
     }
     Outcome end;
     const std::vector<engine::Request> none;
-    Recorder recorder(none, false, end, listener, Step::kValidate);
+    Recorder recorder(none, false, false, end, listener, Step::kValidate);
     m_child->end_input();
     try {
         watch(recorder, policy, listener, end);

@@ -26,7 +26,7 @@ Outcome ask(engine::Framework &framework, const engine::Transaction &transaction
     const std::string key = make_event_key();
     Outcome outcome;
     CheckListener nobody;
-    Recorder recorder(requests, true, outcome, nobody);
+    Recorder recorder(requests, true, true, outcome, nobody);
     EventBoard board;
     ChildWork child;
     child.pulse = [&board] { return board.request(); };

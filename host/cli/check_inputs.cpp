@@ -120,6 +120,7 @@ Policy policy_of(const CheckOptions &options)
     policy.keep_plugin = options.is_series();
     policy.reuse = options.is_series() && options.reuses();
     policy.counts_calls = options.explains();
+    policy.names_requests = options.explains();
     policy.reads = options.reads ? Mode::kPaths : options.explains() ? Mode::kPlaces : Mode::kOff;
     return policy;
 }

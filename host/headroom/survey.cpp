@@ -33,6 +33,7 @@ Change no_edit(const engine::Schema &schema, const std::string &name)
 Policy about(Policy policy, const std::vector<const char *> &rules)
 {
     policy.all = true;
+    policy.names_requests = true; // It is looked up what was said of which link.
     policy.only.clear();
     for (const char *rule : rules) {
         policy.only.push_back({rule, ""});
