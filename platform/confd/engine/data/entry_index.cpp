@@ -1,5 +1,6 @@
 #include "engine/data/entry_index.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <functional>
@@ -65,6 +66,8 @@ std::size_t count_entries(const lyd_node *first)
 
 /** So many entries are indexed in the time that libyang takes to find one: measured. */
 constexpr std::size_t kEntriesPerLookup = 50;
+/** Until then the entries are not even counted: thousands of them lie far apart in the memory. */
+constexpr std::size_t kFewLookups = 8;
 
 } // namespace
 
@@ -82,22 +85,40 @@ const lyd_node *EntryIndex::find_first(const lyd_node *siblings, const SchemaNod
 
 const lyd_node *EntryIndex::find(const lyd_node *first, const Path::Step &step)
 {
-    auto known = m_lists.find(first);
-    if (known == m_lists.end()) {
+    Entries &entries = m_lists[first];
+    if (entries.last != nullptr && has_keys(entries.last, step.keys)) {
+        return entries.last;
+    }
+    const lyd_node *next = entries.is_walked ? next_instance(entries.last) : nullptr;
+    const lyd_node *found =
+        next != nullptr && has_keys(next, step.keys) ? next : search(entries, first, step);
+    if (found != nullptr) {
+        entries.is_walked = entries.last != nullptr && next_instance(entries.last) == found;
+        entries.last = found;
+    }
+    return found;
+}
+
+const lyd_node *EntryIndex::search(Entries &entries, const lyd_node *first, const Path::Step &step)
+{
+    if (!entries.places.empty()) {
+        return find_in(entries, step.keys);
+    }
+    if (entries.lookups == 0) {
         const lyd_node *end = nullptr;
         const lyd_node *found = find_among_first(first, step.keys, end);
         if (found != nullptr || end == nullptr) {
             return found;
         }
-        known = m_lists.try_emplace(first, Entries{count_entries(first), 0, {}}).first;
     }
-    Entries &entries = known->second;
-    if (entries.places.empty()) {
-        if (entries.lookups++ < entries.count / kEntriesPerLookup) {
-            return find_entry(first, step);
-        }
-        fill(entries, first);
+    ++entries.lookups;
+    if (entries.lookups == kFewLookups) {
+        entries.count = count_entries(first);
     }
+    if (entries.lookups < std::max(kFewLookups, entries.count / kEntriesPerLookup)) {
+        return find_entry(first, step);
+    }
+    fill(entries, first);
     return find_in(entries, step.keys);
 }
 
