@@ -1,7 +1,16 @@
 #include "match_overlap_validation.h"
 
+#include <array>
+#include <charconv>
 #include <cstdint>
-#include <utility>
+#include <string_view>
+
+namespace
+{
+
+constexpr std::size_t kLongestPart = std::string_view(" -2147483648").size();
+
+} // namespace
 
 // The signatures with texts by value are the published ones.
 // NOLINTBEGIN(performance-unnecessary-value-param)
@@ -23,12 +32,14 @@ int MatchOverlapValidation::ServicePortMatchOverlaps(const char *name, std::stri
 std::string MatchOverlapValidation::GetMatchString(const char * /*name*/, std::string interface,
                                                    unsigned int onu, unsigned int gem, int vlan)
 {
-    std::string match = std::move(interface);
+    std::array<char, 3 * kLongestPart> numbers;
+    char *end = numbers.data();
     for (const std::int64_t part : {std::int64_t{onu}, std::int64_t{gem}, std::int64_t{vlan}}) {
-        match += ' ';
-        match += std::to_string(part);
+        *end++ = ' ';
+        end = std::to_chars(end, numbers.data() + numbers.size(), part).ptr;
     }
-    return match;
+    interface.append(numbers.data(), end);
+    return interface;
 }
 
 // NOLINTEND(performance-unnecessary-value-param)

@@ -22,8 +22,9 @@ struct Nobody : host::AskingListener {
 TEST(EventLine, RefusesAMalformedEvent)
 {
     Nobody nobody;
-    for (const char *line : {"", "b", "bx", "b1x", "a", "a1 2", "a1 0 0 0 1 name", "a1 0 0 0 0 {",
-                             "a-1 0 0 0 0 ", "o", "o1", "o1 x", "o1 2 3", "{}", "{\"event\":\"unheard\"}", "c1"}) {
+    for (const char *line :
+         {"", "b", "bx", "b1x", "a", "a1 2", "a1 0 0 0 1 name", "a1 0 0 0 0 {", "a-1 0 0 0 0 ", "o",
+          "o1", "o1 x", "o1 2 3", "{}", "{\"event\":\"unheard\"}", "c1"}) {
         EXPECT_THROW(host::replay_event(kKey + std::string(line), kKey, nobody), std::runtime_error)
             << line;
     }
