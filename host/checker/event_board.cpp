@@ -12,6 +12,8 @@ namespace host
 namespace
 {
 
+/** All answers of a usual check, so that the parent does not take them in beside the rules: its
+ *  processor may be half of theirs. */
 constexpr std::size_t kCapacity = 1U << 20U;
 constexpr std::size_t kNoRequest = 0;
 

@@ -1,44 +1,33 @@
 #include "checker/fork_mark.h"
 
-#include <cerrno>
-#include <sys/mman.h>
+#include <pthread.h>
 #include <system_error>
-#include <unistd.h>
 
 namespace host
 {
 namespace
 {
 
-std::size_t page_size()
+unsigned int forks = 0; // That led to this process, since somebody wants to know.
+
+void count_fork()
 {
-    return static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    ++forks;
 }
 
 } // namespace
 
-void ForkMark::Unmap::operator()(volatile pid_t *page) const
+ForkMark::ForkMark() : m_forks(forks)
 {
-    munmap(const_cast<pid_t *>(page), page_size());
-}
-
-ForkMark::ForkMark() : m_owner(getpid())
-{
-    void *page =
-        mmap(nullptr, page_size(), PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (page == MAP_FAILED) {
-        throw std::system_error(errno, std::generic_category(), "cannot map a page");
-    }
-    m_page.reset(static_cast<volatile pid_t *>(page));
-    // Where that cannot be had the page stays empty: the process is asked for its number.
-    if (madvise(page, page_size(), MADV_WIPEONFORK) == 0) {
-        *m_page = m_owner;
+    static const int failure = pthread_atfork(nullptr, nullptr, count_fork);
+    if (failure != 0) {
+        throw std::system_error(failure, std::generic_category(), "cannot count forks");
     }
 }
 
-bool ForkMark::is_other_process() const
+bool ForkMark::is_copy() const
 {
-    return getpid() != m_owner;
+    return m_forks != forks;
 }
 
 } // namespace host

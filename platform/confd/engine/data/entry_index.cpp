@@ -93,7 +93,7 @@ const lyd_node *EntryIndex::find(const lyd_node *first, const Path::Step &step)
     const lyd_node *found =
         next != nullptr && has_keys(next, step.keys) ? next : search(entries, first, step);
     if (found != nullptr) {
-        entries.is_walked = entries.last != nullptr && next_instance(entries.last) == found;
+        entries.is_walked = entries.last != nullptr && entries.last->next == found;
         entries.last = found;
     }
     return found;
